@@ -1,0 +1,50 @@
+// Whole files: read with a limit on their size, written aside and renamed when complete.
+#pragma once
+
+#include "stage/base/result.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace cadencora::stage {
+
+constexpr std::uintmax_t defaultFileLimit = std::uintmax_t{4} << 30; // bytes
+
+// The bytes of a regular file of at most `limit` bytes.
+Result<std::string> readFile(const std::filesystem::path& path,
+                             std::uintmax_t limit = defaultFileLimit);
+
+// A file under construction beside its final place. Until commit() the old file, if any, stays as
+// it is; without commit() nothing is left behind.
+class AsideFile {
+public:
+    // Fails where the directory is missing or may not be written, or where `path` is a directory.
+    static Result<AsideFile> create(const std::filesystem::path& path);
+
+    AsideFile(AsideFile&& other) noexcept;
+    AsideFile& operator=(AsideFile&& other) noexcept;
+    ~AsideFile();
+
+    // Adds bytes; what cannot be written is reported by commit().
+    void write(std::string_view bytes);
+
+    // Puts the finished file in its place.
+    Result<> commit();
+
+private:
+    AsideFile(int descriptor, std::filesystem::path path, std::filesystem::path aside);
+    void flush();
+    void discard();
+
+    int descriptor_ = -1;
+    int error_ = 0; // errno of the first failure
+    std::filesystem::path path_, aside_;
+    std::string buffer_;
+};
+
+// Writes a whole file aside and renames it.
+Result<> writeFile(const std::filesystem::path& path, std::string_view bytes);
+
+} // namespace cadencora::stage

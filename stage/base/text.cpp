@@ -1,0 +1,97 @@
+#include "stage/base/text.h"
+
+#include "stage/base/result.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <numeric>
+
+namespace cadencora::stage {
+
+namespace {
+
+template <class Number>
+std::optional<Number> parseWhole(std::string_view text) {
+    Number value{};
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || stop != end) return std::nullopt;
+    return value;
+}
+
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Edit distance without regard to case; a name that contains the wanted text counts as near.
+std::size_t distance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t change = diagonal + (lower(a[i - 1]) == lower(b[j - 1]) ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({change, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+} // namespace
+
+std::string Problem::text() const {
+    std::string line = where.empty() ? what : where + ": " + what;
+    if (!detail.empty()) line += " (" + detail + ")";
+    return line;
+}
+
+std::optional<double> parseNumber(std::string_view text) {
+    if (text.starts_with('+')) text.remove_prefix(1);
+    const auto value = parseWhole<double>(text);
+    return value && std::isfinite(*value) ? value : std::nullopt;
+}
+
+std::optional<long long> parseInteger(std::string_view text) {
+    return parseWhole<long long>(text);
+}
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n\f\v";
+    const auto first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+bool equalNoCase(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, [](char x, char y) { return lower(x) == lower(y); });
+}
+
+std::string alternatives(std::string_view wanted, std::vector<std::string> names,
+                         std::size_t most) {
+    if (names.empty()) return "there are none";
+    std::ranges::stable_sort(names, {}, [&](const std::string& name) {
+        // Long names are compared by their first part: a suggestion need not be exact.
+        return distance(wanted.substr(0, 64), std::string_view(name).substr(0, 64));
+    });
+    std::string text;
+    const std::size_t shown = std::min(most, names.size());
+    for (std::size_t i = 0; i < shown; ++i)
+        text += (i ? ", " : "") + quoted(names[i]);
+    if (names.size() > shown) text += " and " + std::to_string(names.size() - shown) + " more";
+    return text;
+}
+
+std::string quoted(std::string_view text) {
+    return '"' + std::string(text) + '"';
+}
+
+std::string shortest(double value) {
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, result.ptr);
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,32 @@
+// Text helpers: strict numbers, comparison without case, suggestions for a mistyped name.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cadencora::stage {
+
+// The number that the whole text is, or nothing. No blanks, no locale; finite numbers only.
+std::optional<double> parseNumber(std::string_view text);
+std::optional<long long> parseInteger(std::string_view text);
+
+// Without leading and trailing blanks, tabs and line ends.
+std::string_view trimmed(std::string_view text);
+
+// Equal without regard to ASCII case.
+bool equalNoCase(std::string_view a, std::string_view b);
+
+// Up to `most` of the names, nearest to `wanted` first, quoted and joined by commas; the count of
+// the rest follows. For messages about an unknown name.
+std::string alternatives(std::string_view wanted, std::vector<std::string> names,
+                         std::size_t most = 8);
+
+std::string quoted(std::string_view text);
+
+// `value` in the fewest digits that read back as the same double.
+std::string shortest(double value);
+
+} // namespace cadencora::stage

@@ -1,0 +1,190 @@
+#include "stage/scene/journal.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <unordered_map>
+
+namespace cadencora::stage {
+
+namespace {
+
+bool sameBits(double a, double b) {
+    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+// Walks both states of an envelope together, in order of time.
+ChannelChange compare(const Envelope& before, const Envelope& after) {
+    ChannelChange change;
+    change.settingsChanged = before.before != after.before || before.after != after.after ||
+                             !sameBits(before.rest, after.rest);
+    const auto touched = [&](double time) {
+        if (change.keys() == 0) change.firstTime = time;
+        change.lastTime = time;
+    };
+    auto old = before.keys.begin(), now = after.keys.begin();
+    while (old || now) {
+        if (!now || (old && old.time() < now.time())) {
+            touched(old.time());
+            ++change.keysRemoved;
+            old.advance();
+        } else if (!old || now.time() < old.time()) {
+            touched(now.time());
+            ++change.keysAdded;
+            now.advance();
+        } else {
+            if (!sameKey(old, now)) {
+                touched(now.time());
+                ++change.keysChanged;
+            }
+            old.advance();
+            now.advance();
+        }
+    }
+    return change;
+}
+
+} // namespace
+
+EditScope::EditScope(Scene& scene, std::string name) : scene_(scene) {
+    entry_.name = std::move(name);
+}
+
+void EditScope::keep(EnvelopeId id) {
+    if (!made_.contains(id)) entry_.envelopes.push_back({id, scene_.envelope(id)});
+    const auto i = static_cast<std::size_t>(id);
+    if (i >= touched_.size()) touched_.resize(std::max(i + 1, scene_.envelopeCount() + 1));
+    touched_[i] = 1;
+}
+
+ChannelId EditScope::addChannel(GroupId group, std::string channelName, double rest) {
+    if (groups_.insert(group).second)
+        entry_.groups.push_back({group, scene_.group(group).channels});
+    return scene_.addChannel(group, std::move(channelName), rest);
+}
+
+EnvelopeId EditScope::addEnvelope(double rest) {
+    const EnvelopeId id = scene_.addEnvelope(rest);
+    made_.insert(id);
+    return id;
+}
+
+void EditScope::removeEnvelope(EnvelopeId id) {
+    assert(made(id));
+    made_.erase(id);
+    scene_.removeEnvelope(id);
+    if (const auto i = static_cast<std::size_t>(id); i < touched_.size()) touched_[i] = 0;
+}
+
+ChangeReport EditScope::report() const {
+    // Which channel an envelope belongs to is asked for once per report, not kept in each envelope.
+    std::unordered_map<EnvelopeId, const Envelope*> before;
+    before.reserve(entry_.envelopes.size());
+    for (const auto& copy : entry_.envelopes)
+        before.emplace(copy.id, &copy.other);
+
+    ChangeReport report;
+    double first = 0, last = 0;
+    ItemId lastItem = ItemId::none;
+    const auto visit = [&](ChannelId id) {
+        const Channel& channel = scene_.channel(id);
+        const auto found = before.find(channel.envelope);
+        if (found == before.end()) return;
+        ChannelChange change = compare(*found->second, scene_.envelope(channel.envelope));
+        if (change.keys() == 0 && !change.settingsChanged) return;
+        change.channel = id;
+        if (change.keys() > 0) {
+            const bool none = report.keysAdded + report.keysRemoved + report.keysChanged == 0;
+            first = none ? change.firstTime : std::min(first, change.firstTime);
+            last = none ? change.lastTime : std::max(last, change.lastTime);
+        }
+        report.keysAdded += change.keysAdded;
+        report.keysRemoved += change.keysRemoved;
+        report.keysChanged += change.keysChanged;
+        report.channels.push_back(change);
+        if (const ItemId item = scene_.group(channel.group).item; item != lastItem) {
+            ++report.items;
+            lastItem = item;
+        }
+    };
+    const auto visitGroup = [&](const auto& self, GroupId id) -> void {
+        for (const ChannelId channel : scene_.group(id).channels)
+            visit(channel);
+        for (const GroupId sub : scene_.group(id).groups)
+            self(self, sub);
+    };
+    if (!before.empty())
+        for (std::size_t i = 0; i < scene_.itemCount(); ++i)
+            visitGroup(visitGroup, scene_.item(Scene::itemAt(i)).group);
+
+    for (const auto& list : entry_.groups)
+        for (const ChannelId id : scene_.group(list.id).channels)
+            if (std::ranges::find(list.other, id) == list.other.end())
+                report.channelsAdded.push_back(id);
+    if (report.keysAdded + report.keysRemoved + report.keysChanged > 0) {
+        report.firstFrame = scene_.rate.frameOf(first);
+        report.lastFrame = scene_.rate.frameOf(last);
+    }
+    return report;
+}
+
+void Journal::removeWorkingCopies(EditScope& scope) {
+    while (!scope.made_.empty())
+        scope.removeEnvelope(*scope.made_.begin());
+}
+
+ChangeReport Journal::commit(EditScope&& scope) {
+    removeWorkingCopies(scope);
+    ChangeReport report = scope.report();
+    if (!report.empty()) {
+        done_.push_back(std::move(scope.entry_));
+        undone_.clear();
+    }
+    return report;
+}
+
+void Journal::rollBack(EditScope&& scope) {
+    removeWorkingCopies(scope);
+    exchange(scope.scene_, scope.entry_);
+}
+
+void Journal::exchange(Scene& scene, JournalEntry& entry) {
+    for (auto& copy : entry.envelopes)
+        std::swap(scene.mutableEnvelope(copy.id), copy.other);
+    for (auto& list : entry.groups) {
+        scene.groups_[Scene::index(list.id)].channels.swap(list.other);
+        const auto& listed = scene.group(list.id).channels;
+        for (std::size_t i = 0; i < listed.size(); ++i)
+            scene.channels_[Scene::index(listed[i])].indexInGroup = i;
+    }
+}
+
+const std::string* Journal::undoName() const {
+    return done_.empty() ? nullptr : &done_.back().name;
+}
+const std::string* Journal::redoName() const {
+    return undone_.empty() ? nullptr : &undone_.back().name;
+}
+
+bool Journal::undo(Scene& scene) {
+    if (done_.empty()) return false;
+    exchange(scene, done_.back());
+    undone_.push_back(std::move(done_.back()));
+    done_.pop_back();
+    return true;
+}
+
+bool Journal::redo(Scene& scene) {
+    if (undone_.empty()) return false;
+    exchange(scene, undone_.back());
+    done_.push_back(std::move(undone_.back()));
+    undone_.pop_back();
+    return true;
+}
+
+void Journal::clear() {
+    done_.clear();
+    undone_.clear();
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,107 @@
+// The edit journal: every change of a scene belongs to one edit scope per top-level event.
+//
+// A scope keeps a copy of each envelope, and of each group's channel list, as it was at the first
+// touch. From the copies come the change report, undo and redo.
+#pragma once
+
+#include "stage/scene/scene.h"
+
+#include <optional>
+#include <unordered_set>
+
+namespace cadencora::stage {
+
+// What an edit did to one channel. A key counts as changed where it stands at the same time as
+// before and any other of its attributes has other bits.
+struct ChannelChange {
+    ChannelId channel = ChannelId::none;
+    std::size_t keysAdded = 0, keysRemoved = 0, keysChanged = 0;
+    bool settingsChanged = false;       // behaviours
+    double firstTime = 0, lastTime = 0; // seconds; of the keys touched, where there are any
+
+    std::size_t keys() const { return keysAdded + keysRemoved + keysChanged; }
+};
+
+struct ChangeReport {
+    std::vector<ChannelChange> channels; // those that changed, in the scene's order
+    std::vector<ChannelId> channelsAdded;
+    std::size_t items = 0; // how many items the channels belong to
+    std::size_t keysAdded = 0, keysRemoved = 0, keysChanged = 0;
+    // Frames at the scene's rate, fractions included; nothing where no key was touched.
+    std::optional<double> firstFrame, lastFrame;
+
+    bool empty() const { return channels.empty() && channelsAdded.empty(); }
+};
+
+// One edit that can be taken back. Made by Journal; holds the state on the other side of the edit.
+struct JournalEntry {
+    struct EnvelopeCopy {
+        EnvelopeId id;
+        Envelope other;
+    };
+    struct ChannelList {
+        GroupId id;
+        std::vector<ChannelId> other;
+    };
+    std::string name; // of the edit, for the menu: "Destroy Keys"
+    std::vector<EnvelopeCopy> envelopes;
+    std::vector<ChannelList> groups;
+
+    bool empty() const { return envelopes.empty() && groups.empty(); }
+};
+
+// The way to change a scene. Lives for one top-level event; ended by Journal::commit or
+// Journal::rollBack.
+class EditScope {
+public:
+    explicit EditScope(Scene& scene, std::string name);
+
+    // The envelope, kept as it was if this is the first touch. Envelopes made within the scope by
+    // addEnvelope need no copy.
+    Envelope& envelope(EnvelopeId id) {
+        const auto i = static_cast<std::size_t>(id);
+        if (i >= touched_.size() || !touched_[i]) keep(id);
+        return scene_.mutableEnvelope(id);
+    }
+
+    ChannelId addChannel(GroupId group, std::string channelName, double rest);
+    EnvelopeId addEnvelope(double rest);
+    void removeEnvelope(EnvelopeId id); // only one that addEnvelope of this scope made
+    bool made(EnvelopeId id) const { return made_.contains(id); }
+
+    ChangeReport report() const;
+
+private:
+    friend class Journal;
+    void keep(EnvelopeId id);
+
+    Scene& scene_;
+    JournalEntry entry_;
+    std::vector<std::uint8_t> touched_;   // by EnvelopeId: 1 where kept, or made here
+    std::unordered_set<EnvelopeId> made_; // working copies, gone at the end of the scope
+    std::unordered_set<GroupId> groups_;
+};
+
+class Journal {
+public:
+    // Keeps the edit for undo, if it changed anything, and says what it changed. Drops what could
+    // be redone.
+    ChangeReport commit(EditScope&& scope);
+
+    // Puts the scene back to what it was before the scope.
+    static void rollBack(EditScope&& scope);
+
+    const std::string* undoName() const; // null where there is nothing to undo
+    const std::string* redoName() const;
+    bool undo(Scene& scene); // false where there is nothing to undo
+    bool redo(Scene& scene);
+    void clear();
+
+private:
+    static void exchange(Scene& scene, JournalEntry& entry);
+    static void removeWorkingCopies(EditScope& scope);
+
+    std::vector<JournalEntry> done_, undone_;
+};
+
+} // namespace cadencora::stage

@@ -1,0 +1,137 @@
+#include "stage/scene/scene.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+
+namespace cadencora::stage {
+
+const std::array<std::string_view, motionChannelCount> motionChannelNames{
+    "Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
+    "Rotation.B", "Scale.X",    "Scale.Y",    "Scale.Z"};
+
+std::string_view itemTypeName(ItemType type) {
+    constexpr std::array<std::string_view, 4> names{"object", "light", "camera", "bone"};
+    return names[static_cast<std::size_t>(type)];
+}
+
+ItemId Scene::addItem(ItemType type, std::string itemName, ItemId parent, ItemId owner) {
+    assert((type == ItemType::bone) == (owner != ItemId::none));
+    items_.emplace_back();
+    const ItemId id = itemAt(items_.size() - 1);
+    Item& added = items_.back();
+    added.type = type;
+    added.name = std::move(itemName);
+    added.parent = parent;
+    added.owner = owner;
+
+    const auto append = [&](ItemId& first, ItemId& last, ItemId Item::*next) {
+        (last == ItemId::none ? first : item(last).*next) = id;
+        last = id;
+    };
+    if (parent != ItemId::none)
+        append(item(parent).firstChild, item(parent).lastChild, &Item::nextSibling);
+    const auto t = static_cast<std::size_t>(type);
+    if (type == ItemType::bone) {
+        append(item(owner).firstBone, item(owner).lastBone, &Item::nextOfType);
+    } else {
+        append(first_[t], last_[t], &Item::nextOfType);
+    }
+
+    groups_.push_back({added.name, id, GroupId::none, 0, {}, {}});
+    added.group = static_cast<GroupId>(groups_.size());
+    for (std::size_t c = 0; c < motionChannelCount; ++c)
+        added.motion[c] =
+            addChannel(added.group, std::string(motionChannelNames[c]), c >= scaleX ? 1.0 : 0.0);
+    return id;
+}
+
+GroupId Scene::addGroup(GroupId parent, std::string groupName) {
+    groups_.push_back(
+        {std::move(groupName), group(parent).item, parent, group(parent).groups.size(), {}, {}});
+    const auto id = static_cast<GroupId>(groups_.size());
+    groups_[index(parent)].groups.push_back(id);
+    return id;
+}
+
+ChannelId Scene::addChannel(GroupId group, std::string channelName, double rest) {
+    auto& listed = groups_[index(group)].channels;
+    channels_.push_back({std::move(channelName), group, listed.size(), addEnvelope(rest)});
+    const auto id = static_cast<ChannelId>(channels_.size());
+    listed.push_back(id);
+    return id;
+}
+
+EnvelopeId Scene::addEnvelope(double rest) {
+    EnvelopeId id = EnvelopeId::none;
+    if (freeEnvelopes_.empty()) {
+        envelopes_.emplace_back();
+        id = static_cast<EnvelopeId>(envelopes_.size());
+    } else {
+        id = freeEnvelopes_.back();
+        freeEnvelopes_.pop_back();
+    }
+    envelopes_[index(id)] = std::make_unique<Envelope>();
+    envelopes_[index(id)]->rest = rest;
+    return id;
+}
+
+void Scene::removeEnvelope(EnvelopeId envelope) {
+    envelopes_[index(envelope)].reset();
+    freeEnvelopes_.push_back(envelope);
+}
+
+std::size_t Scene::itemCount(ItemType type) const {
+    return static_cast<std::size_t>(std::ranges::count(items_, type, &Item::type));
+}
+
+std::size_t Scene::keyCount() const {
+    std::size_t count = 0;
+    for (const auto& envelope : envelopes_)
+        if (envelope) count += envelope->keys.size();
+    return count;
+}
+
+ItemId Scene::findItem(std::string_view itemName) const {
+    const auto found = std::ranges::find(items_, itemName, &Item::name);
+    return found == items_.end() ? ItemId::none
+                                 : itemAt(static_cast<std::size_t>(found - items_.begin()));
+}
+
+ChannelId Scene::findChannel(GroupId groupId, std::string_view channelName) const {
+    for (const ChannelId id : group(groupId).channels)
+        if (channel(id).name == channelName) return id;
+    return ChannelId::none;
+}
+
+std::string Scene::channelPath(ChannelId id) const {
+    std::string path = channel(id).name;
+    for (GroupId g = channel(id).group; g != GroupId::none; g = group(g).parent) {
+        const bool own = group(g).parent == GroupId::none;
+        path = (own ? item(group(g).item).name : group(g).name) + "/" + path;
+    }
+    return path;
+}
+
+std::int64_t Scene::frameOfLastKey() const {
+    double last = 0;
+    for (const auto& envelope : envelopes_)
+        if (envelope && !envelope->keys.empty())
+            last = std::max(last, envelope->keys.last().time());
+    return static_cast<std::int64_t>(std::min(std::ceil(rate.frameOf(last)), 2e9));
+}
+
+void Scene::setRate(FrameRate newRate) {
+    const auto convert = [&](std::int64_t frame) {
+        const double moved = newRate.frameOf(rate.timeOf(frame));
+        return static_cast<std::int64_t>(std::clamp(std::ceil(moved - 1e-9), -2e9, 2e9));
+    };
+    lastFrame = convert(lastFrame);
+    previewFirst = convert(previewFirst);
+    previewLast = convert(previewLast);
+    rate = newRate;
+    lastFrame = std::max(lastFrame, frameOfLastKey());
+    previewLast = std::max(previewLast, lastFrame);
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,192 @@
+// A scene: items in a tree, each with its channel group; channels with their envelopes; the clock.
+//
+// Owned by value and movable. Handles (ItemId, GroupId, ChannelId, EnvelopeId) stay valid for the
+// scene's life; items and names never move in memory. Readers build scenes with the add functions;
+// afterwards envelopes change through an EditScope only (see journal.h).
+#pragma once
+
+#include "stage/scene/envelope.h"
+#include "stage/scene/frame_rate.h"
+#include "stage/scene/rotation.h"
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cadencora::stage {
+
+// Numbers from 1; 0 is none.
+enum class ItemId : std::uint32_t { none = 0 };
+enum class GroupId : std::uint32_t { none = 0 };
+enum class ChannelId : std::uint32_t { none = 0 };
+enum class EnvelopeId : std::uint32_t { none = 0 };
+
+enum class ItemType : std::uint8_t { object = 0, light = 1, camera = 2, bone = 3 };
+constexpr std::array<ItemType, 4> itemTypes{ItemType::object, ItemType::light, ItemType::camera,
+                                            ItemType::bone};
+std::string_view itemTypeName(ItemType type); // "object", ...
+
+// The nine motion channels, in the order of MotionChannel. Lengths are scene units, rotations
+// radians about Y (heading), X (pitch) and Z (bank), applied in that order from the outside in.
+enum MotionChannel : std::size_t {
+    positionX,
+    positionY,
+    positionZ,
+    heading,
+    pitch,
+    bank,
+    scaleX,
+    scaleY,
+    scaleZ,
+    motionChannelCount
+};
+extern const std::array<std::string_view, motionChannelCount> motionChannelNames;
+
+// How a motion-capture file writes a bone, kept so that it is written the same way again.
+struct JointLayout {
+    std::vector<MotionChannel> channels; // the file's columns, in its order
+    std::vector<Vec3> endSites;          // the offsets of the joint's end sites
+    bool operator==(const JointLayout&) const = default;
+};
+
+struct Item {
+    ItemType type = ItemType::object;
+    std::string name;
+    ItemId parent = ItemId::none;
+    ItemId owner = ItemId::none; // of a bone: the object that carries it
+    ItemId firstChild = ItemId::none, lastChild = ItemId::none, nextSibling = ItemId::none;
+    ItemId nextOfType = ItemId::none; // of a bone: the next bone of the same object
+    ItemId firstBone = ItemId::none, lastBone = ItemId::none; // of an object
+    GroupId group = GroupId::none;
+    std::array<ChannelId, motionChannelCount> motion{};
+    Vec3 pivot{};
+    Vec3 secondRotation{}; // heading, pitch, bank in radians
+    JointLayout joint;     // of bones from motion-capture files
+};
+
+struct ChannelGroup {
+    std::string name;
+    ItemId item = ItemId::none;
+    GroupId parent = GroupId::none; // of a sub-group
+    std::size_t indexInParent = 0;
+    std::vector<ChannelId> channels;
+    std::vector<GroupId> groups;
+};
+
+struct Channel {
+    std::string name;
+    GroupId group = GroupId::none;
+    std::size_t indexInGroup = 0;
+    EnvelopeId envelope = EnvelopeId::none;
+};
+
+// What a format remembers of the file that a scene was read from, to write it the same way.
+struct SourceMemory {
+    virtual ~SourceMemory() = default;
+};
+
+class Scene {
+public:
+    Scene() = default;
+    Scene(Scene&&) = default;
+    Scene& operator=(Scene&&) = default;
+
+    std::string name;
+    FrameRate rate;
+    std::int64_t lastFrame = 0;    // of the render range, from frame 0
+    std::int64_t previewFirst = 0; // frames
+    std::int64_t previewLast = 0;
+    double currentTime = 0;        // seconds
+    std::vector<ItemId> selection; // in the order of selection
+    std::shared_ptr<const SourceMemory> source;
+
+    // Building. Handles given must be of this scene; names are kept as they are.
+    ItemId addItem(ItemType type, std::string itemName, ItemId parent = ItemId::none,
+                   ItemId owner = ItemId::none);
+    GroupId addGroup(GroupId parent, std::string groupName);
+    ChannelId addChannel(GroupId group, std::string channelName, double rest = 0);
+    EnvelopeId addEnvelope(double rest = 0);  // one that no channel owns, for working copies
+    void removeEnvelope(EnvelopeId envelope); // only one that no channel owns
+
+    // Reading. The handle must be valid.
+    const Item& item(ItemId id) const { return items_[index(id)]; }
+    Item& item(ItemId id) { return items_[index(id)]; }
+    const ChannelGroup& group(GroupId id) const { return groups_[index(id)]; }
+    const Channel& channel(ChannelId id) const { return channels_[index(id)]; }
+    const Envelope& envelope(EnvelopeId id) const { return *envelopes_[index(id)]; }
+    // For readers that build the scene, and for key handles; edits go through an EditScope.
+    Envelope& mutableEnvelope(EnvelopeId id) { return *envelopes_[index(id)]; }
+
+    bool has(ItemId id) const { return inRange(id, items_.size()); }
+    bool has(GroupId id) const { return inRange(id, groups_.size()); }
+    bool has(ChannelId id) const {
+        return inRange(id, channels_.size()) && isListed(channels_[index(id)], id);
+    }
+    bool has(EnvelopeId id) const {
+        return inRange(id, envelopes_.size()) && envelopes_[index(id)] != nullptr;
+    }
+
+    ItemId firstOfType(ItemType type) const { return first_[static_cast<std::size_t>(type)]; }
+    std::size_t itemCount() const { return items_.size(); }
+    std::size_t itemCount(ItemType type) const;
+    std::size_t keyCount() const;
+    std::size_t envelopeCount() const { return envelopes_.size(); } // the highest EnvelopeId
+
+    // Every item in the order in which it was added, which is parents before children.
+    static ItemId itemAt(std::size_t position) { return static_cast<ItemId>(position + 1); }
+
+    // The first item of a name in the order of adding; none where there is none.
+    ItemId findItem(std::string_view itemName) const;
+
+    // The channel of an exact name directly in a group; none where there is none.
+    ChannelId findChannel(GroupId group, std::string_view channelName) const;
+
+    // The channel's group and name for people: "Hips/Rotation.H", "Face/Morph/Smile".
+    std::string channelPath(ChannelId id) const;
+
+    // The envelope of a motion channel of an item.
+    const Envelope& motion(ItemId id, MotionChannel which) const {
+        return envelope(channel(item(id).motion[which]).envelope);
+    }
+    Envelope& mutableMotion(ItemId id, MotionChannel which) {
+        return mutableEnvelope(channel(item(id).motion[which]).envelope);
+    }
+
+    // Sets the clock to another rate: keys keep their times; the ranges cover the last key.
+    void setRate(FrameRate newRate);
+
+    // The smallest last frame that covers the last key of every envelope.
+    std::int64_t frameOfLastKey() const;
+
+private:
+    friend class EditScope;
+    friend class Journal;
+
+    template <class Id>
+    static std::size_t index(Id id) {
+        return static_cast<std::size_t>(id) - 1;
+    }
+    template <class Id>
+    static bool inRange(Id id, std::size_t count) {
+        return id != Id::none && index(id) < count;
+    }
+    // A channel that an undo took away is in the table still, but in no group.
+    bool isListed(const Channel& channel, ChannelId id) const {
+        const auto& listed = groups_[index(channel.group)].channels;
+        return channel.indexInGroup < listed.size() && listed[channel.indexInGroup] == id;
+    }
+
+    std::deque<Item> items_;
+    std::deque<ChannelGroup> groups_;
+    std::deque<Channel> channels_;
+    std::vector<std::unique_ptr<Envelope>> envelopes_; // null: removed, free for the next one
+    std::vector<EnvelopeId> freeEnvelopes_;
+    std::array<ItemId, 4> first_{}, last_{};
+};
+
+} // namespace cadencora::stage

@@ -1,0 +1,53 @@
+#include "stage/scene/transform.h"
+
+namespace cadencora::stage {
+
+namespace {
+
+Vec3 sum(const Vec3& a, const Vec3& b) {
+    return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
+}
+
+Vec3 carried(const Affine& by, const Vec3& point) {
+    return sum(product(by.linear, point), by.offset);
+}
+
+} // namespace
+
+Vec3 motionValues(const Scene& scene, ItemId item, MotionChannel first, double time) {
+    Vec3 values{};
+    for (std::size_t i = 0; i < 3; ++i)
+        values[i] = scene.motion(item, static_cast<MotionChannel>(first + i)).evaluate(time);
+    return values;
+}
+
+Affine localTransform(const Scene& scene, ItemId id, double time) {
+    const Item& item = scene.item(id);
+    const Mat3 turned = product(rotation(item.secondRotation, headingPitchBank),
+                                rotation(motionValues(scene, id, heading, time), headingPitchBank));
+    const Vec3 scale = motionValues(scene, id, scaleX, time);
+    Affine local;
+    for (std::size_t r = 0; r < 3; ++r)
+        for (std::size_t c = 0; c < 3; ++c)
+            local.linear[r][c] = turned[r][c] * scale[c];
+    const Vec3 pivot = product(local.linear, item.pivot);
+    local.offset = motionValues(scene, id, positionX, time);
+    for (std::size_t i = 0; i < 3; ++i)
+        local.offset[i] -= pivot[i];
+    return local;
+}
+
+Affine worldTransform(const Scene& scene, ItemId id, double time) {
+    Affine world = localTransform(scene, id, time);
+    for (ItemId p = scene.item(id).parent; p != ItemId::none; p = scene.item(p).parent) {
+        const Affine outer = localTransform(scene, p, time);
+        world = {product(outer.linear, world.linear), carried(outer, world.offset)};
+    }
+    return world;
+}
+
+Vec3 worldPosition(const Scene& scene, ItemId id, double time) {
+    return carried(worldTransform(scene, id, time), scene.item(id).pivot);
+}
+
+} // namespace cadencora::stage

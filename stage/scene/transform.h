@@ -1,0 +1,27 @@
+// Where items are: their own values and their place in the world, in double precision.
+#pragma once
+
+#include "stage/scene/rotation.h"
+#include "stage/scene/scene.h"
+
+namespace cadencora::stage {
+
+// Carries points: p -> linear * p + offset.
+struct Affine {
+    Mat3 linear{Vec3{1, 0, 0}, Vec3{0, 1, 0}, Vec3{0, 0, 1}};
+    Vec3 offset{};
+};
+
+// Three neighbouring motion channels at a time: position, rotation (radians) or scale.
+Vec3 motionValues(const Scene& scene, ItemId item, MotionChannel first, double time);
+
+// From the item's own space to its parent's: pivot, scale, rotation, second rotation, position.
+Affine localTransform(const Scene& scene, ItemId item, double time);
+
+// From the item's own space to the world.
+Affine worldTransform(const Scene& scene, ItemId item, double time);
+
+// Where the item's pivot point is in the world.
+Vec3 worldPosition(const Scene& scene, ItemId item, double time);
+
+} // namespace cadencora::stage
