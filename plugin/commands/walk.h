@@ -1,0 +1,46 @@
+// The walks of a command: over the affected items, and over the channels of each.
+//
+// Call the host's item and channel services, the channel list and the command's own visit. Only
+// channels directly in an item's group are met; channels without a curve are passed over.
+#pragma once
+
+#include "plugin/commands/services.h"
+#include "plugin/sets/channel_list.h"
+#include "plugin/shell/tool_state.h"
+
+namespace cadencora {
+
+// `visit` gets each item of the table, in table order; names that matched no item are skipped.
+template <class Visit>
+void walkItems(const ToolState* state, Visit visit) {
+    for (int i = 0; i < state->numObjects; ++i)
+        if (state->objects[i]) visit(state->objects[i]);
+}
+
+// `visit` gets each channel of one group that passes, in the host's order, and its envelope.
+template <class Passes, class Visit>
+void walkChannels(const Services& services, host::Group group, Passes passes, Visit visit) {
+    if (!group) return;
+    const host::ChannelInfo* channels = services.channels;
+    for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
+         channel = channels->nextChannel(group, channel)) {
+        if (!passes(channel)) continue;
+        if (const host::Envelope envelope = channels->channelEnvelope(channel))
+            visit(channel, envelope);
+    }
+}
+
+// `visit` gets the envelope of each channel of all affected items whose name is in the channel
+// list: the shape of most commands.
+template <class Visit>
+void walkActiveChannels(const Services& services, const ToolState* state, Visit visit) {
+    const auto passes = [&](host::Channel channel) {
+        return isActiveChannel(services.channels->channelName(channel), state);
+    };
+    walkItems(state, [&](host::Item item) {
+        walkChannels(services, services.items->channelGroup(item), passes,
+                     [&](host::Channel, host::Envelope envelope) { visit(envelope); });
+    });
+}
+
+} // namespace cadencora

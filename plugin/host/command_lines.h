@@ -1,0 +1,19 @@
+// Host command lines: complete lines of text that the host's evaluator carries out.
+//
+// Calls the host through `evaluate` alone. What a line did is not reported back.
+#pragma once
+
+#include "plugin/host/types.h"
+
+namespace cadencora {
+
+// Every line is built in a buffer of this many bytes.
+constexpr int commandLineSize = 256;
+
+// Issues one complete line; does nothing when the host gave no evaluator.
+void issueCommand(const char* line);
+
+// "SelectItem": makes the item the host's only selected item. The earlier selection is lost.
+void selectItem(host::Item item);
+
+} // namespace cadencora

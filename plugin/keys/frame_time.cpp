@@ -1,0 +1,21 @@
+#include "plugin/keys/frame_time.h"
+
+#include <climits>
+#include <cmath>
+
+namespace cadencora {
+
+double toTime(int frame, double fps) {
+    return frame / fps;
+}
+
+double roundTime(double time, double fps) {
+    const double x = time * fps;
+    const double upper = std::ceil(x);
+    const double lower = upper - 1;
+    const double frame = std::fabs(lower - x) <= std::fabs(upper - x) ? lower : upper;
+    if (!(frame >= INT_MIN && frame <= INT_MAX)) return time;
+    return toTime(static_cast<int>(frame), fps);
+}
+
+} // namespace cadencora

@@ -1,0 +1,51 @@
+// Controls: adding, wiring, reading, setting and placing them.
+//
+// Calls the host's panel service and control records alone. A host may refuse a control: every
+// routine takes a null control, does nothing with it and reads the given or the neutral value.
+#pragma once
+
+#include "plugin/host/panel_funcs.h"
+
+namespace cadencora {
+
+constexpr int pathSize = 256; // bytes of a file path read from a control, with the closing zero
+
+// Adding. Widths are pixels; labels, choice items and titles outlive the panel. Null if refused.
+host::Control* addPathButton(host::Panel panel, const char* type, const char* label, int width);
+host::Control* addButton(host::Panel panel, const char* label, int width);
+host::Control* addToggle(host::Panel panel, const char* label);
+host::Control* addInteger(host::Panel panel, const char* label, int initial);
+host::Control* addReal(host::Panel panel, const char* label, double initial);
+host::Control* addSlider(host::Panel panel, const char* label, int width, int minimum, int maximum,
+                         int initial);
+host::Control* addListBox(host::Panel panel, const char* label, int rows, host::CountCallback count,
+                          host::NameCallback name);
+// `type` is a choice or a tab choice; `items` ends with null.
+host::Control* addChoice(host::Panel panel, const char* type, const char* label,
+                         const char* const* items);
+
+// User data first, then the handler, so that no event arrives without its record. A null handler
+// leaves the control with its user data alone.
+void wireControl(host::Control* control, void* userData, host::EventHandler handler);
+
+int readInteger(host::Control* control, int tag, int ifNone = 0);
+void setInteger(host::Control* control, int tag, int value);
+double readReal(host::Control* control);
+void setReal(host::Control* control, double value);
+
+// The file pattern that a load or save button offers to the user, for example "*.lw_items".
+void setPattern(host::Control* control, const char* pattern);
+
+// False when the user chose nothing.
+bool readPath(host::Control* control, char (&path)[pathSize]);
+
+// Draws a list box anew after its rows have changed.
+void refreshList(host::Control* list);
+
+// Puts buttons beside one another at the height at which the host placed the first.
+void placeRow(host::Control* const* buttons, int count, int firstX, int step);
+
+// Moves a labelled field so that its value box starts at the same x as its neighbours'.
+void alignValueBox(host::Control* control);
+
+} // namespace cadencora

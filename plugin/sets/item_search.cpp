@@ -1,0 +1,71 @@
+#include "plugin/sets/item_search.h"
+
+#include "plugin/sets/scene_walk.h"
+
+#include <cstring>
+
+namespace cadencora {
+
+// Hosts may list other items than bones under an object; those are found in their own walk.
+static bool isSearched(const host::ItemInfo* items, host::Item item, Place place) {
+    return place == Place::ofKind || items->type(item) == host::boneItem;
+}
+
+host::Item findID(const host::ItemInfo* items, const char* name) {
+    if (!items || !name) return nullptr;
+    host::Item found = nullptr;
+    walkScene(items, [&](host::Item item, Place place) {
+        const char* itemName = items->itemName(item);
+        if (itemName && std::strcmp(itemName, name) == 0 && isSearched(items, item, place))
+            found = item;
+        return !found;
+    });
+    return found;
+}
+
+static std::uint32_t hashName(const char* name) { // FNV-1a
+    std::uint32_t hash = 2166136261u;
+    for (; *name; ++name)
+        hash = (hash ^ static_cast<unsigned char>(*name)) * 16777619u;
+    return hash;
+}
+
+// The slot that holds the name, or the free one where it belongs.
+static std::uint32_t findSlot(const host::ItemInfo* items, const NameIndex* index, const char* name,
+                              std::uint32_t hash) {
+    constexpr std::uint32_t mask = NameIndex::numSlots - 1;
+    std::uint32_t slot = hash & mask;
+    for (; index->items[slot]; slot = (slot + 1) & mask) {
+        if (index->hashes[slot] != hash) continue;
+        const char* itemName = items->itemName(index->items[slot]);
+        if (itemName && std::strcmp(itemName, name) == 0) break;
+    }
+    return slot;
+}
+
+void buildNameIndex(const host::ItemInfo* items, NameIndex* index) {
+    std::memset(index, 0, sizeof *index);
+    index->complete = true;
+    walkScene(items, [=](host::Item item, Place place) {
+        const char* name = items->itemName(item);
+        if (!name || !isSearched(items, item, place)) return true;
+        const std::uint32_t hash = hashName(name);
+        const std::uint32_t slot = findSlot(items, index, name, hash);
+        if (index->items[slot]) return true; // an earlier item has that name
+        if (index->numNames == NameIndex::maxNames) {
+            index->complete = false;
+            return false;
+        }
+        index->items[slot] = item;
+        index->hashes[slot] = hash;
+        ++index->numNames;
+        return true;
+    });
+}
+
+host::Item findIDInIndex(const host::ItemInfo* items, const NameIndex* index, const char* name) {
+    const host::Item found = index->items[findSlot(items, index, name, hashName(name))];
+    return found || index->complete ? found : findID(items, name);
+}
+
+} // namespace cadencora

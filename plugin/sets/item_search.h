@@ -1,0 +1,31 @@
+// Finding items by name: one name at a time, or many through an index of the scene's names.
+//
+// Calls the host's item service alone. Names are compared exactly; the first item in scene order
+// wins.
+#pragma once
+
+#include "plugin/host/item_info.h"
+
+namespace cadencora {
+
+// Null for a null service or name, and when no item has that name. Walks the scene.
+host::Item findID(const host::ItemInfo* items, const char* name);
+
+// A table for one file's worth of names, nearly 400 KB: it lives on the caller's stack and is good
+// only until the scene changes.
+struct NameIndex {
+    static constexpr std::uint32_t numSlots = 32768; // a power of two
+    static constexpr int maxNames = 24576;           // beyond it, searching gets slow
+    host::Item items[numSlots];                      // null: a free slot
+    std::uint32_t hashes[numSlots];
+    int numNames;
+    bool complete; // false: the scene has more names than the table takes
+};
+
+// Walks the scene once.
+void buildNameIndex(const host::ItemInfo* items, NameIndex* index);
+
+// Exactly what findID answers, without walking the scene as long as the index is complete.
+host::Item findIDInIndex(const host::ItemInfo* items, const NameIndex* index, const char* name);
+
+} // namespace cadencora

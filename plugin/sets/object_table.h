@@ -1,0 +1,28 @@
+// The affected item table: collecting it from the selection or the whole scene.
+//
+// Works on the state record and reads the newest dialog's toggles; calls the host's item and
+// interface services. Items beyond 20480 are dropped without a word; duplicates stay.
+#pragma once
+
+#include "plugin/shell/tool_state.h"
+
+namespace cadencora {
+
+// Adds one item behind the others; false when the table is full and the item was dropped.
+bool appendObject(ToolState* state, host::Item item);
+
+// Collects the table anew as the toggles say: the selection in its order, then, if asked for, all
+// descendants of each; or the whole scene. Without the host services the table stays as it is.
+void getSelected(ToolState* state);
+
+// The values of "Use selected objects only" and "Include all subchildren"; 0 without a toggle.
+int affectOnlySelected(const ToolState* state);
+int affectAllChildren(const ToolState* state);
+
+// Appends all descendants of the item, depth first, parents before children.
+void getChildrenOfID(host::Item item, ToolState* state);
+
+// Whether the item is in the table; false for a null record or item.
+bool isSelectedInKeys(const ToolState* state, host::Item item);
+
+} // namespace cadencora

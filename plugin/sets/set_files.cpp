@@ -1,0 +1,62 @@
+#include "plugin/sets/set_files.h"
+
+#include "plugin/host/lookup.h"
+
+namespace cadencora {
+
+static void reportWriting(const char* path) {
+    message->error("Failure to open file for writing", path);
+}
+
+std::FILE* openForReading(const char* path) {
+    std::FILE* file = std::fopen(path, "r");
+    if (file) {
+        // Some systems open a directory and only refuse to read it: one byte tells.
+        const int first = std::getc(file);
+        if (first == EOF && std::ferror(file)) {
+            std::fclose(file);
+            file = nullptr;
+        } else {
+            std::ungetc(first, file);
+        }
+    }
+    if (!file) message->error("Failure to open file for reading", path);
+    return file;
+}
+
+std::FILE* openForWriting(const char* path) {
+    std::FILE* file = std::fopen(path, "w");
+    if (!file) reportWriting(path);
+    return file;
+}
+
+void closeWritten(std::FILE* file, const char* path) {
+    const bool failed = std::ferror(file) != 0;
+    if (std::fclose(file) != 0 || failed) reportWriting(path);
+}
+
+// The C locale's white space, whatever locale the host has set.
+static bool isBlank(int byte) {
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
+
+bool readWord(std::FILE* file, char (&word)[wordSize]) {
+    for (;;) {
+        int byte = std::getc(file);
+        while (isBlank(byte))
+            byte = std::getc(file);
+        if (byte == EOF) return false;
+        int length = 0;
+        bool usable = true;
+        for (; byte != EOF && !isBlank(byte); byte = std::getc(file)) {
+            if (length < wordSize - 1 && byte != '\0')
+                word[length++] = static_cast<char>(byte);
+            else
+                usable = false;
+        }
+        word[length] = '\0';
+        if (usable) return true;
+    }
+}
+
+} // namespace cadencora
