@@ -9,7 +9,17 @@
 
 namespace cadencora {
 
-void destroyEvent(host::Control* control, void* userData);    // "Destroy Keys"
-void defractionEvent(host::Control* control, void* userData); // "Defractionalize"
+void copyEvent(host::Control* control, void* userData);            // "Cycle (Bake) Keys"
+void destroyEvent(host::Control* control, void* userData);         // "Destroy Keys"
+void defractionEvent(host::Control* control, void* userData);      // "Defractionalize"
+void createRandomEvent(host::Control* control, void* userData);    // "Create Random Keys"
+void jitterEvent(host::Control* control, void* userData);          // "Randomize/Jitter Keys"
+void moveRotateScaleEvent(host::Control* control, void* userData); // "MoveRotateScale"
+
+void dissolveEvent(host::Control* control, void* userData);       // "Dissolve"
+void undissolveEvent(host::Control* control, void* userData);     // "UnDissolve"
+void keyAllMorphsEvent(host::Control* control, void* userData);   // "Key All Morphs"
+void unkeyAllMorphsEvent(host::Control* control, void* userData); // "UnKey All Morphs"
+void resetAllMorphsEvent(host::Control* control, void* userData); // "Reset All Morphs"
 
 } // namespace cadencora

@@ -33,11 +33,7 @@ int reKeyChannelToNearest(const void*, const host::EnvelopeFuncs* envelopes,
                      [=](host::Key key, double time, double value) {
                          const double frameTime = roundTime(time, fps);
                          if (frameTime == time) return envelopes->nextKey(envelope, key);
-                         const host::Key moved =
-                             findAndCopyKey(envelopes, envelope, envelope, key, frameTime, value);
-                         if (!moved) return envelopes->nextKey(envelope, key);
-                         envelopes->destroyKey(envelope, key);
-                         return envelopes->nextKey(envelope, moved);
+                         return moveKey(envelopes, envelope, key, frameTime, value);
                      });
 }
 

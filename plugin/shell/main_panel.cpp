@@ -10,12 +10,12 @@ namespace cadencora {
 const char* const layoutTabs[numTabs + 1] = {"Standard", "Transfer", "Other", nullptr};
 
 const TabButton tab_1_names[] = {
-    {"Cycle (Bake) Keys", nullptr},
+    {"Cycle (Bake) Keys", copyEvent},
     {"Destroy Keys", destroyEvent},
     {"Defractionalize", defractionEvent},
-    {"Create Random Keys", nullptr},
-    {"Randomize/Jitter Keys", nullptr},
-    {"MoveRotateScale", nullptr},
+    {"Create Random Keys", createRandomEvent},
+    {"Randomize/Jitter Keys", jitterEvent},
+    {"MoveRotateScale", moveRotateScaleEvent},
     {nullptr, nullptr},
 };
 
@@ -30,8 +30,12 @@ const TabButton tab_2_names[] = {
 };
 
 const TabButton tab_3_names[] = {
-    {"Dissolve", nullptr},         {"UnDissolve", nullptr},       {"Key All Morphs", nullptr},
-    {"UnKey All Morphs", nullptr}, {"Reset All Morphs", nullptr}, {nullptr, nullptr},
+    {"Dissolve", dissolveEvent},
+    {"UnDissolve", undissolveEvent},
+    {"Key All Morphs", keyAllMorphsEvent},
+    {"UnKey All Morphs", unkeyAllMorphsEvent},
+    {"Reset All Morphs", resetAllMorphsEvent},
+    {nullptr, nullptr},
 };
 
 static_assert(sizeof tab_1_names <= sizeof(TabButton) * (maxTabButtons + 1));

@@ -1,0 +1,58 @@
+// "Cycle (Bake) Keys": repeats the keys of a frame range behind it, with a gap of whole frames.
+
+#include "plugin/commands/commands.h"
+#include "plugin/commands/walk.h"
+#include "plugin/keys/frame_time.h"
+#include "plugin/keys/whole_channels.h"
+#include "plugin/sets/controls.h"
+#include "plugin/sets/dialogs.h"
+#include "plugin/sets/panels.h"
+
+namespace cadencora {
+
+struct CycleOptions {
+    double gap;  // seconds between one repetition and the next
+    int repeats; // 1 to 50
+};
+
+// Asks for the options. The panel may be destroyed once they are read; false: cancelled.
+static bool runOptions(host::Panel panel, const Services& services, CycleOptions* options) {
+    constexpr int width = 120;
+    constexpr int maxRepeats = 50;
+    const int lastFrame = services.interfaceInfo->previewLastFrame;
+    host::Control* gap = addSlider(panel, "Cycle Gap", width, 0, lastFrame, 0);
+    host::Control* repeats = addSlider(panel, "Repeats", width, 1, maxRepeats, 1);
+    alignValueBox(gap);
+    alignValueBox(repeats);
+    if (!runPanel(panel)) return false;
+    options->gap = toTime(readInteger(gap, host::controlValue), services.scene->framesPerSecond);
+    options->repeats = readInteger(repeats, host::controlValue);
+    return true;
+}
+
+static void cycleChannel(const Services& services, host::Envelope envelope, double start,
+                         double end, const CycleOptions& options) {
+    const double length = end - start;
+    for (int k = 0; k < options.repeats; ++k)
+        copyShiftChannel(services.channels, services.envelopes, envelope, start, end,
+                         k * length + (k + 1) * options.gap);
+}
+
+void copyEvent(host::Control*, void* userData) {
+    auto* state = static_cast<ToolState*>(userData);
+    Services services;
+    if (!fetchServices(&services)) return;
+    double start = 0;
+    double end = 0;
+    if (!createDefaultPanel(state, &start, &end)) return;
+    const host::Panel panel = createPanel("Copy and Cycle frames");
+    if (!panel) return;
+    CycleOptions options{};
+    if (runOptions(panel, services, &options))
+        walkActiveChannels(services, state, [&](host::Envelope envelope) {
+            cycleChannel(services, envelope, start, end, options);
+        });
+    panelService->destroyPanel(panel);
+}
+
+} // namespace cadencora
