@@ -99,9 +99,15 @@ enum ValueType : std::int32_t {
     itemValue = 23
 };
 
+#pragma pack(push, 4)
+// A text that is read or written in place.
+struct TextBuffer {
+    char* buffer;      // the caller's
+    std::int32_t size; // in bytes
+};
+
 // The value of one control attribute: nine 32-bit words, where a pointer takes two on a 64-bit
 // build. Zeroed before use.
-#pragma pack(push, 4)
 struct ControlValue {
     std::int32_t type; // word 0
     union {            // from word 1
@@ -110,10 +116,7 @@ struct ControlValue {
         void* pointer;        // user data
         EventHandler handler; // event handler
         Item item;
-        struct {
-            char* buffer;      // the caller's
-            std::int32_t size; // in bytes
-        } text;
+        TextBuffer text;
         std::int32_t words[8];
     };
 };
