@@ -66,6 +66,15 @@ double insideSpan(const Cursor& from, const Cursor& to, double time) {
            (u3 - u2) * length * slopes.arriving;
 }
 
+// The slope inside a span with explicit tangents.
+double slopeInside(const Cursor& from, const Cursor& to, double time) {
+    const Slopes slopes = slopesOf(from, to);
+    const double length = to.time() - from.time();
+    const double u = (time - from.time()) / length;
+    return 6 * (u - u * u) * chord(from, to) + (3 * u * u - 4 * u + 1) * slopes.leaving +
+           (3 * u * u - 2 * u) * slopes.arriving;
+}
+
 // The value between the first and the last key, both included.
 double insideKeys(const KeyStore& keys, double time) {
     const Cursor to = keys.atOrAfter(time);
@@ -113,6 +122,25 @@ double Envelope::evaluate(double time) const {
     const double value = insideKeys(keys, inside);
     if (behaviour != Behaviour::offsetRepeat) return value;
     return value + turns * (last.value() - first.value());
+}
+
+KeyHandle Envelope::placeKey(double time, double value) {
+    const Cursor behind = keys.atOrAfter(time);
+    if (behind && behind.time() == time) return keys.insert(time, value, behind.shape());
+    const Cursor neighbour = behind ? behind : keys.last();
+    const Shape shape = neighbour ? neighbour.shape() : Shape::spline;
+    double slope = 0;
+    if (shape == Shape::tangents && behind) {
+        Cursor from = behind;
+        from.stepBack();
+        if (from) slope = slopeInside(from, behind, time);
+    }
+    const KeyHandle key = keys.insert(time, value, shape);
+    if (slope != 0) {
+        keys.setParameter(key, incomingSlope, slope);
+        keys.setParameter(key, outgoingSlope, slope);
+    }
+    return key;
 }
 
 } // namespace cadencora::stage

@@ -26,6 +26,11 @@ struct Envelope {
 
     // The curve's value at a finite time in seconds.
     double evaluate(double time) const;
+
+    // Puts a key at a finite time, as a person does who keys a value there. An existing key takes
+    // the value and keeps the rest; a new one continues the shape of the span it falls into, so
+    // that a key placed on the curve disturbs it as little as its shape allows.
+    KeyHandle placeKey(double time, double value);
 };
 
 } // namespace cadencora::stage

@@ -328,9 +328,9 @@ KeyHandle KeyStore::handleAt(Block* block, int slot) {
     std::uint32_t& link = block->entry[Block::at(slot)];
     if (link == 0) {
         if (freeEntries_.empty()) {
-            // A walk asks for every key's handle: room for all of them at once, and no more.
-            if (entries_.size() == entries_.capacity())
-                entries_.reserve(std::max(size_, entries_.size() + entries_.size() / 4 + 4));
+            // Never more room than there are keys: at most that many handles are in use at once.
+            if (const std::size_t used = entries_.size(); used == entries_.capacity())
+                entries_.reserve(std::max(used + 1, std::min(2 * used + 16, size_)));
             entries_.emplace_back();
             link = static_cast<std::uint32_t>(entries_.size());
         } else {

@@ -1,5 +1,7 @@
 #include "stage/scene/scene.h"
 
+#include "stage/base/text.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cmath>
@@ -96,6 +98,13 @@ ItemId Scene::findItem(std::string_view itemName) const {
     const auto found = std::ranges::find(items_, itemName, &Item::name);
     return found == items_.end() ? ItemId::none
                                  : itemAt(static_cast<std::size_t>(found - items_.begin()));
+}
+
+std::string Scene::namesLike(std::string_view wanted) const {
+    std::vector<std::string> names;
+    for (const Item& item : items_)
+        names.push_back(item.name);
+    return alternatives(wanted, std::move(names));
 }
 
 ChannelId Scene::findChannel(GroupId groupId, std::string_view channelName) const {

@@ -143,6 +143,9 @@ public:
     // The first item of a name in the order of adding; none where there is none.
     ItemId findItem(std::string_view itemName) const;
 
+    // The names nearest to an unknown one, for messages.
+    std::string namesLike(std::string_view wanted) const;
+
     // The channel of an exact name directly in a group; none where there is none.
     ChannelId findChannel(GroupId group, std::string_view channelName) const;
 

@@ -1,0 +1,231 @@
+#include "stage/cli/arguments.h"
+
+#include "stage/base/text.h"
+#include "stage/cli/report.h"
+#include "stage/cli/run.h"
+#include "stage/formats/format.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+namespace cadencora::stage {
+
+namespace {
+
+int fail(ExitStatus status, const Problem& problem) {
+    std::cerr << "cadencora: " << problem.text() << "\n";
+    return status;
+}
+
+struct Arguments {
+    std::vector<std::string> inputs;
+    std::string output, outputFolder, plugin, motions, rate, report = "text";
+    std::vector<std::string> presses, selects, settings, answers;
+    std::vector<double> times;
+    bool dryRun = false, json = false;
+
+    std::filesystem::path pluginPath() const {
+        return plugin.empty() ? Module::defaultPath() : std::filesystem::path(plugin);
+    }
+};
+
+Result<std::optional<FrameRate>> rateOf(const Arguments& arguments) {
+    if (arguments.rate.empty()) return std::optional<FrameRate>();
+    const auto rate = FrameRate::parse(arguments.rate);
+    if (!rate)
+        return Problem{"not a frame rate: " + quoted(arguments.rate), "--fps",
+                       "expected a number such as 30, 23.976 or 24000/1001"};
+    return rate;
+}
+
+Result<Step::Setting> settingOf(const std::string& text) {
+    const auto equals = text.find('=');
+    // A bare label presses a button of the dialog.
+    if (equals == std::string::npos) return Step::Setting{text, ""};
+    if (trimmed(std::string_view(text).substr(0, equals)).empty())
+        return Problem{"no label before the equals sign", "--set " + quoted(text),
+                       "expected LABEL=VALUE"};
+    return Step::Setting{text.substr(0, equals), text.substr(equals + 1)};
+}
+
+// Puts the options of the steps back into the order in which they were given: each --press begins a
+// step, and what follows belongs to it. --select and --time before the first --press belong to the
+// first step.
+Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& arguments) {
+    std::vector<Step> steps;
+    Step early; // what stands before the first --press
+    std::size_t presses = 0, selects = 0, settings = 0, answers = 0, times = 0;
+    for (const CLI::Option* option : app.parse_order()) {
+        const std::string name = option->get_single_name();
+        Step& step = steps.empty() ? early : steps.back();
+        if (name == "press") {
+            if (steps.empty()) {
+                early.press = arguments.presses[presses++];
+                steps.push_back(std::exchange(early, {}));
+            } else {
+                Step next;
+                next.press = arguments.presses[presses++];
+                steps.push_back(std::move(next));
+            }
+        } else if (name == "select") {
+            if (!step.select) step.select.emplace();
+            step.select->push_back(arguments.selects[selects++]);
+        } else if (name == "time") {
+            step.time = arguments.times[times++];
+        } else if (name == "set") {
+            auto setting = settingOf(arguments.settings[settings++]);
+            if (!setting) return setting.problem();
+            step.settings.push_back(std::move(setting.value()));
+        } else if (name == "answer") {
+            step.answers.push_back(arguments.answers[answers++] == "yes");
+        } else if (name == "cancel") {
+            step.cancel = true;
+        }
+    }
+    if (steps.empty()) return Problem{"there is no step", "run", "expected --press \"BUTTON\""};
+    return steps;
+}
+
+int runCommand(const CLI::App& app, const Arguments& arguments) {
+    auto steps = stepsOf(app, arguments);
+    if (!steps) return fail(exitUsage, steps.problem());
+    const auto rate = rateOf(arguments);
+    if (!rate) return fail(exitUsage, rate.problem());
+    if (arguments.inputs.size() > 1 && !arguments.output.empty())
+        return fail(exitUsage, {"one output for several inputs", "-o",
+                                "--out-dir takes the files of all inputs"});
+    RunOptions options;
+    for (const std::string& input : arguments.inputs)
+        options.inputs.emplace_back(input);
+    options.steps = std::move(steps.value());
+    options.output = arguments.output;
+    options.outputFolder = arguments.outputFolder;
+    options.rate = rate.value();
+    options.dryRun = arguments.dryRun;
+    options.report = arguments.report == "json" ? ReportForm::json : ReportForm::text;
+    options.plugin = arguments.pluginPath();
+    options.motionsFolder = arguments.motions;
+    return run(options);
+}
+
+// Reads a scene for `info` and `convert`, with its warnings on standard error.
+Result<Scene> readInput(const Arguments& arguments, const std::string& input) {
+    const auto rate = rateOf(arguments);
+    if (!rate) return rate.problem();
+    ReadOptions reading;
+    reading.rate = rate.value();
+    auto loaded = readScene(input, reading);
+    if (!loaded) return loaded.problem();
+    for (const std::string& warning : loaded->warnings)
+        std::cerr << "warning: " << warning << "\n";
+    return std::move(loaded->scene);
+}
+
+int infoCommand(const Arguments& arguments) {
+    const auto scene = readInput(arguments, arguments.inputs.front());
+    if (!scene) return fail(exitFailed, scene.problem());
+    arguments.json ? printInfoJson(scene.value(), std::cout) : printInfo(scene.value(), std::cout);
+    return exitDone;
+}
+
+int convertCommand(const Arguments& arguments) {
+    if (const auto rate = rateOf(arguments); !rate) return fail(exitUsage, rate.problem());
+    const auto scene = readInput(arguments, arguments.inputs.front());
+    if (!scene) return fail(exitFailed, scene.problem());
+    const auto written = writeScene(scene.value(), arguments.output);
+    if (!written) return fail(exitFailed, written.problem());
+    for (const std::string& warning : written.value().warnings)
+        std::cerr << "warning: " << warning << "\n";
+    std::cout << "wrote " << arguments.output << ": " << summary(scene.value()) << "\n";
+    return exitDone;
+}
+
+int panelsCommand(const Arguments& arguments) {
+    const auto module = Module::open(arguments.pluginPath());
+    if (!module) return fail(exitFailed, module.problem());
+    const auto offer = explore(module.value());
+    if (!offer) return fail(exitFailed, offer.problem());
+    arguments.json ? printPanelsJson(offer.value(), std::cout)
+                   : printPanels(offer.value(), std::cout);
+    return exitDone;
+}
+
+void addRate(CLI::App& app, Arguments& arguments) {
+    app.add_option("--fps", arguments.rate,
+                   "Set the scene's frame rate; keys keep their times (30, 23.976, 24000/1001)");
+}
+
+void addPlugin(CLI::App& app, Arguments& arguments) {
+    app.add_option("--plugin", arguments.plugin,
+                   "The plug-in file (default: CADENCORA_PLUGIN, else beside the program)");
+}
+
+CLI::App* addRun(CLI::App& app, Arguments& arguments) {
+    CLI::App* run = app.add_subcommand("run", "Press the plug-in's buttons on animation files");
+    run->add_option("FILE", arguments.inputs, "Input files")->required();
+    run->add_option("--press", arguments.presses, "Begin a step: press the button of this label");
+    run->add_option("--select", arguments.selects, "Select an item by name (repeat for several)");
+    run->add_option("--time", arguments.times, "Move the current time to a frame");
+    run->add_option("--set", arguments.settings,
+                    "Set a control of the step's dialogs: LABEL=VALUE, or the label of a button");
+    run->add_option("--answer", arguments.answers,
+                    "Answer the step's questions, the last answer going on (default: yes)")
+        ->check(CLI::IsMember({"yes", "no"}));
+    run->add_flag("--cancel", "Cancel the step's dialogs once their controls are set");
+    run->add_option("-o,--output", arguments.output, "Write the scene to this file");
+    run->add_option("--out-dir", arguments.outputFolder,
+                    "Write each scene under its own name into this folder")
+        ->excludes("--output");
+    run->add_flag("--dry-run", arguments.dryRun, "Report, and write nothing");
+    run->add_option("--report", arguments.report, "Form of the report: text or json")
+        ->check(CLI::IsMember({"text", "json"}));
+    run->add_option("--motions", arguments.motions,
+                    "Folder that the plug-in is told is the motions directory");
+    for (const char* repeated : {"--press", "--select", "--time", "--set", "--answer"})
+        run->get_option(repeated)->expected(1)->multi_option_policy(
+            CLI::MultiOptionPolicy::TakeAll);
+    addRate(*run, arguments);
+    addPlugin(*run, arguments);
+    run->footer("A step is --press and the --select, --time, --set, --answer and --cancel that\n"
+                "follow it, up to the next --press. Example:\n"
+                "  cadencora run walk.bvh --press \"Destroy Keys\" --select Hips \\\n"
+                "      --set Start=100 --set End=200 -o out.bvh");
+    return run;
+}
+
+} // namespace
+
+int runProgram(int argc, char** argv) {
+    Arguments arguments;
+    CLI::App app("Cadencora: a keyframe toolbox for files of 3D animation", "cadencora");
+    app.set_version_flag("--version", CADENCORA_VERSION);
+    app.require_subcommand(1);
+
+    CLI::App* info = app.add_subcommand("info", "Say what a file holds");
+    info->add_option("FILE", arguments.inputs, "Input file")->required()->expected(1);
+    info->add_flag("--json", arguments.json, "Print JSON");
+    addRate(*info, arguments);
+
+    CLI::App* panels = app.add_subcommand("panels", "List the plug-in's buttons and dialogs");
+    panels->add_flag("--json", arguments.json, "Print JSON");
+    addPlugin(*panels, arguments);
+
+    CLI::App* run = addRun(app, arguments);
+
+    CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
+    convert->add_option("IN", arguments.inputs, "Input file")->required()->expected(1);
+    convert->add_option("OUT", arguments.output, "Output file")->required();
+    addRate(*convert, arguments);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? exitDone : exitUsage;
+    }
+    if (info->parsed()) return infoCommand(arguments);
+    if (panels->parsed()) return panelsCommand(arguments);
+    if (convert->parsed()) return convertCommand(arguments);
+    return runCommand(*run, arguments);
+}
+
+} // namespace cadencora::stage

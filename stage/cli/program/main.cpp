@@ -1,0 +1,5 @@
+#include "stage/cli/arguments.h"
+
+int main(int argc, char** argv) {
+    return cadencora::stage::runProgram(argc, argv);
+}

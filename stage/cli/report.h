@@ -1,0 +1,30 @@
+// What `run`, `info` and `panels` print.
+#pragma once
+
+#include "stage/cli/explore.h"
+#include "stage/cli/run.h"
+
+#include <iosfwd>
+
+namespace cadencora::stage {
+
+// "31 items, 50304 keys, 120 frames per second" of a scene.
+std::string summary(const Scene& scene);
+
+// Messages, changes and the written file, for people.
+void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out);
+
+// The toolbox's error messages, problems and warnings, one line each.
+void printErrors(const FileOutcome& outcome, std::ostream& out);
+
+// {"steps": [...], "problems": [...]} for one file; {"files": [...]} with one such entry and the
+// file's name for each of several.
+void printJson(const std::vector<FileOutcome>& outcomes, std::ostream& out);
+
+void printInfo(const Scene& scene, std::ostream& out);
+void printInfoJson(const Scene& scene, std::ostream& out);
+
+void printPanels(const PluginOffer& offer, std::ostream& out);
+void printPanelsJson(const PluginOffer& offer, std::ostream& out);
+
+} // namespace cadencora::stage

@@ -1,0 +1,172 @@
+// The command lines that a plug-in issues. A line that is unknown or malformed is refused whole and
+// reported; nothing is guessed.
+
+#include "stage/base/text.h"
+#include "stage/formats/motion_file.h"
+#include "stage/scene/rotation.h"
+#include "stage/services/file_paths.h"
+#include "stage/services/gate.h"
+#include "stage/services/tables.h"
+
+#include <array>
+#include <charconv>
+#include <numbers>
+
+namespace cadencora::stage {
+
+namespace {
+
+Problem refused(std::string_view line, std::string why) {
+    return {"command line refused: " + std::move(why), quoted(line), {}};
+}
+
+// Each command gets the rest of the line behind its name and one blank, and answers what is wrong
+// with it; an empty text means done.
+using Command = std::string (*)(Host& host, std::string_view rest);
+
+std::string selectItem(Host& host, std::string_view rest) {
+    std::uintptr_t word = 0;
+    const char* end = rest.data() + rest.size();
+    const auto [stop, error] = std::from_chars(rest.data(), end, word, 16);
+    const ItemId item =
+        error == std::errc{} && stop == end ? decode<ItemId>(host.scene(), word) : ItemId::none;
+    if (item == ItemId::none) return "expected an item's handle in hexadecimal";
+    host.select({item});
+    return {};
+}
+
+// Every command that needs objects finds them by the selection, so there is nothing to switch.
+std::string editObjects(Host&, std::string_view rest) {
+    return rest.empty() ? std::string() : "it takes no argument";
+}
+
+std::string addEnvelope(Host& host, std::string_view rest) {
+    constexpr std::string_view dissolve = "Dissolve";
+    if (rest != dissolve) return "expected \"Dissolve\"";
+    if (host.scene().selection.empty()) return "nothing is selected";
+    for (const ItemId id : host.scene().selection)
+        if (host.scene().item(id).type != ItemType::object)
+            return quoted(host.scene().item(id).name) + " is no object";
+    for (const ItemId id : host.scene().selection) {
+        const GroupId group = host.scene().item(id).group;
+        if (host.scene().findChannel(group, dissolve) == ChannelId::none)
+            host.edit().addChannel(group, std::string(dissolve), 0);
+    }
+    return {};
+}
+
+std::optional<Vec3> threeNumbers(std::string_view text) {
+    Vec3 numbers{};
+    std::size_t count = 0;
+    while (!text.empty()) {
+        const auto blank = text.find(' ');
+        const auto number = parseNumber(text.substr(0, blank));
+        if (!number || count == numbers.size()) return std::nullopt;
+        numbers[count++] = *number;
+        text = blank == std::string_view::npos ? std::string_view() : text.substr(blank + 1);
+    }
+    return count == numbers.size() ? std::optional(numbers) : std::nullopt;
+}
+
+// Typed values are keyed at the current time, as a host with automatic keys does.
+template <MotionChannel first>
+std::string keyMotion(Host& host, std::string_view rest) {
+    const auto values = threeNumbers(rest);
+    if (!values) return "expected three numbers";
+    if (host.scene().selection.empty()) return "nothing is selected";
+    const double unit = first == heading ? std::numbers::pi / 180 : 1; // rotations in degrees
+    for (const ItemId item : host.scene().selection) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            const ChannelId channel = host.scene().item(item).motion[first + i];
+            Envelope& envelope = host.edit().envelope(host.scene().channel(channel).envelope);
+            envelope.placeKey(host.scene().currentTime, (*values)[i] * unit);
+        }
+    }
+    return {};
+}
+
+// A bare file name lies in the motions directory, else in the system's place for scratch files.
+std::filesystem::path motionPath(const Host& host, std::string_view text) {
+    const std::filesystem::path path(text);
+    if (path.has_parent_path()) return path;
+    std::error_code ignored;
+    const auto& motions = host.options().motionsDirectory;
+    return (motions.empty() ? std::filesystem::temp_directory_path(ignored) : motions) /
+           escapedFileName(text);
+}
+
+std::string saveMotion(Host& host, std::string_view rest) {
+    if (rest.empty()) return "expected a file name";
+    if (host.scene().selection.empty()) return "nothing is selected";
+    const auto path = motionPath(host, rest);
+    std::string text = itemMotionText(host.scene(), host.scene().selection.front());
+    if (!host.options().writeFiles) {
+        host.dryFiles[path] = std::move(text);
+        return {};
+    }
+    const auto written = writeFile(path, text);
+    return written ? std::string() : written.problem().text();
+}
+
+std::string loadMotion(Host& host, std::string_view rest) {
+    if (rest.empty()) return "expected a file name";
+    if (host.scene().selection.empty()) return "nothing is selected";
+    const auto path = motionPath(host, rest);
+    const auto dry = host.dryFiles.find(path);
+    const auto text =
+        dry != host.dryFiles.end() ? Result<std::string>(dry->second) : readFile(path);
+    if (!text) return text.problem().text();
+    const auto motion = parseItemMotion(text.value(), path.string());
+    if (!motion) return motion.problem().text();
+    for (const ItemId item : host.scene().selection)
+        applyMotion(host, item, motion.value());
+    return {};
+}
+
+struct CommandRow {
+    std::string_view name;
+    Command run;
+};
+
+constexpr std::array commands{
+    CommandRow{"SelectItem", &selectItem},       CommandRow{"EditObjects", &editObjects},
+    CommandRow{"AddEnvelope", &addEnvelope},     CommandRow{"Position", &keyMotion<positionX>},
+    CommandRow{"Rotation", &keyMotion<heading>}, CommandRow{"Scale", &keyMotion<scaleX>},
+    CommandRow{"SaveMotion", &saveMotion},       CommandRow{"LoadMotion", &loadMotion},
+};
+
+int evaluate(Host& host, int, std::string_view line) {
+    const auto result = host.command(line);
+    if (!result) host.report(result.problem());
+    host.refreshRecords();
+    return result.ok() ? 1 : 0;
+}
+
+} // namespace
+
+Result<> Host::command(std::string_view line) {
+    const auto blank = line.find(' ');
+    const auto name = line.substr(0, blank);
+    const auto rest = blank == std::string_view::npos ? std::string_view() : line.substr(blank + 1);
+    for (const CommandRow& row : commands) {
+        if (row.name != name) continue;
+        const std::string problem = row.run(*this, rest);
+        if (problem.empty()) return done();
+        return refused(line, problem);
+    }
+    return refused(line, "unknown command");
+}
+
+host::LayoutGeneric& layoutGenericRecord() {
+    static host::LayoutGeneric record{
+        .word0 = nullptr,
+        .word1 = nullptr,
+        .word2 = nullptr,
+        .word3 = nullptr,
+        .word4 = nullptr,
+        .evaluate = gate<"LayoutGeneric", "evaluate", &evaluate>,
+    };
+    return record;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,19 @@
+#include "stage/services/gate.h"
+#include "stage/services/tables.h"
+
+namespace cadencora::stage {
+
+namespace {
+
+const char* directory(Host& host, std::string_view kind) {
+    const auto& path = host.options().motionsDirectory;
+    return kind == host::motionsDirectory && !path.empty() ? path.c_str() : nullptr;
+}
+
+} // namespace
+
+host::DirInfo dirInfo() {
+    return gate<"Directory Info", "directory", &directory>;
+}
+
+} // namespace cadencora::stage

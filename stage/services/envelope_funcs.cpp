@@ -1,0 +1,186 @@
+#include "stage/formats/motion_file.h"
+#include "stage/services/gate.h"
+#include "stage/services/tables.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace cadencora::stage {
+
+namespace {
+
+constexpr SlotName service = "Animation Envelopes";
+
+EnvelopeId createEnvelope(Host& host, GroupId, std::string_view, int type) {
+    if (type != host::floatEnvelope) throw MisuseError{"envelope type " + std::to_string(type)};
+    return host.edit().addEnvelope(0);
+}
+
+void destroyEnvelope(Host& host, EnvelopeId envelope) {
+    if (!host.edit().made(envelope))
+        throw MisuseError{"the envelope was not made by createEnvelope in this event"};
+    host.edit().removeEnvelope(envelope);
+}
+
+void copyEnvelope(Host& host, EnvelopeId to, EnvelopeId from) {
+    if (to != from) host.edit().envelope(to) = Envelope(host.scene().envelope(from));
+}
+
+void loadEnvelope(Host& host, EnvelopeId envelope, host::LoadState state) {
+    const auto file = host.loadFiles.find(reinterpret_cast<std::uintptr_t>(state));
+    if (file == host.loadFiles.end()) throw MisuseError{"not an open load state"};
+    host.edit().envelope(envelope) = Envelope(file->second.envelope);
+}
+
+void saveEnvelope(Host& host, EnvelopeId envelope, host::SaveState state) {
+    const auto file = host.saveFiles.find(reinterpret_cast<std::uintptr_t>(state));
+    if (file == host.saveFiles.end()) throw MisuseError{"not an open save state"};
+    file->second.text += envelopeText(host.scene().envelope(envelope));
+}
+
+double evaluate(Host& host, EnvelopeId envelope, double time) {
+    return host.scene().envelope(envelope).evaluate(time);
+}
+
+KeyHandle createKey(Host& host, EnvelopeId envelope, double time, double value) {
+    if (!std::isfinite(time) || !std::isfinite(value))
+        throw MisuseError{"a key needs a finite time and value"};
+    return host.edit().envelope(envelope).placeKey(time, value);
+}
+
+void requireKey(const KeyStore& keys, KeyHandle key) {
+    if (!keys.valid(key))
+        throw MisuseError{key == KeyHandle::none
+                              ? "null key"
+                              : "the key is not of this envelope, or was destroyed"};
+}
+
+void destroyKey(Host& host, EnvelopeId envelope, KeyHandle key) {
+    requireKey(host.scene().envelope(envelope).keys, key);
+    host.edit().envelope(envelope).keys.erase(key);
+}
+
+KeyHandle findKey(Host& host, EnvelopeId envelope, double time) {
+    return host.mutableScene().mutableEnvelope(envelope).keys.find(time);
+}
+
+KeyHandle nextKey(Host& host, EnvelopeId envelope, KeyHandle key) {
+    KeyStore& keys = host.mutableScene().mutableEnvelope(envelope).keys;
+    if (key == KeyHandle::none) return keys.first();
+    requireKey(keys, key);
+    return keys.next(key);
+}
+
+template <class T>
+T read(const void* in) {
+    T value;
+    std::memcpy(&value, in, sizeof value); // the caller's storage may lie at any address
+    return value;
+}
+
+bool isParameter(int attribute) {
+    return attribute >= host::keyParameterFirst && attribute <= host::keyParameterLast;
+}
+
+Parameter parameterOf(int attribute) {
+    return static_cast<Parameter>(attribute - host::keyParameterFirst);
+}
+
+int keySet(Host& host, EnvelopeId envelope, KeyHandle key, int attribute, const void* in) {
+    if (!in) throw MisuseError{"null attribute"};
+    requireKey(host.scene().envelope(envelope).keys, key);
+    if (!host.faults.refusedAttributes.empty() && host.faults.refusedAttributes.contains(attribute))
+        return 0;
+    KeyStore& keys = host.edit().envelope(envelope).keys;
+    if (attribute == host::keyShape) {
+        const int shape = read<int>(in);
+        if (!isShape(shape)) return 0;
+        keys.setShape(key, static_cast<Shape>(shape));
+        return 1;
+    }
+    const double number = read<double>(in);
+    if (!std::isfinite(number)) return 0;
+    if (attribute == host::keyValue) {
+        keys.setValue(key, number);
+    } else if (attribute == host::keyTime) {
+        return keys.setTime(key, number) ? 1 : 0;
+    } else if (isParameter(attribute)) {
+        keys.setParameter(key, parameterOf(attribute), number);
+    } else {
+        throw MisuseError{"key attribute " + std::to_string(attribute)};
+    }
+    return 1;
+}
+
+int keyGet(Host& host, EnvelopeId envelope, KeyHandle key, int attribute, void* out) {
+    if (!out) throw MisuseError{"null attribute"};
+    const KeyStore& keys = host.scene().envelope(envelope).keys;
+    requireKey(keys, key);
+    if (!host.faults.unavailableAttributes.empty() &&
+        host.faults.unavailableAttributes.contains(attribute))
+        return 0;
+    const KeyStore::Cursor cursor = keys.at(key);
+    const auto write = [&](auto value) { std::memcpy(out, &value, sizeof value); };
+    if (attribute == host::keyValue) {
+        write(cursor.value());
+    } else if (attribute == host::keyTime) {
+        write(cursor.time());
+    } else if (attribute == host::keyShape) {
+        write(static_cast<int>(cursor.shape()));
+    } else if (isParameter(attribute)) {
+        write(cursor.parameter(parameterOf(attribute)));
+    } else {
+        throw MisuseError{"key attribute " + std::to_string(attribute)};
+    }
+    return 1;
+}
+
+Behaviour Envelope::*settingOf(int tag) {
+    if (tag == host::behaviourBefore) return &Envelope::before;
+    if (tag == host::behaviourAfter) return &Envelope::after;
+    throw MisuseError{"envelope setting " + std::to_string(tag)};
+}
+
+int setEnvelopeValue(Host& host, EnvelopeId envelope, OrNone<GroupId>, int tag, int* value) {
+    if (!value) throw MisuseError{"null setting"};
+    Behaviour Envelope::*const setting = settingOf(tag);
+    if (!isBehaviour(*value)) return 0;
+    host.edit().envelope(envelope).*setting = static_cast<Behaviour>(*value);
+    return 1;
+}
+
+int getEnvelopeValue(Host& host, EnvelopeId envelope, OrNone<GroupId>, int tag, int* value) {
+    if (!value) throw MisuseError{"null setting"};
+    *value = static_cast<int>(host.scene().envelope(envelope).*settingOf(tag));
+    return 1;
+}
+
+} // namespace
+
+host::EnvelopeFuncs& envelopeFuncs() {
+    static host::EnvelopeFuncs table{
+        .createEnvelope = gate<service, "createEnvelope", &createEnvelope>,
+        .destroyEnvelope = gate<service, "destroyEnvelope", &destroyEnvelope>,
+        .slot2 = nullptr,
+        .slot3 = nullptr,
+        .copyEnvelope = gate<service, "copyEnvelope", &copyEnvelope>,
+        .loadEnvelope = gate<service, "loadEnvelope", &loadEnvelope>,
+        .saveEnvelope = gate<service, "saveEnvelope", &saveEnvelope>,
+        .evaluate = gate<service, "evaluate", &evaluate>,
+        .slot8 = nullptr,
+        .slot9 = nullptr,
+        .createKey = gate<service, "createKey", &createKey>,
+        .destroyKey = gate<service, "destroyKey", &destroyKey>,
+        .findKey = gate<service, "findKey", &findKey>,
+        .nextKey = gate<service, "nextKey", &nextKey>,
+        .slot14 = nullptr,
+        .keySet = gate<service, "keySet", &keySet>,
+        .keyGet = gate<service, "keyGet", &keyGet>,
+        .slot17 = nullptr,
+        .setEnvelopeValue = gate<service, "setEnvelopeValue", &setEnvelopeValue>,
+        .getEnvelopeValue = gate<service, "getEnvelopeValue", &getEnvelopeValue>,
+    };
+    return table;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,94 @@
+#include "stage/formats/motion_file.h"
+#include "stage/services/file_paths.h"
+#include "stage/services/gate.h"
+#include "stage/services/tables.h"
+
+namespace cadencora::stage {
+
+namespace {
+
+constexpr SlotName service = "File IO 2";
+
+template <class State>
+std::uintptr_t word(State state) {
+    return reinterpret_cast<std::uintptr_t>(state);
+}
+
+void requireMode(int mode) {
+    if (mode != host::motionFileMode) throw MisuseError{"file mode " + std::to_string(mode)};
+}
+
+host::SaveState openSave(Host& host, std::string_view text, int mode) {
+    requireMode(mode);
+    auto path = resolvePath(text);
+    if (!path) {
+        host.report(path.problem());
+        return nullptr;
+    }
+    SaveFile save{path.value(), std::nullopt, {}};
+    if (host.options().writeFiles) {
+        auto file = AsideFile::create(save.path);
+        if (!file) {
+            host.report(file.problem());
+            return nullptr;
+        }
+        save.file = std::move(file.value());
+    }
+    const std::uintptr_t handle = host.nextFile++;
+    host.saveFiles.emplace(handle, std::move(save));
+    return reinterpret_cast<host::SaveState>(handle);
+}
+
+void closeSave(Host& host, host::SaveState state) {
+    const auto found = host.saveFiles.find(word(state));
+    if (found == host.saveFiles.end()) throw MisuseError{"not an open save state"};
+    SaveFile save = std::move(found->second);
+    host.saveFiles.erase(found);
+    if (!save.file) {
+        host.dryFiles[save.path] = std::move(save.text);
+        return;
+    }
+    save.file->write(save.text);
+    if (auto written = save.file->commit(); !written) host.report(written.problem());
+}
+
+Result<std::string> motionText(Host& host, const std::filesystem::path& path) {
+    const auto dry = host.dryFiles.find(path);
+    if (dry != host.dryFiles.end()) return dry->second;
+    return readFile(path);
+}
+
+host::LoadState openLoad(Host& host, std::string_view text, int mode) {
+    requireMode(mode);
+    const auto refuse = [&](Problem problem) {
+        host.report(std::move(problem));
+        return nullptr;
+    };
+    auto path = resolvePath(text);
+    if (!path) return refuse(path.problem());
+    auto bytes = motionText(host, path.value());
+    if (!bytes) return refuse(bytes.problem());
+    auto envelope = parseEnvelope(bytes.value(), path.value().string());
+    if (!envelope) return refuse(envelope.problem());
+    const std::uintptr_t handle = host.nextFile++;
+    host.loadFiles.emplace(handle, LoadFile{path.value(), std::move(envelope.value())});
+    return reinterpret_cast<host::LoadState>(handle);
+}
+
+void closeLoad(Host& host, host::LoadState state) {
+    if (host.loadFiles.erase(word(state)) == 0) throw MisuseError{"not an open load state"};
+}
+
+} // namespace
+
+host::FileIOFuncs& fileIOFuncs() {
+    static host::FileIOFuncs table{
+        .openSave = gate<service, "openSave", &openSave>,
+        .closeSave = gate<service, "closeSave", &closeSave>,
+        .openLoad = gate<service, "openLoad", &openLoad>,
+        .closeLoad = gate<service, "closeLoad", &closeLoad>,
+    };
+    return table;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,127 @@
+// The host that a plug-in talks to: a scene, a journal, panels and a front end, behind C tables.
+//
+// One host is active at a time per process: the tables carry no context, so their slots work on the
+// active host. Everything runs on one thread.
+#pragma once
+
+#include "plugin/host/types.h"
+#include "stage/base/file.h"
+#include "stage/panels/front_end.h"
+#include "stage/scene/journal.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace cadencora::stage {
+
+// A call that a plug-in should not have made. The call did nothing and answered "nothing".
+struct Misuse {
+    std::string service; // "Animation Envelopes"
+    std::string slot;    // "createKey"
+    std::string reason;
+
+    bool operator==(const Misuse&) const = default;
+};
+
+// Thrown inside a service when the caller's arguments make no sense; the gate records it.
+struct MisuseError {
+    std::string reason;
+};
+
+// For tests of the pair of plug-in and stage.
+struct HostFaults {
+    std::set<std::string, std::less<>> withheldServices;
+    std::set<int> refusedAttributes;     // keySet answers 0
+    std::set<int> unavailableAttributes; // keyGet answers 0
+    int panelsUntilNull = -1; // createPanel answers null once this many were made; -1: never
+};
+
+// Open motion files of the file services. A file is parsed when it is opened, so that one that
+// cannot be read is known before anything is changed; it is written when it is closed.
+struct SaveFile {
+    std::filesystem::path path;
+    std::optional<AsideFile> file; // nothing in a dry run
+    std::string text;
+};
+struct LoadFile {
+    std::filesystem::path path;
+    Envelope envelope;
+};
+
+struct HostOptions {
+    std::filesystem::path motionsDirectory; // what "Directory Info" answers; empty: none
+    bool writeFiles = true; // false: files are written into the void, as in a dry run
+};
+
+class Host {
+public:
+    Host(Scene scene, FrontEnd& frontEnd, HostOptions options = {});
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    // The host that the tables work on: the one made or made active last.
+    static Host* active();
+    void makeActive();
+
+    // The service lookup that the plug-in is given; null for what the host does not have.
+    static void* lookup(const char* service, int use);
+
+    // The record for activating a "LayoutGeneric" server.
+    static void* layoutGeneric();
+
+    const Scene& scene() const { return scene_; }
+    Scene& mutableScene() { return scene_; } // selection, time and key handles; not for edits
+    PanelSet& panels() { return panels_; }
+    FrontEnd& frontEnd() { return frontEnd_; }
+    const HostOptions& options() const { return options_; }
+
+    // Runs one thing that the user does, as one edit under `name`; events inside it are part of it.
+    // `keep` is asked at the end whether to keep the edit; otherwise the scene is as before.
+    ChangeReport event(
+        std::string name, const std::function<void()>& action,
+        const std::function<bool()>& keep = [] { return true; });
+
+    // The edit in progress. Throws MisuseError where the plug-in edits outside an event.
+    EditScope& edit();
+
+    Journal& journal() { return journal_; }
+
+    // Issues one command line; a Problem says why it was refused.
+    Result<> command(std::string_view line);
+
+    void select(std::vector<ItemId> items);
+
+    // What went wrong without a message box: misuse, refused command lines, failed files.
+    std::vector<Misuse> misuses;
+    std::vector<Problem> problems;
+    void report(Problem problem) { problems.push_back(std::move(problem)); }
+    void recordMisuse(std::string_view service, std::string_view slot, std::string reason);
+
+    HostFaults faults;
+
+    // File states by handle.
+    std::map<std::uintptr_t, SaveFile> saveFiles;
+    std::map<std::uintptr_t, LoadFile> loadFiles;
+    std::uintptr_t nextFile = 1;
+    std::map<std::filesystem::path, std::string> dryFiles; // what a dry run would have written
+
+    // Brings the data records of "LW Scene Info 6" and "LW Interface Info 7" up to date.
+    void refreshRecords();
+
+private:
+    Scene scene_;
+    FrontEnd& frontEnd_;
+    HostOptions options_;
+    PanelSet panels_;
+    Journal journal_;
+    std::optional<EditScope> scope_;
+    std::vector<host::Item> selectedHandles_; // ends with null
+    Host* previous_ = nullptr;
+};
+
+} // namespace cadencora::stage
