@@ -79,12 +79,12 @@ std::string alternatives(std::string_view wanted, std::vector<std::string> names
     std::string text;
     const std::size_t shown = std::min(most, names.size());
     for (std::size_t i = 0; i < shown; ++i)
-        text += (i ? ", " : "") + quoted(names[i]);
+        text += (i ? ", " : "") + inQuotes(names[i]);
     if (names.size() > shown) text += " and " + std::to_string(names.size() - shown) + " more";
     return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     return '"' + std::string(text) + '"';
 }
 

@@ -33,7 +33,7 @@ Result<std::optional<FrameRate>> rateOf(const Arguments& arguments) {
     if (arguments.rate.empty()) return std::optional<FrameRate>();
     const auto rate = FrameRate::parse(arguments.rate);
     if (!rate)
-        return Problem{"not a frame rate: " + quoted(arguments.rate), "--fps",
+        return Problem{"not a frame rate: " + inQuotes(arguments.rate), "--fps",
                        "expected a number such as 30, 23.976 or 24000/1001"};
     return rate;
 }
@@ -43,7 +43,7 @@ Result<Step::Setting> settingOf(const std::string& text) {
     // A bare label presses a button of the dialog.
     if (equals == std::string::npos) return Step::Setting{text, ""};
     if (trimmed(std::string_view(text).substr(0, equals)).empty())
-        return Problem{"no label before the equals sign", "--set " + quoted(text),
+        return Problem{"no label before the equals sign", "--set " + inQuotes(text),
                        "expected LABEL=VALUE"};
     return Step::Setting{text.substr(0, equals), text.substr(equals + 1)};
 }

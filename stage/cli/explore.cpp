@@ -105,11 +105,11 @@ Result<> checkStep(const PluginOffer& offer, const Step& step) {
         std::vector<std::string> names;
         for (const ButtonOffer& known : offer.buttons)
             names.push_back(known.label);
-        return Problem{"no button is labelled " + quoted(step.press), offer.title,
+        return Problem{"no button is labelled " + inQuotes(step.press), offer.title,
                        alternatives(step.press, std::move(names), 20)};
     }
     if (!button->connected)
-        return Problem{"the button has no command yet", quoted(button->label), {}};
+        return Problem{"the button has no command yet", inQuotes(button->label), {}};
     for (const Step::Setting& setting : step.settings) {
         std::vector<std::string> offered;
         std::optional<Problem> problem;
@@ -124,10 +124,10 @@ Result<> checkStep(const PluginOffer& offer, const Step& step) {
         }
         if (found) continue;
         if (!problem)
-            problem = Problem{"no dialog has a control labelled " + quoted(setting.label),
+            problem = Problem{"no dialog has a control labelled " + inQuotes(setting.label),
                               {},
                               alternatives(setting.label, std::move(offered), 30)};
-        problem->where = quoted(button->label);
+        problem->where = inQuotes(button->label);
         return *problem;
     }
     return done();

@@ -153,7 +153,7 @@ void printErrors(const FileOutcome& outcome, std::ostream& out) {
     for (const StepOutcome& step : outcome.steps)
         for (const Message& message : step.messages)
             if (message.kind == MessageKind::error)
-                out << "error: " << outcome.input.string() << ", " << quoted(step.press) << ": "
+                out << "error: " << outcome.input.string() << ", " << inQuotes(step.press) << ": "
                     << joined(message.lines) << "\n";
     for (const Problem& problem : outcome.problems)
         out << "error: " << problem.text() << "\n";
@@ -243,7 +243,7 @@ void printPanels(const PluginOffer& offer, std::ostream& out) {
         if (button.tab != tab) out << "[" << (tab = button.tab) << "]\n";
         out << "  " << button.label << (button.connected ? "" : " (no command yet)") << "\n";
         for (const DialogCopy& dialog : button.dialogs) {
-            out << "    " << quoted(dialog.panel.title) << "\n";
+            out << "    " << inQuotes(dialog.panel.title) << "\n";
             const auto names = labels(dialog.panel);
             std::size_t next = 0;
             for (const ControlModel& control : dialog.controls) {

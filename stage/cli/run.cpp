@@ -20,7 +20,7 @@ Result<> prepare(Host& host, const Step& step) {
         for (const std::string& name : *step.select) {
             const ItemId item = scene.findItem(name);
             if (item == ItemId::none)
-                return Problem{"no item is named " + quoted(name), quoted(step.press),
+                return Problem{"no item is named " + inQuotes(name), inQuotes(step.press),
                                scene.namesLike(name)};
             items.push_back(item);
         }

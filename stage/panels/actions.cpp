@@ -41,7 +41,7 @@ Result<int> pick(const ControlModel& control, const std::vector<std::string>& te
     if (const auto number = parseInteger(text);
         number && *number >= 0 && *number < static_cast<long long>(texts.size()))
         return static_cast<int>(*number);
-    return refused(control, "no such entry: " + quoted(text), alternatives(text, texts));
+    return refused(control, "no such entry: " + inQuotes(text), alternatives(text, texts));
 }
 
 bool isPath(ControlType type) {
@@ -126,11 +126,11 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
     switch (control.type) {
     case ControlType::button:
         if (!text.empty() && text != "press" && text != "on")
-            return refused(control, quoted(text) + " is no value for a button", "press");
+            return refused(control, inQuotes(text) + " is no value for a button", "press");
         return press(control);
     case ControlType::toggle: {
         const auto on = parseToggle(text);
-        if (!on) return refused(control, quoted(text) + " is neither on nor off", "on, off");
+        if (!on) return refused(control, inQuotes(text) + " is neither on nor off", "on, off");
         return setInteger(control, *on ? 1 : 0);
     }
     case ControlType::choice:
@@ -145,7 +145,7 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
     case ControlType::item: {
         const ItemId item = scene.findItem(text);
         if (item == ItemId::none)
-            return refused(control, "no item is named " + quoted(text), scene.namesLike(text));
+            return refused(control, "no item is named " + inQuotes(text), scene.namesLike(text));
         return chooseItem(control, item);
     }
     case ControlType::file:
@@ -159,7 +159,7 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
         break;
     }
     const auto number = parseNumber(text);
-    if (!number) return refused(control, quoted(text) + " is not a number", "");
+    if (!number) return refused(control, inQuotes(text) + " is not a number", "");
     return setNumber(control, *number);
 }
 

@@ -49,13 +49,13 @@ Result<ControlModel*> findControl(const PanelModel& panel, std::string_view labe
             return equalNoCase(shownLabel(c), wanted) || equalNoCase(qualified(c), wanted);
         });
     if (found.empty())
-        return Problem{"no control is labelled " + quoted(wanted), panel.title,
+        return Problem{"no control is labelled " + inQuotes(wanted), panel.title,
                        alternatives(wanted, labels(panel), 20)};
     if (found.size() > 1) {
         std::vector<std::string> names;
         for (const ControlModel* control : found)
             names.push_back(qualified(*control));
-        return Problem{"several controls are labelled " + quoted(wanted), panel.title,
+        return Problem{"several controls are labelled " + inQuotes(wanted), panel.title,
                        alternatives(wanted, std::move(names))};
     }
     return found.front();
@@ -81,20 +81,20 @@ Result<> ScriptedUser::perform(const Step& step) {
     questions_ = 0;
     messages_.clear();
 
-    if (!main_) return Problem{"the plug-in has opened no panel", quoted(step.press), {}};
+    if (!main_) return Problem{"the plug-in has opened no panel", inQuotes(step.press), {}};
     auto button = findControl(*main_, step.press);
     if (!button) return button.problem();
     if (!bringUp(*main_, *button.value()))
-        return Problem{"the button cannot be reached", quoted(step.press), {}};
+        return Problem{"the button cannot be reached", inQuotes(step.press), {}};
     if (!button.value()->handler)
-        return Problem{"the button has no command yet", quoted(step.press), {}};
+        return Problem{"the button has no command yet", inQuotes(step.press), {}};
     if (auto pressed = stage::press(*button.value()); !pressed) return pressed;
 
     if (problem_) return *problem_;
     for (std::size_t i = 0; i < made_.size(); ++i)
         if (!made_[i] && !sawError())
-            return Problem{"no dialog has a control labelled " + quoted(step_.settings[i].label),
-                           quoted(step.press), alternatives(step_.settings[i].label, offered_, 30)};
+            return Problem{"no dialog has a control labelled " + inQuotes(step_.settings[i].label),
+                           inQuotes(step.press), alternatives(step_.settings[i].label, offered_, 30)};
     return done();
 }
 
@@ -124,7 +124,7 @@ bool ScriptedUser::runModal(PanelModel& panel) {
         made_[i] = true;
         if (auto done = set(*control.value(), setting.value); !done) {
             problem_ = done.problem();
-            problem_->where = quoted(step_.press) + ", " + quoted(setting.label);
+            problem_->where = inQuotes(step_.press) + ", " + inQuotes(setting.label);
         }
         // A person does not accept a dialog that has just complained.
         if (sawError()) return false;

@@ -137,10 +137,17 @@ KeyHandle Envelope::placeKey(double time, double value) {
     }
     const KeyHandle key = keys.insert(time, value, shape);
     if (slope != 0) {
-        keys.setParameter(key, incomingSlope, slope);
-        keys.setParameter(key, outgoingSlope, slope);
+        keys.setParameter(keys.at(key), incomingSlope, slope);
+        keys.setParameter(keys.at(key), outgoingSlope, slope);
     }
     return key;
+}
+
+void assign(Envelope& to, const Envelope& from) {
+    to.keys = from.keys;
+    to.rest = from.rest;
+    to.before = from.before;
+    to.after = from.after;
 }
 
 } // namespace cadencora::stage

@@ -23,6 +23,7 @@ struct Envelope {
     double rest = 0; // the value while there is no key
     Behaviour before = Behaviour::constant;
     Behaviour after = Behaviour::constant;
+    std::uint64_t keptBy = 0; // the serial number of the EditScope that keeps a copy; see there
 
     // The curve's value at a finite time in seconds.
     double evaluate(double time) const;
@@ -32,5 +33,8 @@ struct Envelope {
     // that a key placed on the curve disturbs it as little as its shape allows.
     KeyHandle placeKey(double time, double value);
 };
+
+// Gives `to` the keys and behaviours of `from`; handles of its old keys end.
+void assign(Envelope& to, const Envelope& from);
 
 } // namespace cadencora::stage

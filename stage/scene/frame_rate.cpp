@@ -29,7 +29,7 @@ std::optional<Decimal> parseDecimal(std::string_view text) {
                 return std::nullopt;
             }
             decimal.digits = decimal.digits * 10 + (c - '0');
-            if (point) ++decimal.places;
+            if (point && ++decimal.places > 18) return std::nullopt; // 10^18 is the last power
         } else {
             return std::nullopt;
         }

@@ -1,6 +1,7 @@
 #include "stage/scene/journal.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cassert>
 #include <unordered_map>
@@ -47,14 +48,14 @@ ChannelChange compare(const Envelope& before, const Envelope& after) {
 } // namespace
 
 EditScope::EditScope(Scene& scene, std::string name) : scene_(scene) {
+    static std::atomic<std::uint64_t> scopes{0};
+    serial_ = ++scopes;
     entry_.name = std::move(name);
 }
 
-void EditScope::keep(EnvelopeId id) {
-    if (!made_.contains(id)) entry_.envelopes.push_back({id, scene_.envelope(id)});
-    const auto i = static_cast<std::size_t>(id);
-    if (i >= touched_.size()) touched_.resize(std::max(i + 1, scene_.envelopeCount() + 1));
-    touched_[i] = 1;
+void EditScope::keep(EnvelopeId id, Envelope& envelope) {
+    if (!made_.contains(id)) entry_.envelopes.push_back({id, envelope});
+    envelope.keptBy = serial_;
 }
 
 ChannelId EditScope::addChannel(GroupId group, std::string channelName, double rest) {
@@ -73,7 +74,6 @@ void EditScope::removeEnvelope(EnvelopeId id) {
     assert(made(id));
     made_.erase(id);
     scene_.removeEnvelope(id);
-    if (const auto i = static_cast<std::size_t>(id); i < touched_.size()) touched_[i] = 0;
 }
 
 ChangeReport EditScope::report() const {

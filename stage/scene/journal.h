@@ -56,12 +56,12 @@ class EditScope {
 public:
     explicit EditScope(Scene& scene, std::string name);
 
-    // The envelope, kept as it was if this is the first touch. Envelopes made within the scope by
-    // addEnvelope need no copy.
-    Envelope& envelope(EnvelopeId id) {
-        const auto i = static_cast<std::size_t>(id);
-        if (i >= touched_.size() || !touched_[i]) keep(id);
-        return scene_.mutableEnvelope(id);
+    // The envelope for editing, kept as it was if this is the first touch. Envelopes made within
+    // the scope by addEnvelope need no copy.
+    Envelope& envelope(EnvelopeId id) { return edited(id, scene_.mutableEnvelope(id)); }
+    Envelope& edited(EnvelopeId id, Envelope& envelope) { // where the caller has it at hand
+        if (envelope.keptBy != serial_) keep(id, envelope);
+        return envelope;
     }
 
     ChannelId addChannel(GroupId group, std::string channelName, double rest);
@@ -73,11 +73,11 @@ public:
 
 private:
     friend class Journal;
-    void keep(EnvelopeId id);
+    void keep(EnvelopeId id, Envelope& envelope);
 
     Scene& scene_;
     JournalEntry entry_;
-    std::vector<std::uint8_t> touched_;   // by EnvelopeId: 1 where kept, or made here
+    std::uint64_t serial_;                // different for every scope of the process
     std::unordered_set<EnvelopeId> made_; // working copies, gone at the end of the scope
     std::unordered_set<GroupId> groups_;
 };

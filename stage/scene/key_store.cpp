@@ -12,87 +12,29 @@ namespace cadencora::stage {
 
 namespace {
 
-constexpr int capacity = 128;
+constexpr int capacity = KeyBlock::capacity;
 constexpr int sparse = capacity / 4; // a block below this joins a neighbour with room
 constexpr int joined = capacity * 3 / 4;
 
-constexpr std::uint64_t indexMask = 0xffffffffu;
-
-bool isZero(double value) {
-    return std::bit_cast<std::uint64_t>(value) == 0;
-}
-
-} // namespace
-
-// Slots [0, gapBegin) and [gapEnd(), capacity) hold keys, in order of time.
-struct KeyStore::Block {
-    using Column = std::array<double, capacity>;
-
-    int count = 0;
-    int gapBegin = 0;
-    Block* previous = nullptr;
-    Block* next = nullptr;
-    double separator = 0;
-    std::array<std::unique_ptr<Column>, parameterCount> parameters; // null: all zero
-    Column time;
-    Column value;
-    std::array<std::uint32_t, capacity> entry; // handle entry + 1; 0: no handle asked for
-    std::array<Shape, capacity> shape;
-
-    int gapEnd() const { return gapBegin + capacity - count; }
-    int slotOf(int index) const { return index < gapBegin ? index : index + capacity - count; }
-    int indexOf(int slot) const { return slot < gapBegin ? slot : slot - (capacity - count); }
-    double timeAt(int index) const { return time[at(slotOf(index))]; }
-    int firstSlot() const { return slotOf(0); }
-    int lastSlot() const { return slotOf(count - 1); }
-
-    double parameter(int slot, std::size_t which) const {
-        const auto& column = parameters[which];
-        return column ? (*column)[at(slot)] : 0.0;
-    }
-    void setParameter(int slot, std::size_t which, double number) {
-        auto& column = parameters[which];
-        if (!column) {
-            if (isZero(number)) return;
-            column = std::make_unique<Column>(); // zeroed
-        }
-        (*column)[at(slot)] = number;
-    }
-    void put(int slot, double newTime, double newValue, Shape newShape) {
-        time[at(slot)] = newTime;
-        value[at(slot)] = newValue;
-        shape[at(slot)] = newShape;
-        entry[at(slot)] = 0;
-        for (auto& column : parameters)
-            if (column) (*column)[at(slot)] = 0;
-    }
-
-    static std::size_t at(int slot) { return static_cast<std::size_t>(slot); }
-};
-
-namespace {
-
 // Blocks that were given back, kept for re-use: fresh memory costs more than the keys put into it.
-template <class Block>
 class BlockPool {
 public:
     ~BlockPool() {
         while (free_)
             delete std::exchange(free_, free_->next);
     }
-    Block* take() {
-        if (!free_) return new Block;
-        Block* block = std::exchange(free_, free_->next);
+    KeyBlock* take() {
+        if (!free_) return new KeyBlock;
+        KeyBlock* block = std::exchange(free_, free_->next);
         --count_;
         return block;
     }
-    void give(Block* block) {
+    void give(KeyBlock* block) {
         if (count_ >= mostKept) {
             delete block;
             return;
         }
-        for (auto& column : block->parameters)
-            column.reset();
+        block->parameters.reset();
         block->count = 0;
         block->gapBegin = 0;
         block->previous = nullptr;
@@ -103,9 +45,15 @@ public:
 
 private:
     static constexpr int mostKept = 20000; // about 50 MB
-    Block* free_ = nullptr;
+    KeyBlock* free_ = nullptr;
     int count_ = 0;
 };
+
+// Each thread keeps its own free blocks; a block may be given back on another thread.
+BlockPool& pool() {
+    thread_local BlockPool blocks;
+    return blocks;
+}
 
 // Serial numbers of handles start elsewhere in each store, so that a handle of one store is not
 // taken for one of another.
@@ -116,40 +64,13 @@ std::uint32_t firstSerial() {
 
 } // namespace
 
-// Each thread keeps its own free blocks; a block may be given back on another thread.
-template <class Block>
-static BlockPool<Block>& pool() {
-    thread_local BlockPool<Block> blocks;
-    return blocks;
-}
-
 // Cursor
-
-double KeyStore::Cursor::time() const {
-    return block_->time[Block::at(slot_)];
-}
-double KeyStore::Cursor::value() const {
-    return block_->value[Block::at(slot_)];
-}
-Shape KeyStore::Cursor::shape() const {
-    return block_->shape[Block::at(slot_)];
-}
-double KeyStore::Cursor::parameter(Parameter which) const {
-    return block_->parameter(slot_, which);
-}
 
 KeyData KeyStore::Cursor::data() const {
     KeyData key{time(), value(), shape(), {}};
     for (std::size_t p = 0; p < parameterCount; ++p)
         key.parameters[p] = block_->parameter(slot_, p);
     return key;
-}
-
-void KeyStore::Cursor::advance() {
-    if (++slot_ == block_->gapBegin) slot_ = block_->gapEnd();
-    if (slot_ < capacity) return;
-    block_ = block_->next;
-    if (block_) slot_ = block_->firstSlot();
 }
 
 void KeyStore::Cursor::stepBack() {
@@ -167,8 +88,8 @@ bool sameKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b) {
     if (bits(a.time()) != bits(b.time()) || bits(a.value()) != bits(b.value()) ||
         a.shape() != b.shape())
         return false;
+    if (!a.block_->parameters && !b.block_->parameters) return true;
     for (std::size_t p = 0; p < parameterCount; ++p) {
-        if (!a.block_->parameters[p] && !b.block_->parameters[p]) continue;
         if (bits(a.block_->parameter(a.slot_, p)) != bits(b.block_->parameter(b.slot_, p)))
             return false;
     }
@@ -226,18 +147,15 @@ void KeyStore::copyKeys(const KeyStore& other) {
         copy(from->value, to->value);
         copy(from->shape, to->shape);
         std::fill_n(to->entry.begin(), to->count, 0u);
-        for (std::size_t p = 0; p < parameterCount; ++p) {
-            if (!from->parameters[p]) continue;
-            to->parameters[p] = std::make_unique<Block::Column>();
-            copy(*from->parameters[p], *to->parameters[p]);
-        }
+        for (std::size_t p = 0; p < parameterCount; ++p)
+            if (from->hasColumn(p)) copy(*from->parameters->columns[p], to->column(p));
         size_ += Block::at(to->count);
     }
 }
 
 void KeyStore::clear() {
     while (head_)
-        pool<Block>().give(std::exchange(head_, head_->next));
+        pool().give(std::exchange(head_, head_->next));
     tail_ = nullptr;
     size_ = 0;
     separators_.clear();
@@ -253,8 +171,9 @@ std::size_t KeyStore::bytes() const {
                         freeEntries_.capacity() * sizeof(std::uint32_t);
     for (const Block* block = head_; block; block = block->next) {
         total += sizeof(Block);
-        for (const auto& column : block->parameters)
-            total += column ? sizeof(Block::Column) : 0;
+        if (block->parameters) total += sizeof *block->parameters;
+        for (std::size_t p = 0; p < parameterCount; ++p)
+            total += block->hasColumn(p) ? sizeof(Block::Column<double>) : 0;
     }
     return total;
 }
@@ -343,29 +262,6 @@ KeyHandle KeyStore::handleAt(Block* block, int slot) {
     return static_cast<KeyHandle>((std::uint64_t{entries_[link - 1].serial} << 32) | link);
 }
 
-bool KeyStore::valid(KeyHandle key) const {
-    const auto word = static_cast<std::uint64_t>(key);
-    const std::uint64_t link = word & indexMask;
-    const auto serial = static_cast<std::uint32_t>(word >> 32);
-    return link != 0 && link <= entries_.size() && serial != 0 &&
-           entries_[link - 1].serial == serial;
-}
-
-KeyStore::Entry& KeyStore::entryOf(KeyHandle key) {
-    assert(valid(key));
-    return entries_[(static_cast<std::uint64_t>(key) & indexMask) - 1];
-}
-
-const KeyStore::Entry& KeyStore::entryOf(KeyHandle key) const {
-    assert(valid(key));
-    return entries_[(static_cast<std::uint64_t>(key) & indexMask) - 1];
-}
-
-KeyStore::Cursor KeyStore::at(KeyHandle key) const {
-    const Entry& entry = entryOf(key);
-    return {entry.block, static_cast<int>(entry.slot)};
-}
-
 KeyHandle KeyStore::first() {
     return head_ ? handleAt(head_, head_->firstSlot()) : KeyHandle::none;
 }
@@ -397,35 +293,34 @@ KeyHandle KeyStore::find(double time) {
 
 // Moving keys. Every key that moves takes its handle along.
 
-void KeyStore::moveAcross(Block& from, int fromSlot, Block& to, int toSlot, int count) {
-    const auto length = Block::at(count);
+void KeyStore::moveKey(Block& from, int fromSlot, Block& to, int toSlot) {
     const auto source = Block::at(fromSlot), target = Block::at(toSlot);
-    const auto move = [&](auto& a, auto& b) {
-        std::memmove(&b[target], &a[source], length * sizeof a[0]);
-    };
-    move(from.time, to.time);
-    move(from.value, to.value);
-    move(from.shape, to.shape);
-    move(from.entry, to.entry);
-    for (std::size_t p = 0; p < parameterCount; ++p) {
-        if (!from.parameters[p] && !to.parameters[p]) continue;
-        if (!to.parameters[p]) to.parameters[p] = std::make_unique<Block::Column>();
-        if (from.parameters[p]) {
-            move(*from.parameters[p], *to.parameters[p]);
-        } else {
-            std::fill_n(to.parameters[p]->begin() + toSlot, length, 0.0);
-        }
-    }
-    for (std::size_t i = target; i < target + length; ++i) {
-        if (const std::uint32_t link = to.entry[i]) {
-            entries_[link - 1].block = &to;
-            entries_[link - 1].slot = static_cast<std::uint32_t>(i);
-        }
-    }
+    to.time[target] = from.time[source];
+    to.value[target] = from.value[source];
+    to.shape[target] = from.shape[source];
+    const std::uint32_t link = to.entry[target] = from.entry[source];
+    if (link == 0) return;
+    entries_[link - 1].block = &to;
+    entries_[link - 1].slot = static_cast<std::uint32_t>(toSlot);
 }
 
-void KeyStore::moveSlots(Block& block, int from, int to, int count) {
-    moveAcross(block, from, block, to, count);
+void KeyStore::moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int count) {
+    if (fromSlot < toSlot) { // the ranges may overlap
+        for (int i = count - 1; i >= 0; --i)
+            moveKey(from, fromSlot + i, to, toSlot + i);
+    } else {
+        for (int i = 0; i < count; ++i)
+            moveKey(from, fromSlot + i, to, toSlot + i);
+    }
+    if (!from.parameters && !to.parameters) return;
+    for (std::size_t p = 0; p < parameterCount; ++p) {
+        if (from.hasColumn(p)) {
+            std::memmove(&to.column(p)[Block::at(toSlot)], &from.column(p)[Block::at(fromSlot)],
+                         Block::at(count) * sizeof(double));
+        } else if (to.hasColumn(p)) {
+            std::fill_n(to.column(p).begin() + toSlot, count, 0.0);
+        }
+    }
 }
 
 void KeyStore::moveGap(Block& block, int index) {
@@ -433,9 +328,9 @@ void KeyStore::moveGap(Block& block, int index) {
     const int gap = capacity - block.count;
     if (gap > 0) {
         if (index < block.gapBegin) {
-            moveSlots(block, index, index + gap, block.gapBegin - index);
+            moveKeys(block, index, block, index + gap, block.gapBegin - index);
         } else {
-            moveSlots(block, block.gapEnd(), block.gapBegin, index - block.gapBegin);
+            moveKeys(block, block.gapEnd(), block, block.gapBegin, index - block.gapBegin);
         }
     }
     block.gapBegin = index;
@@ -445,7 +340,7 @@ void KeyStore::moveGap(Block& block, int index) {
 
 KeyStore::Block* KeyStore::addBlockAfter(Block* block, double separator) {
     const std::size_t index = block ? (block == tail_ ? blocks_.size() : indexOf(block) + 1) : 0;
-    Block* added = pool<Block>().take();
+    Block* added = pool().take();
     added->separator = separator;
     added->previous = block;
     added->next = block ? block->next : head_;
@@ -463,7 +358,7 @@ void KeyStore::removeBlock(Block* block) {
     (block->previous ? block->previous->next : head_) = block->next;
     (block->next ? block->next->previous : tail_) = block->previous;
     if (finger_.block == block) finger_ = {nullptr, 0};
-    pool<Block>().give(block);
+    pool().give(block);
 }
 
 void KeyStore::mergeIfSparse(Block* block) {
@@ -482,7 +377,7 @@ void KeyStore::mergeIfSparse(Block* block) {
     // The gap of the left block goes to its end, that of the right block too: two plain runs.
     moveGap(*left, left->count);
     moveGap(*right, right->count);
-    moveAcross(*right, 0, *left, left->count, right->count);
+    moveKeys(*right, 0, *left, left->count, right->count);
     left->count += right->count;
     left->gapBegin = left->count;
     right->count = 0;
@@ -507,7 +402,7 @@ int KeyStore::openSlot(Place place, double time) {
             constexpr int half = capacity / 2;
             moveGap(*block, half);
             Block* upper = addBlockAfter(block, block->timeAt(half));
-            moveAcross(*block, half, *upper, 0, capacity - half);
+            moveKeys(*block, half, *upper, 0, capacity - half);
             upper->count = capacity - half;
             upper->gapBegin = upper->count;
             block->count = half;
@@ -560,38 +455,25 @@ void KeyStore::erase(KeyHandle key) {
     Block& block = *entry.block;
     const int slot = static_cast<int>(entry.slot);
     entry.serial = 0;
+    entry.block = nullptr;
     freeEntries_.push_back(static_cast<std::uint32_t>(&entry - entries_.data()));
     block.entry[Block::at(slot)] = 0;
     eraseSlot(block, slot);
 }
 
-void KeyStore::setValue(KeyHandle key, double value) {
-    const Entry& entry = entryOf(key);
-    entry.block->value[entry.slot] = value;
-}
-
-void KeyStore::setShape(KeyHandle key, Shape shape) {
-    const Entry& entry = entryOf(key);
-    entry.block->shape[entry.slot] = shape;
-}
-
-void KeyStore::setParameter(KeyHandle key, Parameter which, double value) {
-    const Entry& entry = entryOf(key);
-    entry.block->setParameter(static_cast<int>(entry.slot), which, value);
-}
-
 bool KeyStore::setTime(KeyHandle key, double time) {
     const KeyData old = at(key).data();
     if (old.time == time) {
-        const Entry& entry = entryOf(key);
-        entry.block->time[entry.slot] = time; // zero may change its sign
+        const Entry& same = entryOf(key);
+        same.block->time[same.slot] = time; // zero may change its sign
         return true;
     }
     const Cursor there = atOrAfter(time);
     if (there && there.time() == time) return false;
     // The key leaves its place and comes back elsewhere, under the same entry.
-    const auto link = static_cast<std::uint32_t>(static_cast<std::uint64_t>(key) & indexMask);
-    const Entry left = entries_[link - 1];
+    Entry& entry = entryOf(key);
+    const Entry left = entry;
+    const auto link = static_cast<std::uint32_t>(&entry - entries_.data()) + 1;
     left.block->entry[left.slot] = 0;
     eraseSlot(*left.block, static_cast<int>(left.slot));
     const int slot = openSlot(lowerBound(time), time);

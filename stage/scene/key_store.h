@@ -11,49 +11,18 @@
 // Not thread-safe, reading included: the last place looked at is remembered.
 #pragma once
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <memory>
+#include "stage/scene/key_block.h"
+
+#include <cassert>
 #include <vector>
 
 namespace cadencora::stage {
-
-// How the curve comes into a key from the one before (key attribute 2).
-enum class Shape : std::uint8_t {
-    spline = 0,   // smooth, with tension, continuity and bias
-    linear = 1,   // straight
-    tangents = 2, // cubic with explicit slopes at both ends
-    hold = 4      // the previous key's value stands until this key
-};
-
-constexpr bool isShape(int number) {
-    return number == 0 || number == 1 || number == 2 || number == 4;
-}
-
-// Key attributes 3 to 9 by their place in a parameter array.
-enum Parameter : std::size_t {
-    tension = 0,       // attribute 3, spline
-    continuity = 1,    // attribute 4, spline
-    bias = 2,          // attribute 5, spline
-    incomingSlope = 3, // attribute 6, tangents: units per second where the curve arrives
-    outgoingSlope = 4, // attribute 7, tangents: units per second where the curve leaves
-    parameterCount = 7 // attributes 8 and 9 are kept as they are
-};
-
-// A whole key as a value.
-struct KeyData {
-    double time = 0; // seconds
-    double value = 0;
-    Shape shape = Shape::spline;
-    std::array<double, parameterCount> parameters{};
-};
 
 // Names a key of one store until that key is destroyed; 0 names none.
 enum class KeyHandle : std::uint64_t { none = 0 };
 
 class KeyStore {
-    struct Block;
+    using Block = KeyBlock;
 
 public:
     // A place between reads: valid until the store changes.
@@ -61,12 +30,17 @@ public:
     public:
         Cursor() = default;
         explicit operator bool() const { return block_ != nullptr; }
-        double time() const;
-        double value() const;
-        Shape shape() const;
-        double parameter(Parameter which) const;
+        double time() const { return block_->time[Block::at(slot_)]; }
+        double value() const { return block_->value[Block::at(slot_)]; }
+        Shape shape() const { return block_->shape[Block::at(slot_)]; }
+        double parameter(Parameter which) const { return block_->parameter(slot_, which); }
         KeyData data() const;
-        void advance();  // past the last key: none
+        void advance() { // past the last key: none
+            if (++slot_ == block_->gapBegin) slot_ = block_->gapEnd();
+            if (slot_ < Block::capacity) return;
+            block_ = block_->next;
+            if (block_) slot_ = block_->firstSlot();
+        }
         void stepBack(); // before the first key: none
 
         // True where every attribute of the two keys has the same bits.
@@ -97,17 +71,33 @@ public:
 
     // Handles. Asking for a key's handle again gives the same one.
     KeyHandle first();
-    KeyHandle next(KeyHandle key); // the key must be valid
-    KeyHandle find(double time);   // the key that stands exactly at the time
-    bool valid(KeyHandle key) const;
-    Cursor at(KeyHandle key) const; // the key must be valid
+    KeyHandle next(KeyHandle key);   // the key must be valid
+    KeyHandle find(double time);     // the key that stands exactly at the time
+    Cursor at(KeyHandle key) const { // none where the handle is no key's of this store
+        const std::uint64_t word = static_cast<std::uint64_t>(key);
+        const std::uint64_t link = (word & 0xffffffffu) - 1; // huge for the null handle
+        if (link >= entries_.size()) [[unlikely]]
+            return {};
+        const Entry& entry = entries_[link];
+        if (entry.serial != word >> 32) [[unlikely]]
+            return {};
+        return {entry.block, static_cast<int>(entry.slot)};
+    }
+    bool valid(KeyHandle key) const { return static_cast<bool>(at(key)); }
 
     // Puts a key at a finite time; a key that stands there gets the value and keeps the rest.
     KeyHandle insert(double time, double value, Shape shape);
     void erase(KeyHandle key);
-    void setValue(KeyHandle key, double value);
-    void setShape(KeyHandle key, Shape shape);
-    void setParameter(KeyHandle key, Parameter which, double value);
+    // The cursor must be of this store and up to date.
+    void setValue(Cursor key, double value) {
+        mutableBlock(key).value[Block::at(key.slot_)] = value;
+    }
+    void setShape(Cursor key, Shape shape) {
+        mutableBlock(key).shape[Block::at(key.slot_)] = shape;
+    }
+    void setParameter(Cursor key, Parameter which, double value) {
+        mutableBlock(key).setParameter(key.slot_, which, value);
+    }
     // Moves a key, with its handle; refused (false) where another key stands at the time.
     bool setTime(KeyHandle key, double time);
 
@@ -123,19 +113,23 @@ private:
     };
     struct Entry { // what a handle leads to
         Block* block = nullptr;
-        std::uint32_t serial = 0; // 0: not in use
+        std::uint32_t serial = 0;
         std::uint32_t slot = 0;
     };
 
     Place lowerBound(double time) const;
     Block* blockFor(double time) const;
     KeyHandle handleAt(Block* block, int slot);
-    Entry& entryOf(KeyHandle key);
-    const Entry& entryOf(KeyHandle key) const;
+    // An entry out of use has the serial number 0 and no block.
+    Entry& entryOf(KeyHandle key) {
+        assert(valid(key));
+        return entries_[(static_cast<std::uint64_t>(key) & 0xffffffffu) - 1];
+    }
+    static Block& mutableBlock(Cursor key) { return *const_cast<Block*>(key.block_); }
     int openSlot(Place place, double time);
     void moveGap(Block& block, int index);
-    void moveSlots(Block& block, int from, int to, int count);
-    void moveAcross(Block& from, int fromSlot, Block& to, int toSlot, int count);
+    void moveKey(Block& from, int fromSlot, Block& to, int toSlot); // without its parameters
+    void moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int count);
     void eraseSlot(Block& block, int slot);
     Block* addBlockAfter(Block* block, double separator);
     void removeBlock(Block* block);

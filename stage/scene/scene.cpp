@@ -127,7 +127,9 @@ std::int64_t Scene::frameOfLastKey() const {
     for (const auto& envelope : envelopes_)
         if (envelope && !envelope->keys.empty())
             last = std::max(last, envelope->keys.last().time());
-    return static_cast<std::int64_t>(std::min(std::ceil(rate.frameOf(last)), 2e9));
+    // A time that was computed for another rate may miss its frame by a rounding.
+    constexpr double slack = 1e-9;
+    return static_cast<std::int64_t>(std::min(std::ceil(rate.frameOf(last) - slack), 2e9));
 }
 
 void Scene::setRate(FrameRate newRate) {

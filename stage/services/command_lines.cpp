@@ -8,6 +8,7 @@
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <numbers>
@@ -17,7 +18,7 @@ namespace cadencora::stage {
 namespace {
 
 Problem refused(std::string_view line, std::string why) {
-    return {"command line refused: " + std::move(why), quoted(line), {}};
+    return {"command line refused: " + std::move(why), inQuotes(line), {}};
 }
 
 // Each command gets the rest of the line behind its name and one blank, and answers what is wrong
@@ -46,7 +47,7 @@ std::string addEnvelope(Host& host, std::string_view rest) {
     if (host.scene().selection.empty()) return "nothing is selected";
     for (const ItemId id : host.scene().selection)
         if (host.scene().item(id).type != ItemType::object)
-            return quoted(host.scene().item(id).name) + " is no object";
+            return inQuotes(host.scene().item(id).name) + " is no object";
     for (const ItemId id : host.scene().selection) {
         const GroupId group = host.scene().item(id).group;
         if (host.scene().findChannel(group, dissolve) == ChannelId::none)
@@ -106,6 +107,32 @@ std::string saveMotion(Host& host, std::string_view rest) {
     }
     const auto written = writeFile(path, text);
     return written ? std::string() : written.problem().text();
+}
+
+// The channel of an item that a motion file means: its groups from the item down, then its name.
+ChannelId findTarget(const Scene& scene, ItemId item, const ChannelMotion& motion) {
+    GroupId group = scene.item(item).group;
+    for (const std::string& name : motion.groups) {
+        const auto& subs = scene.group(group).groups;
+        const auto found =
+            std::ranges::find_if(subs, [&](GroupId sub) { return scene.group(sub).name == name; });
+        if (found == subs.end()) return ChannelId::none;
+        group = *found;
+    }
+    return scene.findChannel(group, motion.channel);
+}
+
+// Channels of the file that the item does not have are passed over. What a channel is while it has
+// no keys belongs to the item, a bone's length for one, and stays.
+void applyMotion(Host& host, ItemId item, const ItemMotion& motion) {
+    for (const ChannelMotion& channel : motion.channels) {
+        const ChannelId target = findTarget(host.scene(), item, channel);
+        if (target == ChannelId::none) continue;
+        Envelope& envelope = host.edit().envelope(host.scene().channel(target).envelope);
+        const double rest = envelope.rest;
+        assign(envelope, channel.envelope);
+        envelope.rest = rest;
+    }
 }
 
 std::string loadMotion(Host& host, std::string_view rest) {

@@ -20,16 +20,17 @@ void destroyEnvelope(Host& host, EnvelopeId envelope) {
     if (!host.edit().made(envelope))
         throw MisuseError{"the envelope was not made by createEnvelope in this event"};
     host.edit().removeEnvelope(envelope);
+    host.forgetEnvelope();
 }
 
 void copyEnvelope(Host& host, EnvelopeId to, EnvelopeId from) {
-    if (to != from) host.edit().envelope(to) = Envelope(host.scene().envelope(from));
+    if (to != from) assign(host.edit().envelope(to), host.scene().envelope(from));
 }
 
 void loadEnvelope(Host& host, EnvelopeId envelope, host::LoadState state) {
     const auto file = host.loadFiles.find(reinterpret_cast<std::uintptr_t>(state));
     if (file == host.loadFiles.end()) throw MisuseError{"not an open load state"};
-    host.edit().envelope(envelope) = Envelope(file->second.envelope);
+    assign(host.edit().envelope(envelope), file->second.envelope);
 }
 
 void saveEnvelope(Host& host, EnvelopeId envelope, host::SaveState state) {
@@ -38,34 +39,39 @@ void saveEnvelope(Host& host, EnvelopeId envelope, host::SaveState state) {
     file->second.text += envelopeText(host.scene().envelope(envelope));
 }
 
-double evaluate(Host& host, EnvelopeId envelope, double time) {
-    return host.scene().envelope(envelope).evaluate(time);
+double evaluate(Host&, EnvelopeRef envelope, double time) {
+    return envelope->evaluate(time);
 }
 
-KeyHandle createKey(Host& host, EnvelopeId envelope, double time, double value) {
+KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
     if (!std::isfinite(time) || !std::isfinite(value))
         throw MisuseError{"a key needs a finite time and value"};
-    return host.edit().envelope(envelope).placeKey(time, value);
+    return host.edit().edited(envelope.id, envelope.envelope).placeKey(time, value);
 }
 
-void requireKey(const KeyStore& keys, KeyHandle key) {
-    if (!keys.valid(key))
-        throw MisuseError{key == KeyHandle::none
-                              ? "null key"
-                              : "the key is not of this envelope, or was destroyed"};
+[[noreturn, gnu::cold]] void wrongKey(KeyHandle key) {
+    throw MisuseError{key == KeyHandle::none ? "null key"
+                                             : "the key is not of this envelope, or was destroyed"};
 }
 
-void destroyKey(Host& host, EnvelopeId envelope, KeyHandle key) {
-    requireKey(host.scene().envelope(envelope).keys, key);
-    host.edit().envelope(envelope).keys.erase(key);
+KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
+    const KeyStore::Cursor cursor = keys.at(key);
+    if (!cursor) [[unlikely]]
+        wrongKey(key);
+    return cursor;
 }
 
-KeyHandle findKey(Host& host, EnvelopeId envelope, double time) {
-    return host.mutableScene().mutableEnvelope(envelope).keys.find(time);
+void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
+    requireKey(envelope->keys, key);
+    host.edit().edited(envelope.id, envelope.envelope).keys.erase(key);
 }
 
-KeyHandle nextKey(Host& host, EnvelopeId envelope, KeyHandle key) {
-    KeyStore& keys = host.mutableScene().mutableEnvelope(envelope).keys;
+KeyHandle findKey(Host&, EnvelopeRef envelope, double time) {
+    return envelope.envelope.keys.find(time);
+}
+
+KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {
+    KeyStore& keys = envelope.envelope.keys;
     if (key == KeyHandle::none) return keys.first();
     requireKey(keys, key);
     return keys.next(key);
@@ -78,59 +84,61 @@ T read(const void* in) {
     return value;
 }
 
-bool isParameter(int attribute) {
-    return attribute >= host::keyParameterFirst && attribute <= host::keyParameterLast;
+[[noreturn, gnu::cold]] void wrongAttribute(int attribute) {
+    throw MisuseError{"key attribute " + std::to_string(attribute)};
 }
 
 Parameter parameterOf(int attribute) {
+    if (attribute < host::keyParameterFirst || attribute > host::keyParameterLast) [[unlikely]]
+        wrongAttribute(attribute);
     return static_cast<Parameter>(attribute - host::keyParameterFirst);
 }
 
-int keySet(Host& host, EnvelopeId envelope, KeyHandle key, int attribute, const void* in) {
+int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const void* in) {
     if (!in) throw MisuseError{"null attribute"};
-    requireKey(host.scene().envelope(envelope).keys, key);
+    const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
     if (!host.faults.refusedAttributes.empty() && host.faults.refusedAttributes.contains(attribute))
         return 0;
-    KeyStore& keys = host.edit().envelope(envelope).keys;
+    KeyStore& keys = host.edit().edited(envelope.id, envelope.envelope).keys;
     if (attribute == host::keyShape) {
         const int shape = read<int>(in);
         if (!isShape(shape)) return 0;
-        keys.setShape(key, static_cast<Shape>(shape));
+        keys.setShape(cursor, static_cast<Shape>(shape));
         return 1;
     }
     const double number = read<double>(in);
     if (!std::isfinite(number)) return 0;
-    if (attribute == host::keyValue) {
-        keys.setValue(key, number);
-    } else if (attribute == host::keyTime) {
+    switch (attribute) {
+    case host::keyValue:
+        keys.setValue(cursor, number);
+        return 1;
+    case host::keyTime:
         return keys.setTime(key, number) ? 1 : 0;
-    } else if (isParameter(attribute)) {
-        keys.setParameter(key, parameterOf(attribute), number);
-    } else {
-        throw MisuseError{"key attribute " + std::to_string(attribute)};
+    default:
+        keys.setParameter(cursor, parameterOf(attribute), number);
+        return 1;
     }
-    return 1;
 }
 
-int keyGet(Host& host, EnvelopeId envelope, KeyHandle key, int attribute, void* out) {
+int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void* out) {
     if (!out) throw MisuseError{"null attribute"};
-    const KeyStore& keys = host.scene().envelope(envelope).keys;
-    requireKey(keys, key);
+    const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
     if (!host.faults.unavailableAttributes.empty() &&
         host.faults.unavailableAttributes.contains(attribute))
         return 0;
-    const KeyStore::Cursor cursor = keys.at(key);
     const auto write = [&](auto value) { std::memcpy(out, &value, sizeof value); };
-    if (attribute == host::keyValue) {
+    switch (attribute) {
+    case host::keyValue:
         write(cursor.value());
-    } else if (attribute == host::keyTime) {
+        break;
+    case host::keyTime:
         write(cursor.time());
-    } else if (attribute == host::keyShape) {
+        break;
+    case host::keyShape:
         write(static_cast<int>(cursor.shape()));
-    } else if (isParameter(attribute)) {
+        break;
+    default:
         write(cursor.parameter(parameterOf(attribute)));
-    } else {
-        throw MisuseError{"key attribute " + std::to_string(attribute)};
     }
     return 1;
 }
@@ -141,17 +149,17 @@ Behaviour Envelope::*settingOf(int tag) {
     throw MisuseError{"envelope setting " + std::to_string(tag)};
 }
 
-int setEnvelopeValue(Host& host, EnvelopeId envelope, OrNone<GroupId>, int tag, int* value) {
+int setEnvelopeValue(Host& host, EnvelopeRef envelope, OrNone<GroupId>, int tag, int* value) {
     if (!value) throw MisuseError{"null setting"};
     Behaviour Envelope::*const setting = settingOf(tag);
     if (!isBehaviour(*value)) return 0;
-    host.edit().envelope(envelope).*setting = static_cast<Behaviour>(*value);
+    host.edit().edited(envelope.id, envelope.envelope).*setting = static_cast<Behaviour>(*value);
     return 1;
 }
 
-int getEnvelopeValue(Host& host, EnvelopeId envelope, OrNone<GroupId>, int tag, int* value) {
+int getEnvelopeValue(Host&, EnvelopeRef envelope, OrNone<GroupId>, int tag, int* value) {
     if (!value) throw MisuseError{"null setting"};
-    *value = static_cast<int>(host.scene().envelope(envelope).*settingOf(tag));
+    *value = static_cast<int>(envelope.envelope.*settingOf(tag));
     return 1;
 }
 

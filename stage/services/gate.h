@@ -50,6 +50,14 @@ struct HandleKind<EnvelopeId> {
     static constexpr const char* name = "envelope";
 };
 
+// An envelope together with its number, looked up once per call.
+struct EnvelopeRef {
+    EnvelopeId id;
+    Envelope& envelope;
+
+    const Envelope* operator->() const { return &envelope; }
+};
+
 constexpr std::uint32_t handleNumberMask = 0x0fffffffu;
 
 template <class Id>
@@ -83,12 +91,29 @@ struct Wire<Id> {
     using Raw = typename HandleKind<Id>::Raw;
     static Id in(Host& host, Raw raw) {
         const Id id = decode<Id>(host.scene(), reinterpret_cast<std::uintptr_t>(raw));
-        if (id == Id::none)
-            throw MisuseError{std::string(raw ? "not a handle of this scene's: " : "null ") +
-                              HandleKind<Id>::name};
+        if (id == Id::none) [[unlikely]]
+            wrong(raw != nullptr);
         return id;
     }
+    [[noreturn, gnu::cold]] static void wrong(bool given) {
+        throw MisuseError{std::string(given ? "not a handle of this scene's: " : "null ") +
+                          HandleKind<Id>::name};
+    }
     static Raw out(Id id) { return encode(id); }
+};
+
+// Commands call again and again for one envelope: the host remembers the last one.
+template <>
+struct Wire<EnvelopeRef> {
+    using Raw = host::Envelope;
+    static EnvelopeRef in(Host& host, Raw raw) {
+        LastEnvelope& last = host.lastEnvelope;
+        if (raw != last.handle || !raw) [[unlikely]] {
+            const EnvelopeId id = Wire<EnvelopeId>::in(host, raw);
+            last = {raw, id, &host.mutableScene().mutableEnvelope(id)};
+        }
+        return {last.id, *last.envelope};
+    }
 };
 
 template <class Id>

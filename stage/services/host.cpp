@@ -11,8 +11,6 @@ namespace cadencora::stage {
 
 namespace {
 
-Host* activeHost = nullptr; // written by makeActive and the destructor alone
-
 struct Service {
     std::string_view name;
     void* (*record)();
@@ -46,20 +44,12 @@ void* lookUp(Host& host, std::string_view name, int) {
 
 Host::Host(Scene scene, FrontEnd& frontEnd, HostOptions options)
     : scene_(std::move(scene)), frontEnd_(frontEnd), options_(std::move(options)),
-      panels_(frontEnd.metrics()), previous_(activeHost) {
+      panels_(frontEnd.metrics()), previous_(active_) {
     makeActive();
 }
 
 Host::~Host() {
-    if (activeHost == this) activeHost = previous_;
-}
-
-Host* Host::active() {
-    return activeHost;
-}
-
-void Host::makeActive() {
-    activeHost = this;
+    if (active_ == this) active_ = previous_;
 }
 
 void* Host::lookup(const char* service, int use) {
@@ -85,12 +75,8 @@ ChangeReport Host::event(std::string name, const std::function<void()>& action,
         Journal::rollBack(std::move(*scope_));
     }
     scope_.reset();
+    forgetEnvelope();
     return report;
-}
-
-EditScope& Host::edit() {
-    if (!scope_) throw MisuseError{"an edit outside of any event"};
-    return *scope_;
 }
 
 void Host::select(std::vector<ItemId> items) {

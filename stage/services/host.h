@@ -32,6 +32,13 @@ struct MisuseError {
     std::string reason;
 };
 
+// The envelope that the plug-in's last call was about.
+struct LastEnvelope {
+    host::Envelope handle = nullptr;
+    EnvelopeId id = EnvelopeId::none;
+    Envelope* envelope = nullptr;
+};
+
 // For tests of the pair of plug-in and stage.
 struct HostFaults {
     std::set<std::string, std::less<>> withheldServices;
@@ -65,8 +72,8 @@ public:
     Host& operator=(const Host&) = delete;
 
     // The host that the tables work on: the one made or made active last.
-    static Host* active();
-    void makeActive();
+    static Host* active() { return active_; }
+    void makeActive() { active_ = this; }
 
     // The service lookup that the plug-in is given; null for what the host does not have.
     static void* lookup(const char* service, int use);
@@ -87,9 +94,15 @@ public:
         const std::function<bool()>& keep = [] { return true; });
 
     // The edit in progress. Throws MisuseError where the plug-in edits outside an event.
-    EditScope& edit();
+    EditScope& edit() {
+        if (!scope_) [[unlikely]]
+            throw MisuseError{"an edit outside of any event"};
+        return *scope_;
+    }
 
-    Journal& journal() { return journal_; }
+    const Journal& journal() const { return journal_; }
+    bool undo() { return !scope_ && journal_.undo(scene_); } // false: nothing to undo, or mid-event
+    bool redo() { return !scope_ && journal_.redo(scene_); }
 
     // Issues one command line; a Problem says why it was refused.
     Result<> command(std::string_view line);
@@ -104,6 +117,10 @@ public:
 
     HostFaults faults;
 
+    // To be forgotten whenever an envelope goes.
+    LastEnvelope lastEnvelope;
+    void forgetEnvelope() { lastEnvelope = {}; }
+
     // File states by handle.
     std::map<std::uintptr_t, SaveFile> saveFiles;
     std::map<std::uintptr_t, LoadFile> loadFiles;
@@ -114,6 +131,8 @@ public:
     void refreshRecords();
 
 private:
+    static inline Host* active_ = nullptr;
+
     Scene scene_;
     FrontEnd& frontEnd_;
     HostOptions options_;

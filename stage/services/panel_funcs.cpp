@@ -241,7 +241,7 @@ void set(Host& host, ControlModel* control, int tag, const host::ControlValue* i
 
 const TypeRow& rowOf(std::string_view type) {
     const auto row = std::ranges::find(typeRows, type, &TypeRow::name);
-    if (row == typeRows.end()) throw MisuseError{"control type " + quoted(type)};
+    if (row == typeRows.end()) throw MisuseError{"control type " + inQuotes(type)};
     return *row;
 }
 
@@ -250,7 +250,8 @@ ControlModel* addControl(Host& host, PanelModel* panel, std::string_view type,
     if (!desc) throw MisuseError{"null descriptor"};
     const TypeRow& row = rowOf(type);
     if (desc->kind != row.kind)
-        throw MisuseError{"descriptor kind " + std::to_string(desc->kind) + " for " + quoted(type)};
+        throw MisuseError{"descriptor kind " + std::to_string(desc->kind) + " for " +
+                          inQuotes(type)};
     ControlModel control;
     control.type = row.type;
     control.label = label ? label : "";

@@ -84,7 +84,7 @@ TEST(KeyStore, agrees_with_a_plain_map_over_random_edits) {
                 const double time = anyTime(model, random);
                 const auto which = static_cast<Parameter>(random() % parameterCount);
                 const double number = static_cast<double>(random() % 3);
-                store.setParameter(store.find(time), which, number);
+                store.setParameter(store.at(store.find(time)), which, number);
                 model.keys[time].parameters[which] = number;
             }
             if (round % 400 == 0) {
