@@ -5,6 +5,16 @@
 
 namespace cadencora {
 
+// A step that puts the key at another time, where it overwrites a key that stands there, and goes
+// on behind its new place. A key that the host does not accept there stays.
+static host::Key moveKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
+                         host::Key key, double newTime, double value) {
+    const host::Key moved = findAndCopyKey(envelopes, envelope, envelope, key, newTime, value);
+    if (!moved) return envelopes->nextKey(envelope, key);
+    envelopes->destroyKey(envelope, key);
+    return envelopes->nextKey(envelope, moved);
+}
+
 int modifyChannel(const void*, const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
                   double start, double end, double amount, int mode) {
     const auto step = [=](host::Key key, double time, double value) {

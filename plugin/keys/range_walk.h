@@ -29,14 +29,4 @@ int walkRange(const host::EnvelopeFuncs* envelopes, host::Envelope envelope, dou
     return visited;
 }
 
-// A step that puts the key at another time, where it overwrites a key that stands there, and goes
-// on behind its new place. A key that the host does not accept there stays.
-inline host::Key moveKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
-                         host::Key key, double newTime, double value) {
-    const host::Key moved = findAndCopyKey(envelopes, envelope, envelope, key, newTime, value);
-    if (!moved) return envelopes->nextKey(envelope, key);
-    envelopes->destroyKey(envelope, key);
-    return envelopes->nextKey(envelope, moved);
-}
-
 } // namespace cadencora

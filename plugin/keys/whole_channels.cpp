@@ -27,13 +27,18 @@ int copyShiftChannel(const void*, const host::EnvelopeFuncs* envelopes, host::En
                      });
 }
 
+// The next key is fetched before the move: of several keys that go forward onto one frame each gets
+// there, and the last one's value stands.
 int reKeyChannelToNearest(const void*, const host::EnvelopeFuncs* envelopes,
                           host::Envelope envelope, double start, double end, double fps) {
     return walkRange(envelopes, envelope, start, end,
                      [=](host::Key key, double time, double value) {
+                         const host::Key next = envelopes->nextKey(envelope, key);
                          const double frameTime = roundTime(time, fps);
-                         if (frameTime == time) return envelopes->nextKey(envelope, key);
-                         return moveKey(envelopes, envelope, key, frameTime, value);
+                         if (frameTime != time &&
+                             findAndCopyKey(envelopes, envelope, envelope, key, frameTime, value))
+                             envelopes->destroyKey(envelope, key);
+                         return next;
                      });
 }
 
