@@ -22,7 +22,7 @@ struct Arguments {
     std::string output, outputFolder, plugin, motions, rate, report = "text";
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
-    bool dryRun = false, json = false;
+    bool dryRun = false, json = false, cancel = false;
 
     std::filesystem::path pluginPath() const {
         return plugin.empty() ? Module::defaultPath() : std::filesystem::path(plugin);
@@ -171,7 +171,8 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     run->add_option("--answer", arguments.answers,
                     "Answer the step's questions, the last answer going on (default: yes)")
         ->check(CLI::IsMember({"yes", "no"}));
-    run->add_flag("--cancel", "Cancel the step's dialogs once their controls are set");
+    run->add_flag("--cancel", arguments.cancel,
+                  "Cancel the step's dialogs once their controls are set");
     run->add_option("-o,--output", arguments.output, "Write the scene to this file");
     run->add_option("--out-dir", arguments.outputFolder,
                     "Write each scene under its own name into this folder")

@@ -3,6 +3,8 @@
 #include "stage/base/text.h"
 #include "stage/panels/actions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <ostream>
 

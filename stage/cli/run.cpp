@@ -6,6 +6,7 @@
 #include "stage/formats/format.h"
 #include "stage/services/host.h"
 
+#include <cmath>
 #include <iostream>
 
 namespace cadencora::stage {
