@@ -104,6 +104,9 @@ std::optional<FrameRate> FrameRate::fromFrameTime(std::string_view text) {
     }
     if (isWhole) return of(whole);
     if (isBroadcast) return of(nominal * 1000, 1001);
+    // A writer that took a rate such as 23.976 at its word.
+    const std::int64_t thousandths = std::llround(rate * 1000);
+    if (matches(static_cast<double>(thousandths) / 1000)) return of(thousandths, 1000);
     return of(unit, decimal->digits);
 }
 

@@ -21,7 +21,7 @@ public:
     static std::optional<FrameRate> parse(std::string_view text);
 
     // The rate whose frame lasts as long as the decimal text says, in seconds. The text's last
-    // digit decides how near is near: "0.0083333" is 120, "0.0417083750417" is 24000/1001.
+    // digit decides how near is near: "0.0083333" is 120, "0.0417083" is 24000/1001.
     static std::optional<FrameRate> fromFrameTime(std::string_view text);
 
     double perSecond() const {

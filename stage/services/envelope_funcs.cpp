@@ -49,12 +49,14 @@ KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value)
     return host.edit().edited(envelope.id, envelope.envelope).placeKey(time, value);
 }
 
-[[noreturn, gnu::cold]] void wrongKey(KeyHandle key) {
+// The refusals stand apart, so that the calls that go right stay short: they are made for every
+// attribute of every key.
+[[noreturn, gnu::cold, gnu::noinline]] void wrongKey(KeyHandle key) {
     throw MisuseError{key == KeyHandle::none ? "null key"
                                              : "the key is not of this envelope, or was destroyed"};
 }
 
-KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
+[[gnu::always_inline]] inline KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
     const KeyStore::Cursor cursor = keys.at(key);
     if (!cursor) [[unlikely]]
         wrongKey(key);
@@ -84,8 +86,12 @@ T read(const void* in) {
     return value;
 }
 
-[[noreturn, gnu::cold]] void wrongAttribute(int attribute) {
+[[noreturn, gnu::cold, gnu::noinline]] void wrongAttribute(int attribute) {
     throw MisuseError{"key attribute " + std::to_string(attribute)};
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void nullAttribute() {
+    throw MisuseError{"null attribute"};
 }
 
 Parameter parameterOf(int attribute) {
@@ -95,7 +101,8 @@ Parameter parameterOf(int attribute) {
 }
 
 int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const void* in) {
-    if (!in) throw MisuseError{"null attribute"};
+    if (!in) [[unlikely]]
+        nullAttribute();
     const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
     if (!host.faults.refusedAttributes.empty() && host.faults.refusedAttributes.contains(attribute))
         return 0;
@@ -121,7 +128,8 @@ int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const
 }
 
 int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void* out) {
-    if (!out) throw MisuseError{"null attribute"};
+    if (!out) [[unlikely]]
+        nullAttribute();
     const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
     if (!host.faults.unavailableAttributes.empty() &&
         host.faults.unavailableAttributes.contains(attribute))

@@ -9,7 +9,6 @@
 #include "stage/services/host.h"
 
 #include <cstdint>
-#include <exception>
 #include <string_view>
 #include <type_traits>
 
@@ -95,7 +94,7 @@ struct Wire<Id> {
             wrong(raw != nullptr);
         return id;
     }
-    [[noreturn, gnu::cold]] static void wrong(bool given) {
+    [[noreturn, gnu::cold, gnu::noinline]] static void wrong(bool given) {
         throw MisuseError{std::string(given ? "not a handle of this scene's: " : "null ") +
                           HandleKind<Id>::name};
     }
@@ -205,10 +204,8 @@ private:
         if (!host) return;
         try {
             body(*host);
-        } catch (const MisuseError& misuse) {
-            host->recordMisuse(service.text, slot.text, misuse.reason);
-        } catch (const std::exception& failure) {
-            host->recordMisuse(service.text, slot.text, failure.what());
+        } catch (...) {
+            host->recordThrown(service.text, slot.text);
         }
     }
 };

@@ -91,6 +91,22 @@ void Host::recordMisuse(std::string_view service, std::string_view slot, std::st
         misuses.push_back({std::string(service), std::string(slot), std::move(reason)});
 }
 
+void Host::recordThrown(const char* service, const char* slot) noexcept {
+    try {
+        throw;
+    } catch (const MisuseError& misuse) {
+        recordMisuse(service, slot, misuse.reason);
+    } catch (const std::exception& failure) {
+        recordMisuse(service, slot, failure.what());
+    } catch (...) {
+        recordMisuse(service, slot, "unknown failure");
+    }
+}
+
+void Host::refuseEdit() {
+    throw MisuseError{"an edit outside of any event"};
+}
+
 void Host::refreshRecords() {
     host::SceneInfo& scene = sceneInfo();
     scene.lastFrame = frameWord(scene_.lastFrame);

@@ -114,6 +114,7 @@ public:
     std::vector<Problem> problems;
     void report(Problem problem) { problems.push_back(std::move(problem)); }
     void recordMisuse(std::string_view service, std::string_view slot, std::string reason);
+    void recordThrown(const char* service, const char* slot) noexcept; // in a catch block
 
     HostFaults faults;
 
@@ -131,6 +132,8 @@ public:
     void refreshRecords();
 
 private:
+    [[noreturn]] static void refuseEdit();
+
     static inline Host* active_ = nullptr;
 
     Scene scene_;

@@ -1,0 +1,165 @@
+#include "stage/scene/journal.h"
+#include "stage/scene/transform.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+namespace cadencora::stage {
+namespace {
+
+// Two objects with keys on frames 0 to 9 of Position.X and Rotation.H.
+struct Journaled : testing::Test {
+    Scene scene;
+    Journal journal;
+    ItemId a, b;
+
+    Journaled() {
+        a = scene.addItem(ItemType::object, "A");
+        b = scene.addItem(ItemType::object, "B");
+        for (const ItemId item : {a, b})
+            for (const MotionChannel channel : {positionX, heading})
+                for (int frame = 0; frame < 10; ++frame)
+                    scene.mutableMotion(item, channel)
+                        .keys.append(scene.rate.timeOf(frame), frame, Shape::linear);
+    }
+    EnvelopeId envelope(ItemId item, MotionChannel channel) const {
+        return scene.channel(scene.item(item).motion[channel]).envelope;
+    }
+    Envelope& edit(EditScope& scope, ItemId item, MotionChannel channel) {
+        return scope.envelope(envelope(item, channel));
+    }
+    std::vector<double> values(ItemId item, MotionChannel channel) const {
+        std::vector<double> result;
+        for (auto key = scene.motion(item, channel).keys.begin(); key; key.advance())
+            result.push_back(key.value());
+        return result;
+    }
+};
+
+TEST_F(Journaled, the_report_counts_what_changed_and_nothing_else) {
+    EditScope scope(scene, "edit");
+    KeyStore& keys = edit(scope, a, positionX).keys;
+    keys.erase(keys.find(scene.rate.timeOf(3)));
+    keys.erase(keys.find(scene.rate.timeOf(4)));
+    keys.insert(5.5 / 30, 1, Shape::linear);
+    keys.setValue(keys.at(keys.find(scene.rate.timeOf(7))), 70);
+    // Touched, and as it was in the end.
+    KeyStore& same = edit(scope, b, heading).keys;
+    same.erase(same.find(0));
+    same.insert(0, 0, Shape::linear);
+    // A parameter and a behaviour count as changes too; a negative zero is another value.
+    KeyStore& turned = edit(scope, a, heading).keys;
+    turned.setParameter(turned.at(turned.first()), bias, 0.5);
+    edit(scope, b, positionX).after = Behaviour::repeat;
+
+    const ChangeReport report = journal.commit(std::move(scope));
+    EXPECT_EQ(report.keysRemoved, 2u);
+    EXPECT_EQ(report.keysAdded, 1u);
+    EXPECT_EQ(report.keysChanged, 2u);
+    EXPECT_EQ(report.items, 2u);
+    ASSERT_EQ(report.channels.size(), 3u);
+    EXPECT_EQ(scene.channelPath(report.channels[0].channel), "A/Position.X");
+    EXPECT_EQ(report.firstFrame, 0);
+    EXPECT_EQ(report.lastFrame, 7);
+}
+
+TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {
+    const auto before = values(a, positionX);
+    for (const char* name : {"first", "second"}) {
+        EditScope scope(scene, name);
+        KeyStore& keys = edit(scope, a, positionX).keys;
+        keys.erase(keys.first());
+        journal.commit(std::move(scope));
+    }
+    const auto after = values(a, positionX);
+    ASSERT_EQ(after.size(), 8u);
+    EXPECT_EQ(*journal.undoName(), "second");
+    EXPECT_TRUE(journal.undo(scene));
+    EXPECT_TRUE(journal.undo(scene));
+    EXPECT_FALSE(journal.undo(scene));
+    EXPECT_EQ(values(a, positionX), before);
+    EXPECT_EQ(*journal.redoName(), "first");
+    EXPECT_TRUE(journal.redo(scene));
+    EXPECT_TRUE(journal.redo(scene));
+    EXPECT_EQ(values(a, positionX), after);
+    EXPECT_TRUE(journal.undo(scene));
+
+    EditScope scope(scene, "third");
+    edit(scope, b, heading).keys.clear();
+    journal.commit(std::move(scope));
+    EXPECT_FALSE(journal.redo(scene));
+    EXPECT_EQ(*journal.undoName(), "third");
+}
+
+TEST_F(Journaled, an_edit_that_changed_nothing_leaves_no_trace) {
+    EditScope scope(scene, "nothing");
+    edit(scope, a, positionX);
+    EXPECT_TRUE(journal.commit(std::move(scope)).empty());
+    EXPECT_EQ(journal.undoName(), nullptr);
+}
+
+TEST_F(Journaled, added_channels_go_with_undo_and_come_back_with_redo) {
+    EditScope scope(scene, "dissolve");
+    const ChannelId channel = scope.addChannel(scene.item(a).group, "Dissolve", 0);
+    scope.envelope(scene.channel(channel).envelope).keys.insert(1, 1, Shape::hold);
+    const ChangeReport report = journal.commit(std::move(scope));
+    EXPECT_EQ(report.channelsAdded, std::vector{channel});
+    EXPECT_EQ(report.keysAdded, 1u);
+    journal.undo(scene);
+    EXPECT_FALSE(scene.has(channel));
+    EXPECT_EQ(scene.findChannel(scene.item(a).group, "Dissolve"), ChannelId::none);
+    journal.redo(scene);
+    EXPECT_EQ(scene.findChannel(scene.item(a).group, "Dissolve"), channel);
+    EXPECT_EQ(scene.envelope(scene.channel(channel).envelope).keys.size(), 1u);
+}
+
+TEST_F(Journaled, rolling_back_restores_the_scene_and_drops_working_copies) {
+    const auto before = values(a, heading);
+    EnvelopeId copy;
+    {
+        EditScope scope(scene, "failed");
+        copy = scope.addEnvelope(0);
+        scope.envelope(copy).keys.insert(0, 1, Shape::linear);
+        edit(scope, a, heading).keys.clear();
+        Journal::rollBack(std::move(scope));
+    }
+    EXPECT_EQ(values(a, heading), before);
+    EXPECT_FALSE(scene.has(copy));
+    EXPECT_EQ(journal.undoName(), nullptr);
+}
+
+TEST_F(Journaled, a_new_rate_keeps_the_times_of_keys_and_covers_the_last_one) {
+    scene.lastFrame = scene.previewLast = 9;
+    scene.mutableMotion(a, positionX).keys.append(0.32, 1, Shape::linear);
+    scene.setRate(*FrameRate::of(24));
+    EXPECT_EQ(scene.lastFrame, 8) << "0.32 s are 7.68 frames";
+    EXPECT_EQ(scene.previewLast, 8);
+    EXPECT_EQ(values(a, positionX).size(), 11u);
+}
+
+TEST(Transform, an_items_pivot_lands_on_its_position_carried_through_its_ancestors) {
+    Scene scene;
+    const double quarter = std::acos(0.0);
+    const ItemId root = scene.addItem(ItemType::object, "root");
+    const ItemId arm = scene.addItem(ItemType::object, "arm", root);
+    const auto rest = [&](ItemId item, MotionChannel channel, double value) {
+        scene.mutableMotion(item, channel).rest = value;
+    };
+    rest(root, positionX, 10);
+    rest(root, heading, quarter);
+    rest(root, scaleZ, 2);
+    scene.item(root).pivot = {0, 0, 1};
+    rest(arm, positionZ, 3);
+    rest(arm, pitch, 1);
+    scene.item(arm).pivot = {5, 6, 7};
+    // Behind the root's pivot the arm lies at z = 2, scaled to 4, turned to x.
+    const Vec3 at = worldPosition(scene, arm, 0);
+    EXPECT_NEAR(at[0], 14, 1e-12);
+    EXPECT_NEAR(at[1], 0, 1e-12);
+    EXPECT_NEAR(at[2], 0, 1e-12);
+    scene.item(root).secondRotation = {quarter, 0, 0};
+    EXPECT_NEAR(worldPosition(scene, arm, 0)[2], -4, 1e-12) << "turned once more, about Y";
+}
+
+} // namespace
+} // namespace cadencora::stage
