@@ -1,0 +1,4 @@
+#include "tests/modules/descriptor.h"
+
+EXPORTED int something;
+int something = 1;
