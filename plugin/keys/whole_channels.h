@@ -22,8 +22,8 @@ int clearChannel(const void* context, const host::EnvelopeFuncs* envelopes, host
 int copyShiftChannel(const void* context, const host::EnvelopeFuncs* envelopes,
                      host::Envelope envelope, double start, double end, double gap);
 
-// Moves every key of the range onto its nearest whole frame. The walk goes on after the key's new
-// place, so keys that it jumps over keep their times. A key that cannot be moved stays.
+// Moves every key of the range onto its nearest whole frame. Of several keys that come onto one
+// frame the last one stands. A key that cannot be moved stays.
 int reKeyChannelToNearest(const void* context, const host::EnvelopeFuncs* envelopes,
                           host::Envelope envelope, double start, double end, double fps);
 
