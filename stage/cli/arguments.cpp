@@ -18,7 +18,8 @@ int fail(ExitStatus status, const Problem& problem) {
 }
 
 struct Arguments {
-    std::vector<std::string> inputs;
+    std::vector<std::string> inputs; // of `run`
+    std::string input;               // of `info` and `convert`
     std::string output, outputFolder, plugin, motions, rate, report = "text";
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
@@ -109,12 +110,12 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
 }
 
 // Reads a scene for `info` and `convert`, with its warnings on standard error.
-Result<Scene> readInput(const Arguments& arguments, const std::string& input) {
+Result<Scene> readInput(const Arguments& arguments) {
     const auto rate = rateOf(arguments);
     if (!rate) return rate.problem();
     ReadOptions reading;
     reading.rate = rate.value();
-    auto loaded = readScene(input, reading);
+    auto loaded = readScene(arguments.input, reading);
     if (!loaded) return loaded.problem();
     for (const std::string& warning : loaded->warnings)
         std::cerr << "warning: " << warning << "\n";
@@ -122,7 +123,7 @@ Result<Scene> readInput(const Arguments& arguments, const std::string& input) {
 }
 
 int infoCommand(const Arguments& arguments) {
-    const auto scene = readInput(arguments, arguments.inputs.front());
+    const auto scene = readInput(arguments);
     if (!scene) return fail(exitFailed, scene.problem());
     arguments.json ? printInfoJson(scene.value(), std::cout) : printInfo(scene.value(), std::cout);
     return exitDone;
@@ -130,7 +131,7 @@ int infoCommand(const Arguments& arguments) {
 
 int convertCommand(const Arguments& arguments) {
     if (const auto rate = rateOf(arguments); !rate) return fail(exitUsage, rate.problem());
-    const auto scene = readInput(arguments, arguments.inputs.front());
+    const auto scene = readInput(arguments);
     if (!scene) return fail(exitFailed, scene.problem());
     const auto written = writeScene(scene.value(), arguments.output);
     if (!written) return fail(exitFailed, written.problem());
@@ -203,7 +204,7 @@ int runProgram(int argc, char** argv) {
     app.require_subcommand(1);
 
     CLI::App* info = app.add_subcommand("info", "Say what a file holds");
-    info->add_option("FILE", arguments.inputs, "Input file")->required()->expected(1);
+    info->add_option("FILE", arguments.input, "Input file")->required();
     info->add_flag("--json", arguments.json, "Print JSON");
     addRate(*info, arguments);
 
@@ -214,7 +215,7 @@ int runProgram(int argc, char** argv) {
     CLI::App* run = addRun(app, arguments);
 
     CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
-    convert->add_option("IN", arguments.inputs, "Input file")->required()->expected(1);
+    convert->add_option("IN", arguments.input, "Input file")->required();
     convert->add_option("OUT", arguments.output, "Output file")->required();
     addRate(*convert, arguments);
 
