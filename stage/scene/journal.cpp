@@ -25,6 +25,7 @@ ChannelChange compare(const Envelope& before, const Envelope& after) {
     };
     auto old = before.keys.begin(), now = after.keys.begin();
     while (old || now) {
+        if (old && now && skipSameKeys(old, now)) continue;
         if (!now || (old && old.time() < now.time())) {
             touched(old.time());
             ++change.keysRemoved;

@@ -96,6 +96,23 @@ bool sameKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b) {
     return true;
 }
 
+bool skipSameKeys(KeyStore::Cursor& a, KeyStore::Cursor& b) {
+    if (a.block_->parameters || b.block_->parameters) return false;
+    const int run = std::min(a.runLength(), b.runLength());
+    const auto same = [&](const auto& x, const auto& y) {
+        return std::memcmp(&x[KeyBlock::at(a.slot_)], &y[KeyBlock::at(b.slot_)],
+                           KeyBlock::at(run) * sizeof x[0]) == 0;
+    };
+    if (!same(a.block_->time, b.block_->time) || !same(a.block_->value, b.block_->value) ||
+        !same(a.block_->shape, b.block_->shape))
+        return false;
+    a.slot_ += run - 1;
+    b.slot_ += run - 1;
+    a.advance();
+    b.advance();
+    return true;
+}
+
 // Life
 
 KeyStore::KeyStore() : nextSerial_(firstSerial()) {}

@@ -46,8 +46,15 @@ public:
         // True where every attribute of the two keys has the same bits.
         friend bool sameKey(const Cursor& a, const Cursor& b);
 
+        // Steps both cursors over a run of keys that are the same to the bit; false where there is
+        // none to be had in one go. Makes comparing two curves that are mostly alike cheap.
+        friend bool skipSameKeys(Cursor& a, Cursor& b);
+
     private:
         friend class KeyStore;
+        int runLength() const { // of slots with keys from here on
+            return (slot_ < block_->gapBegin ? block_->gapBegin : Block::capacity) - slot_;
+        }
         Cursor(const Block* block, int slot) : block_(block), slot_(slot) {}
         const Block* block_ = nullptr;
         int slot_ = 0;
