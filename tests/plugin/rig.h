@@ -182,11 +182,14 @@ struct Rig {
     }
 };
 
-// The keys of every channel of a scene.
-inline std::vector<Keys> allKeys(const Scene& scene) {
-    std::vector<Keys> all;
-    for (std::size_t i = 1; i <= scene.envelopeCount(); ++i)
-        all.push_back(keysOf(scene.envelope(static_cast<EnvelopeId>(i))));
+// The keys of every channel of a scene that is keyed, by the channel's path.
+using SceneKeys = std::map<std::string, Keys>;
+inline SceneKeys allKeys(const Scene& scene) {
+    SceneKeys all;
+    for (std::uint32_t i = 1; i <= scene.envelopeCount(); ++i)
+        if (const auto id = static_cast<ChannelId>(i); scene.has(id))
+            if (Keys keys = keysOf(scene.envelope(scene.channel(id).envelope)); !keys.empty())
+                all[scene.channelPath(id)] = std::move(keys);
     return all;
 }
 
