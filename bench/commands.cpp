@@ -51,24 +51,77 @@ struct Command {
     double (*keys)(Shape shape); // what the cost is divided by
 };
 
-Step wholeScene(const char* press) {
+Step wholeScene(const char* press, std::vector<Step::Setting> settings = {}) {
     Step step;
     step.press = press;
     step.settings = {{"Use selected objects only", "off"}};
+    step.settings.insert(step.settings.end(), settings.begin(), settings.end());
     return step;
 }
 
+// Frames of the range that the commands with options work on: a quarter to three quarters.
+Step middleHalf(Shape shape, const char* press, std::vector<Step::Setting> settings = {}) {
+    settings.push_back({"Start", std::to_string(shape.keys / 4)});
+    settings.push_back({"End", std::to_string(shape.keys / 4 * 3)});
+    return wholeScene(press, std::move(settings));
+}
+
+double allKeys(Shape shape) {
+    return static_cast<double>(shape.total());
+}
+double halfOfTheKeys(Shape shape) {
+    return allKeys(shape) / 2;
+}
+
+Step moveRotateScale(Shape shape, const char* method) {
+    return middleHalf(shape, "MoveRotateScale", {{"Method", method}});
+}
+
+Step jitter(Shape shape, const char* method) {
+    return middleHalf(shape, "Randomize/Jitter Keys", {{"Method", method}, {"Max Value", "0.01"}});
+}
+
+constexpr int randomKeys = 1000; // per channel
+
 const Command commands[] = {
-    {"destroy_middle_half",
+    {"destroy_middle_half", [](Shape shape) { return middleHalf(shape, "Destroy Keys"); }, false,
+     halfOfTheKeys},
+    {"defractionalize_half_off_frame", [](Shape) { return wholeScene("Defractionalize"); }, true,
+     allKeys},
+    {"cycle_last_quarter_5_times", // per new key, behind the last one
      [](Shape shape) {
-         Step step = wholeScene("Destroy Keys");
-         step.settings.push_back({"Start", std::to_string(shape.keys / 4)});
-         step.settings.push_back({"End", std::to_string(shape.keys / 4 * 3)});
+         return wholeScene("Cycle (Bake) Keys", {{"Start", std::to_string(shape.keys / 4 * 3)},
+                                                 {"End", std::to_string(shape.keys)},
+                                                 {"Repeats", "5"}});
+     },
+     false, [](Shape shape) { return allKeys(shape) / 4 * 5; }},
+    {"cycle_in_place_5_times", // per key placed, over keys that stand there
+     [](Shape shape) {
+         return wholeScene("Cycle (Bake) Keys",
+                           {{"End", std::to_string(shape.keys / 8)}, {"Repeats", "5"}});
+     },
+     false, [](Shape shape) { return allKeys(shape) / 8 * 5; }},
+    {"add", [](Shape shape) { return moveRotateScale(shape, "Add"); }, false, halfOfTheKeys},
+    {"multiply",
+     [](Shape shape) {
+         Step step = moveRotateScale(shape, "Multiply");
+         for (const auto channel : motionChannelNames)
+             step.settings.push_back({std::string(channel), "1.5"});
          return step;
      },
-     false, [](Shape shape) { return static_cast<double>(shape.total()) / 2; }},
-    {"defractionalize_half_off_frame", [](Shape) { return wholeScene("Defractionalize"); }, true,
-     [](Shape shape) { return static_cast<double>(shape.total()); }},
+     false, halfOfTheKeys},
+    {"overwrite", [](Shape shape) { return moveRotateScale(shape, "Overwrite"); }, false,
+     halfOfTheKeys},
+    {"jitter_value", [](Shape shape) { return jitter(shape, "Value"); }, false, halfOfTheKeys},
+    {"jitter_time", [](Shape shape) { return jitter(shape, "Time"); }, false, halfOfTheKeys},
+    {"random_keys_1000_per_channel", // per new key
+     [](Shape) {
+         return wholeScene("Create Random Keys", {{"Max Keys", std::to_string(randomKeys)}});
+     },
+     false,
+     [](Shape shape) {
+         return static_cast<double>(shape.items * motionChannelCount) * randomKeys;
+     }},
 };
 
 const Module& plugin() {
