@@ -195,6 +195,14 @@ TEST(Bvh, rotations_in_any_order_turn_as_the_file_says_and_never_jump) {
     }
 }
 
+TEST(Bvh, the_first_frame_keeps_the_turns_that_the_file_gives_it) {
+    const auto file =
+        loaded("a.bvh", twoJoints("Zrotation Xrotation Yrotation", {"0 0 0 -370 10 1090 5 10 15"}));
+    const ItemId hips = named(file.scene, "Hips");
+    EXPECT_NEAR(file.scene.motion(hips, heading).keys.begin().value(), 1090 * degree, 0.5);
+    EXPECT_NEAR(file.scene.motion(hips, bank).keys.begin().value(), -370 * degree, 0.5);
+}
+
 TEST(Bvh, an_unchanged_file_comes_back_number_by_number) {
     for (const std::string& axes : orders) {
         SCOPED_TRACE(axes);
@@ -272,6 +280,7 @@ TEST(Bvh, the_rows_count_where_the_frame_count_says_otherwise) {
     const auto still = loaded("a.bvh", twoJoints("Xrotation", {}, "0"));
     EXPECT_TRUE(still.warnings.empty());
     EXPECT_EQ(still.scene.keyCount(), 0u);
+    EXPECT_FALSE(readText("a.bvh", twoJoints("Xrotation", {}, "0") + "1 2 3 4 5\n").ok());
 }
 
 TEST(Bvh, a_wrong_file_is_refused_with_the_line_and_what_was_expected) {
@@ -453,12 +462,16 @@ TEST(Bvh, columns_appear_for_channels_that_the_file_did_not_animate) {
         const char* channels;
         MotionChannel channel;
         const char* expected;
+        double key = 0.5;
+        bool isWarned = true;
     } cases[]{
         {"Zrotation", heading, "CHANNELS 3 Yrotation Xrotation Zrotation"},
         {"Zrotation Yrotation", pitch, "CHANNELS 3 Zrotation Yrotation Xrotation"},
         {"Zrotation Xrotation", positionY,
          "CHANNELS 5 Xposition Yposition Zposition Zrotation Xrotation"},
-        {"Zrotation", bank, "CHANNELS 1 Zrotation"},
+        {"Zrotation", bank, "CHANNELS 1 Zrotation", 0.5, false},
+        {"Zrotation", heading, "CHANNELS 1 Zrotation", 0, false}, // a key that says nothing
+        {"Zrotation", positionY, "CHANNELS 1 Zrotation", 10, false},
         {"Zrotation Yrotation", scaleX, "CHANNELS 2 Zrotation Yrotation"},
     };
     for (const auto& c : cases) {
@@ -468,12 +481,12 @@ TEST(Bvh, columns_appear_for_channels_that_the_file_did_not_animate) {
         auto file = loaded("a.bvh", twoJoints(c.channels, {row, row}));
         const ItemId spine = named(file.scene, "Spine");
         const Affine before = localTransform(file.scene, spine, 0.04);
-        file.scene.mutableMotion(spine, c.channel).keys.insert(0.04, 0.5, Shape::linear);
+        file.scene.mutableMotion(spine, c.channel).keys.insert(0.04, c.key, Shape::linear);
         const Affine changed = localTransform(file.scene, spine, 0.04);
         std::vector<std::string> warnings;
         const std::string text = written(file.scene, "b.bvh", &warnings);
         EXPECT_NE(text.find(c.expected, text.find("JOINT")), std::string::npos) << text;
-        EXPECT_EQ(warnings.size(), c.channel == bank ? 0u : 1u);
+        EXPECT_EQ(warnings.size(), c.isWarned ? 1u : 0u);
         const auto again = loaded("b.bvh", text);
         const Affine is = localTransform(again.scene, named(again.scene, "Spine"), 0.04);
         const Affine& expected = c.channel == scaleX ? before : changed;
@@ -513,6 +526,24 @@ TEST(Bvh, another_rate_samples_the_same_motion_and_says_what_falls_between) {
     ASSERT_EQ(quick.size(), 17u);
     EXPECT_NEAR(quick[4][3], 200, 1e-4);
     EXPECT_NEAR(quick[16][3], 800, 1e-4) << "every other frame is a row of the file";
+    for (std::size_t f = 1; f < quick.size(); ++f)
+        EXPECT_LT(std::abs(quick[f][3] - quick[f - 1][3]), 180) << "and the others lie between";
+}
+
+TEST(Bvh, a_key_a_rounding_beside_its_frame_stands_on_it) {
+    Scene scene;
+    const ItemId body = scene.addItem(ItemType::object, "Body");
+    const ItemId bone = scene.addItem(ItemType::bone, "Bone", body, body);
+    const FrameRate fine = FrameRate::of(120000, 1001).value();
+    scene.rate = FrameRate::of(24000, 1001).value();
+    for (int f = 0; f <= 1000; ++f)
+        scene.mutableMotion(bone, positionX).keys.append(fine.timeOf(5 * f), f, Shape::hold);
+    std::vector<std::string> warnings;
+    const auto values = rowsOf(written(scene, "a.bvh", &warnings));
+    EXPECT_TRUE(warnings.empty());
+    ASSERT_EQ(values.size(), 1001u);
+    for (std::size_t f = 0; f < values.size(); ++f)
+        ASSERT_EQ(values[f][0], static_cast<double>(f));
 }
 
 TEST(Bvh, bones_from_elsewhere_get_the_usual_columns_and_an_end_site) {

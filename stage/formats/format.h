@@ -1,0 +1,64 @@
+// Files that hold whole scenes: one table of formats, chosen by a file's extension.
+//
+// This folder owns the readers and writers. It calls stage/base and stage/scene, nothing else.
+#pragma once
+
+#include "stage/base/result.h"
+#include "stage/scene/scene.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cadencora::stage {
+
+// What a reader accepts. Whatever a file claims, the memory it takes is bounded by these.
+struct ReadLimits {
+    std::uintmax_t bytes = std::uintmax_t{2} << 30; // of the file
+    std::size_t items = 50'000;
+    std::size_t channels = 500'000;
+    std::size_t keys = 200'000'000;
+    std::size_t depth = 512; // of items below items, and of groups within groups
+};
+
+struct ReadOptions {
+    std::optional<FrameRate> rate; // the scene's rate in place of the file's; keys keep their times
+    ReadLimits limits;
+};
+
+struct Loaded {
+    Scene scene;
+    std::vector<std::string> warnings;
+};
+
+struct Written {
+    std::vector<std::string> warnings; // what the format could not hold
+};
+
+struct Format {
+    std::string_view name;                    // for messages
+    std::vector<std::string_view> extensions; // lower case, with the dot; the usual one first
+
+    // True where a file that begins like this is surely of this format.
+    bool (*recognises)(std::string_view head);
+
+    Result<Loaded> (*read)(std::string_view bytes, const std::filesystem::path& path,
+                           const ReadOptions& options);
+
+    // Leaves the old file, if any, as it was unless all went well.
+    Result<Written> (*write)(const Scene& scene, const std::filesystem::path& path);
+};
+
+std::span<const Format> formats();
+
+// The format that a path's extension names, in any case; null where there is none.
+const Format* formatOf(const std::filesystem::path& path);
+
+Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& options = {});
+Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path);
+
+} // namespace cadencora::stage
