@@ -61,28 +61,21 @@ TEST_F(ByName, a_channel_is_keyed_by_its_exact_name_the_first_one_alone) {
     EXPECT_EQ(keys("Box", "Scale.Z"), (Keys{{2, 3}}));
 }
 
-TEST_F(ByName, nothing_is_keyed_without_services_or_a_group) {
+TEST_F(ByName, nothing_is_keyed_without_a_service_or_a_group) {
     const int hold = 4;
-    const host::Item box = handle("Box");
-    const host::Group group = encode(host.scene().item(item("Box")).group);
-    const char* name = "Scale.X";
-    const auto changes = edit([&] {
-        EXPECT_EQ(setChannelKeysWithTag(nullptr, channels, items, box, name, 1, 1, 2, &hold), 0);
-        EXPECT_EQ(setChannelKeysWithTag(envelopes, nullptr, items, box, name, 1, 1, 2, &hold), 0);
-        EXPECT_EQ(setChannelKeysWithTag(envelopes, channels, nullptr, box, name, 1, 1, 2, &hold),
-                  0);
-        EXPECT_EQ(setChannelKeys(nullptr, channels, items, group, name, 1, 1), 0);
-        EXPECT_EQ(setChannelKeys(envelopes, nullptr, items, group, name, 1, 1), 0);
-        EXPECT_EQ(setChannelKeys(envelopes, channels, nullptr, group, name, 1, 1), 0);
-        EXPECT_EQ(setChannelKeys(envelopes, channels, items, nullptr, name, 1, 1), 0);
-        for (const auto operation :
-             {keyAllMorphChannels, unkeyAllMorphChannels, resetAllMorphChannels}) {
-            EXPECT_EQ(operation(nullptr, channels, items, box, 1), 0);
-            EXPECT_EQ(operation(envelopes, nullptr, items, box, 1), 0);
-            EXPECT_EQ(operation(envelopes, channels, nullptr, box, 1), 0);
-        }
-    });
-    EXPECT_TRUE(changes.empty());
+    for (int missing = 0; missing < 4; ++missing) {
+        const auto* e = missing == 0 ? nullptr : envelopes;
+        const auto* c = missing == 1 ? nullptr : channels;
+        const auto* i = missing == 2 ? nullptr : items;
+        const host::Group group = encode(host.scene().item(item("Box")).group);
+        const auto changes = edit([&] {
+            EXPECT_EQ(setChannelKeys(e, c, i, missing == 3 ? nullptr : group, "Scale.X", 1, 1), 0);
+            if (missing == 3) return;
+            EXPECT_EQ(setChannelKeysWithTag(e, c, i, handle("Box"), "Scale.X", 1, 1, 2, &hold), 0);
+            EXPECT_EQ(keyAllMorphChannels(e, c, i, handle("Face"), 1), 0);
+        });
+        EXPECT_TRUE(changes.empty());
+    }
 }
 
 TEST_F(ByName, morphs_are_keyed_with_their_value_where_they_have_no_key) {

@@ -253,18 +253,7 @@ TEST_F(Lists, frame_sliders_reach_from_the_preview_to_the_later_end) {
     EXPECT_EQ(end, 7 / 30.0);
 }
 
-TEST_F(Lists, dialogs_stack_what_their_command_needs) {
-    const Texts range = {"Start", "End"},
-                channelPart = {"Affected Channels", "Affected Channels/Load",
-                               "Affected Channels/Save", "Remove", "Default"},
-                objectPart = {"Affected Objects",          "Affected Objects/Load",
-                              "Affected Objects/Save",     "All",
-                              "Use selected objects only", "Include all subchildren",
-                              "Use custom loaded"};
-    const auto joined = [](Texts all, const Texts& more) {
-        all.insert(all.end(), more.begin(), more.end());
-        return all;
-    };
+TEST_F(Lists, dialogs_hold_what_their_command_needs_with_buttons_in_rows) {
     double start = 0, end = 0;
     Texts seen;
     user.inDialog = [&](PanelModel& panel) {
@@ -274,21 +263,22 @@ TEST_F(Lists, dialogs_stack_what_their_command_needs) {
     };
     select({"Box"});
     EXPECT_EQ(createDefaultPanel(state, &start, &end), 1);
-    EXPECT_EQ(seen, joined(joined(range, channelPart), objectPart));
-    const auto placeOf = [&](const char* label) {
-        return (*findControl(*host.panels().find(state->objectList)->panel, label))->rect;
+    EXPECT_EQ(seen,
+              (Texts{"Start", "End", "Affected Channels", "Affected Channels/Load",
+                     "Affected Channels/Save", "Remove", "Default", "Affected Objects",
+                     "Affected Objects/Load", "Affected Objects/Save", "All",
+                     "Use selected objects only", "Include all subchildren", "Use custom loaded"}));
+    const auto& controls = host.panels().find(state->objectList)->panel->controls;
+    const auto expectRow = [&](std::size_t first, const std::vector<int>& places) {
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            EXPECT_EQ(controls[first + i]->rect.x, places[i]);
+            EXPECT_EQ(controls[first + i]->rect.y, controls[first]->rect.y);
+        }
     };
-    int x = 5;
-    for (const char* button :
-         {"Affected Channels/Load", "Affected Channels/Save", "Remove", "Default"}) {
-        EXPECT_EQ(placeOf(button).x, std::exchange(x, x + 42));
-        EXPECT_EQ(placeOf(button).y, placeOf("Affected Channels/Load").y);
-    }
-    x = 5;
-    for (const char* button : {"Affected Objects/Load", "Affected Objects/Save", "All"}) {
-        EXPECT_EQ(placeOf(button).x, std::exchange(x, x + 56));
-        EXPECT_EQ(placeOf(button).y, placeOf("Affected Objects/Load").y);
-    }
+    expectRow(3, {5, 47, 89, 131});
+    expectRow(8, {5, 61, 117});
+    EXPECT_EQ(controls[3]->pattern, "*.lw_channels");
+    EXPECT_EQ(controls[9]->pattern, "*.lw_items");
     EXPECT_EQ(createDefaultFramePanel("Frame", state), 1);
     EXPECT_TRUE(seen.size() == 12 && seen.front() == "Affected Channels");
     EXPECT_EQ(createDefaultRangeObjectsPanel("Range", state, &start, &end), 1);
