@@ -98,6 +98,7 @@ bool sameKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b) {
 
 bool skipSameKeys(KeyStore::Cursor& a, KeyStore::Cursor& b) {
     if (a.block_->parameters || b.block_->parameters) return false;
+    if (!sameKey(a, b)) return false; // before longer stretches are looked at
     const int run = std::min(a.runLength(), b.runLength());
     const auto same = [&](const auto& x, const auto& y) {
         return std::memcmp(&x[KeyBlock::at(a.slot_)], &y[KeyBlock::at(b.slot_)],

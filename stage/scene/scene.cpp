@@ -132,17 +132,46 @@ std::int64_t Scene::frameOfLastKey() const {
     return static_cast<std::int64_t>(std::min(std::ceil(rate.frameOf(last) - slack), 2e9));
 }
 
+namespace {
+
+// Keys that stand on a frame but for a rounding get the frame's own time, which exact comparisons
+// meet. Order and number of keys stay: what moves moves by a rounding.
+void settleOnFrames(KeyStore& keys, FrameRate rate) {
+    const auto settled = [&](double time) {
+        const double frame = std::round(rate.frameOf(time));
+        if (std::abs(frame) > 9e15) return time;
+        const double own = rate.timeOf(static_cast<std::int64_t>(frame));
+        return std::abs(own - time) <= 4e-16 * std::abs(time) ? own : time;
+    };
+    bool all = true;
+    for (auto key = keys.begin(); key && all; key.advance())
+        all = settled(key.time()) == key.time();
+    if (all) return;
+    KeyStore moved;
+    for (auto key = keys.begin(); key; key.advance()) {
+        KeyData data = key.data();
+        data.time = settled(data.time);
+        moved.append(data);
+    }
+    keys.swap(moved);
+}
+
+} // namespace
+
 void Scene::setRate(FrameRate newRate) {
     const auto convert = [&](std::int64_t frame) {
         const double moved = newRate.frameOf(rate.timeOf(frame));
         return static_cast<std::int64_t>(std::clamp(std::ceil(moved - 1e-9), -2e9, 2e9));
     };
+    const bool previewToEnd = previewLast >= lastFrame;
     lastFrame = convert(lastFrame);
     previewFirst = convert(previewFirst);
     previewLast = convert(previewLast);
     rate = newRate;
+    for (auto& envelope : envelopes_)
+        if (envelope) settleOnFrames(envelope->keys, rate);
     lastFrame = std::max(lastFrame, frameOfLastKey());
-    previewLast = std::max(previewLast, lastFrame);
+    if (previewToEnd) previewLast = std::max(previewLast, lastFrame);
 }
 
 } // namespace cadencora::stage

@@ -160,7 +160,9 @@ public:
         return mutableEnvelope(channel(item(id).motion[which]).envelope);
     }
 
-    // Sets the clock to another rate: keys keep their times; the ranges cover the last key.
+    // Sets the clock to another rate. Keys keep their times, but for a rounding where one stands on
+    // a frame of the new rate; the last frame covers the last key, and the preview range still ends
+    // there if it did.
     void setRate(FrameRate newRate);
 
     // The smallest last frame that covers the last key of every envelope.

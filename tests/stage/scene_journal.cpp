@@ -135,6 +135,27 @@ TEST_F(Journaled, a_new_rate_keeps_the_times_of_keys_and_covers_the_last_one) {
     EXPECT_EQ(scene.lastFrame, 8) << "0.32 s are 7.68 frames";
     EXPECT_EQ(scene.previewLast, 8);
     EXPECT_EQ(values(a, positionX).size(), 11u);
+    EXPECT_NE(scene.motion(a, positionX).keys.last().time(), scene.rate.timeOf(8));
+}
+
+// 120000/1001 and 24000/1001 divide to times that differ in their last bit.
+TEST(SceneRate, keys_on_shared_frames_of_two_broadcast_rates_stand_on_both) {
+    Scene scene;
+    scene.rate = *FrameRate::of(120000, 1001);
+    KeyStore& keys = scene.mutableMotion(scene.addItem(ItemType::object, "A"), bank).keys;
+    for (int frame = 0; frame < 1000; ++frame)
+        keys.append(scene.rate.timeOf(frame), frame, Shape::linear);
+    scene.previewLast = 5;
+    scene.lastFrame = 999;
+    scene.setRate(*FrameRate::of(24000, 1001));
+    ASSERT_EQ(keys.size(), 1000u);
+    for (int frame = 0; frame < 200; ++frame) {
+        const KeyHandle key = keys.find(scene.rate.timeOf(frame));
+        ASSERT_NE(key, KeyHandle::none) << frame;
+        ASSERT_EQ(keys.at(key).value(), 5 * frame);
+    }
+    EXPECT_EQ(scene.lastFrame, 200);
+    EXPECT_EQ(scene.previewLast, 1) << "a preview that ended before the end still does";
 }
 
 TEST(Transform, an_items_pivot_lands_on_its_position_carried_through_its_ancestors) {
