@@ -25,7 +25,6 @@ std::string alternatives(std::string_view wanted, std::vector<std::string> names
                          std::size_t most = 8);
 
 std::string inQuotes(std::string_view text);
-inline std::string quoted(std::string_view text) { return inQuotes(text); }
 
 // `value` in the fewest digits that read back as the same double.
 std::string shortest(double value);

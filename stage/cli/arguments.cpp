@@ -6,6 +6,7 @@
 #include "stage/formats/format.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 
 namespace cadencora::stage {
@@ -123,6 +124,7 @@ Result<Scene> readInput(const Arguments& arguments) {
 }
 
 int infoCommand(const Arguments& arguments) {
+    if (const auto rate = rateOf(arguments); !rate) return fail(exitUsage, rate.problem());
     const auto scene = readInput(arguments);
     if (!scene) return fail(exitFailed, scene.problem());
     arguments.json ? printInfoJson(scene.value(), std::cout) : printInfo(scene.value(), std::cout);
@@ -189,7 +191,8 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     addRate(*run, arguments);
     addPlugin(*run, arguments);
     run->footer("A step is --press and the --select, --time, --set, --answer and --cancel that\n"
-                "follow it, up to the next --press. Example:\n"
+                "follow it, up to the next --press; what stands before the first --press belongs\n"
+                "to the first step. Example:\n"
                 "  cadencora run walk.bvh --press \"Destroy Keys\" --select Hips \\\n"
                 "      --set Start=100 --set End=200 -o out.bvh");
     return run;
@@ -219,6 +222,15 @@ int runProgram(int argc, char** argv) {
     convert->add_option("OUT", arguments.output, "Output file")->required();
     addRate(*convert, arguments);
 
+    if (argc > 1 && *argv[1] != '-') {
+        std::vector<std::string> names;
+        for (const CLI::App* command : app.get_subcommands({}))
+            names.push_back(command->get_name());
+        if (std::ranges::find(names, argv[1]) == names.end())
+            return fail(exitUsage, {"no such command: " + inQuotes(argv[1]),
+                                    {},
+                                    alternatives(argv[1], std::move(names))});
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -37,6 +37,11 @@ std::string joined(const std::vector<std::string>& lines) {
     return text;
 }
 
+// A frame for people: thousandths are as fine as they read.
+std::string frameText(double frame) {
+    return shortest(std::round(frame * 1000) / 1000);
+}
+
 std::string changeText(const ChangeReport& changes) {
     if (changes.empty()) return "nothing changed";
     std::string text = "changed " + counted(changes.channels.size(), "channel") + " of " +
@@ -44,7 +49,8 @@ std::string changeText(const ChangeReport& changes) {
                        " added, " + std::to_string(changes.keysRemoved) + " removed, " +
                        std::to_string(changes.keysChanged) + " changed";
     if (changes.firstFrame)
-        text += ", frames " + shortest(*changes.firstFrame) + " to " + shortest(*changes.lastFrame);
+        text +=
+            ", frames " + frameText(*changes.firstFrame) + " to " + frameText(*changes.lastFrame);
     if (!changes.channelsAdded.empty())
         text += ", " + counted(changes.channelsAdded.size(), "channel") + " added";
     return text;
@@ -150,15 +156,18 @@ void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
 }
 
 void printErrors(const FileOutcome& outcome, std::ostream& out) {
+    const std::string file = outcome.input.string();
     for (const std::string& warning : outcome.warnings)
-        out << "warning: " << warning << "\n";
+        out << "warning: " << file << ": " << warning << "\n";
     for (const StepOutcome& step : outcome.steps)
         for (const Message& message : step.messages)
             if (message.kind == MessageKind::error)
-                out << "error: " << outcome.input.string() << ", " << inQuotes(step.press) << ": "
+                out << "error: " << file << ", " << inQuotes(step.press) << ": "
                     << joined(message.lines) << "\n";
-    for (const Problem& problem : outcome.problems)
-        out << "error: " << problem.text() << "\n";
+    for (const Problem& problem : outcome.problems) {
+        const bool named = problem.where.starts_with(file);
+        out << "error: " << (named ? "" : file + ", ") << problem.text() << "\n";
+    }
 }
 
 void printJson(const std::vector<FileOutcome>& outcomes, std::ostream& out) {
@@ -184,8 +193,8 @@ void printInfo(const Scene& scene, std::ostream& out) {
             << scene.item(id).name << " (" << itemTypeName(scene.item(id).type) << ")";
         if (keys.channels > 0)
             out << ": " << counted(keys.keys, "key") << " on " << counted(keys.channels, "channel")
-                << ", frames " << shortest(scene.rate.frameOf(keys.first)) << " to "
-                << shortest(scene.rate.frameOf(keys.last));
+                << ", frames " << frameText(scene.rate.frameOf(keys.first)) << " to "
+                << frameText(scene.rate.frameOf(keys.last));
         out << "\n";
     }
 }

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <iostream>
+#include <set>
 
 namespace cadencora::stage {
 
@@ -119,6 +120,20 @@ FileOutcome runFile(const RunOptions& options, const Module& module,
     return outcome;
 }
 
+// What can be known to go wrong with the outputs before any input is opened.
+Result<> checkOutputs(const RunOptions& options) {
+    std::set<std::filesystem::path> outputs;
+    for (const auto& input : options.inputs) {
+        const auto output = outputOf(options, input);
+        if (output.empty()) continue;
+        if (!formatOf(output))
+            return Problem{"cannot write a file of this kind", output.string(), knownExtensions()};
+        if (!outputs.insert(output).second)
+            return Problem{"two inputs would be written to the same file", output.string(), {}};
+    }
+    return done();
+}
+
 ExitStatus usageError(const Problem& problem) {
     std::cerr << "cadencora: " << problem.text() << "\n";
     return exitUsage;
@@ -141,7 +156,8 @@ ExitStatus run(const RunOptions& options) {
     for (const Step& step : options.steps)
         if (auto possible = checkStep(offer.value(), step); !possible)
             return usageError(possible.problem());
-    if (!options.outputFolder.empty()) {
+    if (auto possible = checkOutputs(options); !possible) return usageError(possible.problem());
+    if (!options.outputFolder.empty() && !options.dryRun) {
         std::error_code error;
         std::filesystem::create_directories(options.outputFolder, error);
         if (error)

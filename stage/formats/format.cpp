@@ -16,15 +16,6 @@ namespace {
 
 constexpr std::size_t headBytes = 4096; // enough to recognise any format
 
-std::string knownExtensions() {
-    std::string text;
-    for (const Format& format : formats())
-        for (const std::string_view extension : format.extensions)
-            text += (text.empty() ? "known are " : ", ") + std::string(extension) + " (" +
-                    std::string(format.name) + ")";
-    return text;
-}
-
 Problem unknownExtension(std::string what, const std::filesystem::path& path) {
     const std::string extension = path.extension().string();
     what += extension.empty() ? ": its name has no extension"
@@ -66,6 +57,15 @@ const Format* formatOf(const std::filesystem::path& path) {
         for (const std::string_view known : format.extensions)
             if (equalNoCase(known, extension)) return &format;
     return nullptr;
+}
+
+std::string knownExtensions() {
+    std::string text;
+    for (const Format& format : formats())
+        for (const std::string_view extension : format.extensions)
+            text += (text.empty() ? "known are " : ", ") + std::string(extension) + " (" +
+                    std::string(format.name) + ")";
+    return text;
 }
 
 Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& options) {

@@ -94,7 +94,8 @@ Result<> ScriptedUser::perform(const Step& step) {
     for (std::size_t i = 0; i < made_.size(); ++i)
         if (!made_[i] && !sawError())
             return Problem{"no dialog has a control labelled " + inQuotes(step_.settings[i].label),
-                           inQuotes(step.press), alternatives(step_.settings[i].label, offered_, 30)};
+                           inQuotes(step.press),
+                           alternatives(step_.settings[i].label, offered_, 30)};
     return done();
 }
 
@@ -129,7 +130,9 @@ bool ScriptedUser::runModal(PanelModel& panel) {
         // A person does not accept a dialog that has just complained.
         if (sawError()) return false;
     }
-    return !problem_ && !step_.cancel;
+    // Settings still to be made belong to a dialog behind this one.
+    const bool allMade = std::ranges::find(made_, false) == made_.end();
+    return !problem_ && !(step_.cancel && allMade);
 }
 
 bool ScriptedUser::ask(const Message& question) {

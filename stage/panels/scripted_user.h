@@ -21,7 +21,7 @@ struct Step {
     std::optional<double> time;                     // frame; nothing: as it was
     std::vector<Setting> settings;                  // in the order in which they are made
     std::vector<bool> answers;                      // to the questions; the last one goes on
-    bool cancel = false;                            // every dialog, once its controls are set
+    bool cancel = false;                            // the dialog in which the last setting was made
 };
 
 // The control of a panel that a label names, visible or not. The label may be qualified by the

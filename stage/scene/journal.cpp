@@ -52,6 +52,8 @@ EditScope::EditScope(Scene& scene, std::string name) : scene_(scene) {
     static std::atomic<std::uint64_t> scopes{0};
     serial_ = ++scopes;
     entry_.name = std::move(name);
+    entry_.lastFrame = scene.lastFrame;
+    entry_.previewLast = scene.previewLast;
 }
 
 void EditScope::keep(EnvelopeId id, Envelope& envelope) {
@@ -138,6 +140,7 @@ ChangeReport Journal::commit(EditScope&& scope) {
     removeWorkingCopies(scope);
     ChangeReport report = scope.report();
     if (!report.empty()) {
+        coverLastKeys(scope.scene_, report);
         done_.push_back(std::move(scope.entry_));
         undone_.clear();
     }
@@ -149,7 +152,20 @@ void Journal::rollBack(EditScope&& scope) {
     exchange(scope.scene_, scope.entry_);
 }
 
+void Journal::coverLastKeys(Scene& scene, const ChangeReport& report) {
+    double last = 0; // seconds
+    for (const ChannelChange& change : report.channels) {
+        const KeyStore& keys = scene.envelope(scene.channel(change.channel).envelope).keys;
+        if (!keys.empty()) last = std::max(last, keys.last().time());
+    }
+    const bool previewToEnd = scene.previewLast >= scene.lastFrame;
+    scene.lastFrame = std::max(scene.lastFrame, scene.frameCovering(last));
+    if (previewToEnd) scene.previewLast = std::max(scene.previewLast, scene.lastFrame);
+}
+
 void Journal::exchange(Scene& scene, JournalEntry& entry) {
+    std::swap(scene.lastFrame, entry.lastFrame);
+    std::swap(scene.previewLast, entry.previewLast);
     for (auto& copy : entry.envelopes)
         std::swap(scene.mutableEnvelope(copy.id), copy.other);
     for (auto& list : entry.groups) {

@@ -46,6 +46,7 @@ struct JournalEntry {
     std::string name; // of the edit, for the menu: "Destroy Keys"
     std::vector<EnvelopeCopy> envelopes;
     std::vector<ChannelList> groups;
+    std::int64_t lastFrame = 0, previewLast = 0; // of the scene
 
     bool empty() const { return envelopes.empty() && groups.empty(); }
 };
@@ -85,7 +86,7 @@ private:
 class Journal {
 public:
     // Keeps the edit for undo, if it changed anything, and says what it changed. Drops what could
-    // be redone.
+    // be redone. The scene's last frame grows to cover keys that the edit put behind it.
     ChangeReport commit(EditScope&& scope);
 
     // Puts the scene back to what it was before the scope.
@@ -99,6 +100,7 @@ public:
 
 private:
     static void exchange(Scene& scene, JournalEntry& entry);
+    static void coverLastKeys(Scene& scene, const ChangeReport& report);
     static void removeWorkingCopies(EditScope& scope);
 
     std::vector<JournalEntry> done_, undone_;

@@ -122,14 +122,17 @@ std::string Scene::channelPath(ChannelId id) const {
     return path;
 }
 
+std::int64_t Scene::frameCovering(double time) const {
+    constexpr double slack = 1e-9; // a time computed otherwise may miss its frame by a rounding
+    return static_cast<std::int64_t>(std::min(std::ceil(rate.frameOf(time) - slack), 2e9));
+}
+
 std::int64_t Scene::frameOfLastKey() const {
     double last = 0;
     for (const auto& envelope : envelopes_)
         if (envelope && !envelope->keys.empty())
             last = std::max(last, envelope->keys.last().time());
-    // A time that was computed for another rate may miss its frame by a rounding.
-    constexpr double slack = 1e-9;
-    return static_cast<std::int64_t>(std::min(std::ceil(rate.frameOf(last) - slack), 2e9));
+    return frameCovering(last);
 }
 
 namespace {

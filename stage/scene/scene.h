@@ -165,6 +165,9 @@ public:
     // there if it did.
     void setRate(FrameRate newRate);
 
+    // The first whole frame that is not before a time in seconds.
+    std::int64_t frameCovering(double time) const;
+
     // The smallest last frame that covers the last key of every envelope.
     std::int64_t frameOfLastKey() const;
 

@@ -97,6 +97,14 @@ TEST_F(Program, says_what_is_wrong_and_what_there_is_before_it_touches_anything)
     }
     EXPECT_EQ(run({}).status, 2);
     EXPECT_EQ(run({"run", input.string()}).status, 2) << "no step";
+    EXPECT_EQ(run({"info", input.string(), "--fps", "x"}).status, 2);
+    const auto bogus = run({"conver", input.string()});
+    EXPECT_EQ(bogus.status, 2);
+    EXPECT_NE(bogus.errors.find("\"conver\" (\"convert\""), std::string::npos) << bogus.errors;
+    const auto twice = run({"run", input.string(), (folder / "." / "small.bvh").string(), "--press",
+                            "Destroy Keys", "--out-dir", (folder / "out").string()});
+    EXPECT_EQ(twice.status, 2) << "one output for two inputs";
+    EXPECT_FALSE(fs::exists(folder / "out"));
     EXPECT_EQ(run({"--help"}).status, 0);
 }
 
@@ -115,9 +123,11 @@ TEST_F(Program, refuses_bad_inputs_and_outputs_with_the_place) {
         EXPECT_NE(result.errors.find(word), std::string::npos) << result.errors;
         EXPECT_EQ(result.output, "");
     }
-    for (const fs::path& bad : {folder / "no" / "out.bvh", folder / "out.xyz", folder}) {
+    const std::pair<fs::path, int> outputs[] = {
+        {folder / "no" / "out.bvh", 1}, {folder / "out.xyz", 2}, {folder, 2}};
+    for (const auto& [bad, status] : outputs) {
         const auto result = destroy({"-o", bad.string()});
-        EXPECT_EQ(result.status, 1) << bad;
+        EXPECT_EQ(result.status, status) << bad;
         EXPECT_NE(result.errors.find(bad.filename().string()), std::string::npos) << result.errors;
     }
 }
@@ -142,6 +152,19 @@ TEST_F(Program, steps_run_in_order_until_one_ends_in_an_error) {
               nlohmann::json({"End frame must be greater (or equal) than start frame",
                               "Not completing operation"}));
     EXPECT_FALSE(fs::exists(output));
+}
+
+TEST_F(Program, a_later_step_reaches_the_keys_that_an_earlier_one_put_behind_the_end) {
+    const auto result = run({"run", input.string(), "--press", "Cycle (Bake) Keys", "--set",
+                             "Use selected objects only=off", "--set", "Repeats=2", "--press",
+                             "Destroy Keys", "--set", "Use selected objects only=off", "--set",
+                             "Start=7", "--set", "End=9", "--dry-run"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output.find("nothing changed"), std::string::npos) << result.output;
+    const auto cancelled = run({"run", input.string(), "--press", "Cycle (Bake) Keys", "--set",
+                                "Use selected objects only=off", "--set", "Repeats=2", "--cancel"});
+    EXPECT_EQ(cancelled.status, 0) << cancelled.errors;
+    EXPECT_NE(cancelled.output.find("nothing changed"), std::string::npos);
 }
 
 TEST_F(Program, one_bad_file_does_not_stop_the_others) {
