@@ -7,7 +7,7 @@
 #include <dlfcn.h>
 
 // The records of an activation stay for the life of the process; they are the only thing that may.
-extern "C" const char* __lsan_default_suppressions();
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:cadencora::Cadencora\n";
 }
@@ -37,7 +37,8 @@ TEST(Module, exports_its_descriptor_and_nothing_else) {
     char line[1024];
     while (std::fgets(line, sizeof line, pipe)) {
         const std::string_view text(line);
-        symbols.emplace_back(text.substr(text.find(' ') + 1));
+        if (text.find(" __odr_asan.") == text.npos) // an address-checked build's marker
+            symbols.emplace_back(text.substr(text.find(' ') + 1));
     }
     ASSERT_EQ(pclose(pipe), 0);
     ASSERT_EQ(symbols.size(), 1u);
