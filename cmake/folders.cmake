@@ -27,3 +27,10 @@ function(cadencora_folder target)
         target_link_libraries(${target} INTERFACE cadencora_flags ${FOLDER_LINKS})
     endif()
 endfunction()
+
+# For programs that activate the plug-in.
+function(cadencora_known_leaks target)
+    if(CADENCORA_SANITIZE)
+        target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/known_leaks.cpp)
+    endif()
+endfunction()

@@ -6,12 +6,6 @@
 
 #include <dlfcn.h>
 
-// The records of an activation stay for the life of the process; they are the only thing that may.
-extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:cadencora::Cadencora\n";
-}
-
 namespace cadencora::stage {
 namespace {
 

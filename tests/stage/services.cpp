@@ -175,11 +175,12 @@ TEST_F(Services, the_records_follow_the_clock_and_the_selection) {
     scene.currentTime = 1.25;
     scene.setRate(*FrameRate::parse("23.976"));
     const auto& info = table<host::SceneInfo>(host::sceneInfoName);
-    EXPECT_EQ(info.framesPerSecond, 24000 / 1001.0);
+    // The records are packed: their doubles are read by value.
+    EXPECT_EQ(double{info.framesPerSecond}, 24000 / 1001.0);
     EXPECT_EQ(info.lastFrame, scene.lastFrame);
     EXPECT_TRUE(command("SelectItem 10000004")) << "items are numbered in the order of adding";
     const auto& interface = table<host::InterfaceInfo>(host::interfaceInfoName);
-    EXPECT_EQ(interface.currentTime, 1.25);
+    EXPECT_EQ(double{interface.currentTime}, 1.25);
     EXPECT_EQ(interface.selectedItems[0], named("Leg"));
     EXPECT_EQ(interface.selectedItems[1], nullptr);
 }
