@@ -1,11 +1,10 @@
 // "Cycle (Bake) Keys": repeats the keys of a frame range behind it, with a gap of whole frames.
 
 #include "plugin/commands/commands.h"
-#include "plugin/commands/walk.h"
+#include "plugin/commands/range_command.h"
 #include "plugin/keys/frame_time.h"
 #include "plugin/keys/whole_channels.h"
 #include "plugin/sets/controls.h"
-#include "plugin/sets/dialogs.h"
 #include "plugin/sets/panels.h"
 
 namespace cadencora {
@@ -39,18 +38,14 @@ static void cycleChannel(const Services& services, host::Envelope envelope, doub
 }
 
 void copyEvent(host::Control*, void* userData) {
-    auto* state = static_cast<ToolState*>(userData);
-    Services services;
-    if (!fetchServices(&services)) return;
-    double start = 0;
-    double end = 0;
-    if (!createDefaultPanel(state, &start, &end)) return;
+    RangeRun run;
+    if (!beginRangeCommand(userData, &run)) return;
     const host::Panel panel = createPanel("Copy and Cycle frames");
     if (!panel) return;
     CycleOptions options{};
-    if (runOptions(panel, services, &options))
-        walkActiveChannels(services, state, [&](host::Envelope envelope) {
-            cycleChannel(services, envelope, start, end, options);
+    if (runOptions(panel, run.services, &options))
+        walkActiveChannels(run.services, run.state, [&](host::Envelope envelope) {
+            cycleChannel(run.services, envelope, run.start, run.end, options);
         });
     panelService->destroyPanel(panel);
 }

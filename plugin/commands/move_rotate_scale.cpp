@@ -2,10 +2,9 @@
 // frame range, by one number per channel. The channel list plays no part.
 
 #include "plugin/commands/commands.h"
-#include "plugin/commands/walk.h"
+#include "plugin/commands/range_command.h"
 #include "plugin/keys/modify_channel.h"
 #include "plugin/sets/controls.h"
-#include "plugin/sets/dialogs.h"
 #include "plugin/sets/panels.h"
 
 #include <strings.h>
@@ -60,19 +59,16 @@ static void modifyItem(const Services& services, host::Item item, double start, 
 }
 
 void moveRotateScaleEvent(host::Control*, void* userData) {
-    auto* state = static_cast<ToolState*>(userData);
-    Services services;
-    if (!fetchServices(&services)) return;
-    double start = 0;
-    double end = 0;
-    if (!createDefaultPanel(state, &start, &end)) return;
+    RangeRun run;
+    if (!beginRangeCommand(userData, &run)) return;
     const host::Panel panel = createPanel("Move/Rotation/Scale keys");
     if (!panel) return;
     const ValueFields fields = addFields(panel);
     if (runPanel(panel)) {
         const int method = readInteger(fields.method, host::controlValue, -1);
-        walkItems(state,
-                  [&](host::Item item) { modifyItem(services, item, start, end, fields, method); });
+        walkItems(run.state, [&](host::Item item) {
+            modifyItem(run.services, item, run.start, run.end, fields, method);
+        });
     }
     panelService->destroyPanel(panel);
 }
