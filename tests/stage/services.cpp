@@ -37,7 +37,8 @@ Scene smallScene() {
 
 struct Services : testing::Test {
     ScriptedUser user;
-    fs::path folder = fs::path(testing::TempDir()) / "services";
+    fs::path folder = fs::path(testing::TempDir()) / // tests run side by side
+                      testing::UnitTest::GetInstance()->current_test_info()->name();
     Host host{smallScene(), user, {.motionsDirectory = folder, .writeFiles = true}};
 
     template <class Table>
