@@ -137,6 +137,8 @@ TEST_F(Lists, a_loaded_table_stands_until_all_or_a_toggle_collects_anew) {
     EXPECT_EQ(listRows(*host.panels().find(state->objectList)),
               (Texts{"Lid", "(not found)", "Hero", "(not found)", "Sun"}));
     EXPECT_EQ(readText(saved), "Lid\nHero\nSun\n");
+    for (const char* command : {"Defractionalize", "MoveRotateScale", "Key All Morphs"})
+        EXPECT_TRUE(perform(command).empty()) << "names without an item are passed over";
 
     EXPECT_EQ(table({{"All", ""}}), wholeScene);
     EXPECT_EQ(toggles(), (std::vector{0, 0, 0}));
