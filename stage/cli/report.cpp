@@ -69,6 +69,7 @@ Json stepJson(const StepOutcome& step) {
         messages.push_back({{"kind", kindName(message.kind)}, {"lines", message.lines}});
     const ChangeReport& changes = step.changes;
     return {{"press", step.press},
+            {"dialogs", step.dialogs},
             {"messages", std::move(messages)},
             {"changes",
              {{"items", changes.items},

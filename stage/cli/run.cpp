@@ -54,11 +54,12 @@ bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outc
         outcome.status = exitUsage;
         return false;
     }
-    StepOutcome result{step.press, {}, {}};
+    StepOutcome result{step.press, {}, {}, {}};
     Result<> performed = done();
     result.changes = host.event(
         step.press, [&] { performed = user.perform(step); },
         [&] { return performed.ok() && !user.sawError(); });
+    result.dialogs = user.dialogs();
     result.messages = user.messages();
     outcome.steps.push_back(std::move(result));
 

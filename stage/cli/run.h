@@ -28,6 +28,7 @@ struct RunOptions {
 // What came of one step.
 struct StepOutcome {
     std::string press;
+    std::vector<std::string> dialogs; // their titles, in the order of opening
     std::vector<Message> messages;
     ChangeReport changes;
 };

@@ -79,6 +79,7 @@ Result<> ScriptedUser::perform(const Step& step) {
     offered_.clear();
     problem_.reset();
     questions_ = 0;
+    dialogs_.clear();
     messages_.clear();
 
     if (!main_) return Problem{"the plug-in has opened no panel", inQuotes(step.press), {}};
@@ -110,6 +111,7 @@ Result<> ScriptedUser::set(ControlModel& control, const std::string& value) {
 }
 
 bool ScriptedUser::runModal(PanelModel& panel) {
+    dialogs_.push_back(panel.title);
     for (auto& label : labels(panel))
         if (std::ranges::find(offered_, label) == offered_.end())
             offered_.push_back(std::move(label));

@@ -43,8 +43,10 @@ public:
     // Answers what the step got wrong; what the plug-in said is in messages().
     Result<> perform(const Step& step);
 
-    const std::vector<Message>& messages() const { return messages_; } // of the step
-    bool sawError() const;                                             // in the step
+    // Of the step: the titles of the dialogs that opened, and what the plug-in said.
+    const std::vector<std::string>& dialogs() const { return dialogs_; }
+    const std::vector<Message>& messages() const { return messages_; }
+    bool sawError() const;
 
     // FrontEnd
     const TextMetrics& metrics() const override { return metrics_; }
@@ -70,6 +72,7 @@ private:
     std::vector<std::string> offered_; // labels of the dialogs shown
     std::optional<Problem> problem_;
     std::size_t questions_ = 0;
+    std::vector<std::string> dialogs_;
     std::vector<Message> messages_;
 };
 
