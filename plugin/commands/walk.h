@@ -1,4 +1,4 @@
-// The walks of a command: over the affected items, and over the channels of each.
+// The walks of a command over the channels of the affected items.
 //
 // Call the host's item and channel services, the channel list and the command's own visit. Only
 // channels directly in an item's group are met; channels without a curve are passed over.
@@ -6,16 +6,10 @@
 
 #include "plugin/commands/services.h"
 #include "plugin/sets/channel_list.h"
+#include "plugin/sets/object_table.h"
 #include "plugin/shell/tool_state.h"
 
 namespace cadencora {
-
-// `visit` gets each item of the table, in table order; names that matched no item are skipped.
-template <class Visit>
-void walkItems(const ToolState* state, Visit visit) {
-    for (int i = 0; i < state->numObjects; ++i)
-        if (state->objects[i]) visit(state->objects[i]);
-}
 
 // `visit` gets each channel of one group that passes, in the host's order, and its envelope.
 template <class Passes, class Visit>

@@ -2,8 +2,10 @@
 
 #include "plugin/host/lookup.h"
 
+#include <charconv>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 
 namespace cadencora {
 
@@ -16,6 +18,25 @@ void selectItem(host::Item item) {
     char line[commandLineSize];
     std::snprintf(line, sizeof line, "SelectItem %" PRIxPTR,
                   reinterpret_cast<std::uintptr_t>(item));
+    issueCommand(line);
+}
+
+void issueTriple(const char* name, double x, double y, double z) {
+    char line[commandLineSize];
+    const std::size_t nameLength = std::strlen(name);
+    if (nameLength >= sizeof line) return;
+    std::memcpy(line, name, nameLength);
+    char* end = line + nameLength;
+    char* const last = line + sizeof line - 1; // kept for the closing zero
+    const double numbers[] = {x, y, z};
+    for (const double number : numbers) {
+        if (end == last) return;
+        *end++ = ' ';
+        const auto [stop, error] = std::to_chars(end, last, number, std::chars_format::fixed, 6);
+        if (error != std::errc{}) return;
+        end = stop;
+    }
+    *end = '\0';
     issueCommand(line);
 }
 

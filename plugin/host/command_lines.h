@@ -16,4 +16,8 @@ void issueCommand(const char* line);
 // "SelectItem": makes the item the host's only selected item. The earlier selection is lost.
 void selectItem(host::Item item);
 
+// The line of a name and three numbers, each with six digits behind the point ("%f") whatever the
+// locale: "Position 1.000000 2.000000 3.000000". Issues nothing where they do not fit a line.
+void issueTriple(const char* name, double x, double y, double z);
+
 } // namespace cadencora

@@ -7,7 +7,7 @@ const host::MessageFuncs* message = nullptr;
 host::PanelFuncs* panelService = nullptr;
 host::Evaluate evaluate = nullptr;
 
-static const void* fetchService(const char* name) {
+static void* fetchService(const char* name) {
     return global ? global(name, 0) : nullptr;
 }
 
@@ -29,6 +29,14 @@ const host::ChannelInfo* fetchChannelInfo() {
 
 const host::EnvelopeFuncs* fetchEnvelopeFuncs() {
     return static_cast<const host::EnvelopeFuncs*>(fetchService(host::envelopeFuncsName));
+}
+
+const host::FileIOFuncs* fetchFileIOFuncs() {
+    return static_cast<const host::FileIOFuncs*>(fetchService(host::fileIOFuncsName));
+}
+
+host::DirInfo fetchDirInfo() {
+    return reinterpret_cast<host::DirInfo>(fetchService(host::dirInfoName));
 }
 
 } // namespace cadencora

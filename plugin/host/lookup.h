@@ -4,7 +4,9 @@
 #pragma once
 
 #include "plugin/host/channel_info.h"
+#include "plugin/host/dir_info.h"
 #include "plugin/host/envelope_funcs.h"
+#include "plugin/host/file_io_funcs.h"
 #include "plugin/host/interface_info.h"
 #include "plugin/host/item_info.h"
 #include "plugin/host/layout_generic.h"
@@ -27,5 +29,7 @@ const host::SceneInfo* fetchSceneInfo();
 const host::InterfaceInfo* fetchInterfaceInfo();
 const host::ChannelInfo* fetchChannelInfo();
 const host::EnvelopeFuncs* fetchEnvelopeFuncs();
+const host::FileIOFuncs* fetchFileIOFuncs();
+host::DirInfo fetchDirInfo();
 
 } // namespace cadencora

@@ -49,13 +49,13 @@ void addChannelListBox(host::Panel panel, ToolState* state) {
     state->channelList = addListBox(panel, "Affected Channels", rows, channelCount, channelName);
     wireControl(state->channelList, state, listBoxEvent);
     host::Control* const buttons[] = {
-        addPathButton(panel, host::loadButtonControl, "Load", width),
-        addPathButton(panel, host::saveButtonControl, "Save", width),
+        addPathControl(panel, host::loadButtonControl, "Load", width),
+        addPathControl(panel, host::saveButtonControl, "Save", width),
         addButton(panel, "Remove", width),
         addButton(panel, "Default", width),
     };
-    setPattern(buttons[0], pattern);
-    setPattern(buttons[1], pattern);
+    setPathText(buttons[0], pattern);
+    setPathText(buttons[1], pattern);
     wireControl(buttons[0], state, loadChanSetsEvent);
     wireControl(buttons[1], state, saveChanSetsEvent);
     wireControl(buttons[2], state, deleteEvent);

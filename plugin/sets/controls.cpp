@@ -22,7 +22,7 @@ static host::ControlValue emptyValue(host::ValueType type) {
     return value;
 }
 
-host::Control* addPathButton(host::Panel panel, const char* type, const char* label, int width) {
+host::Control* addPathControl(host::Panel panel, const char* type, const char* label, int width) {
     host::ControlDesc descriptor = emptyDescriptor();
     descriptor.path = {host::pathKind, width};
     return panelService->addControl(panel, type, &descriptor, label);
@@ -38,6 +38,14 @@ host::Control* addToggle(host::Panel panel, const char* label) {
     host::ControlDesc descriptor = emptyDescriptor();
     descriptor.kind = host::toggleKind;
     return panelService->addControl(panel, host::boolControl, &descriptor, label);
+}
+
+host::Control* addItemList(host::Panel panel, const char* label) {
+    constexpr int anyItem = 5;
+    constexpr int width = 100;
+    host::ControlDesc descriptor = emptyDescriptor();
+    descriptor.itemList = {host::itemListKind, global, anyItem, 0, 0, width};
+    return panelService->addControl(panel, host::itemListControl, &descriptor, label);
 }
 
 host::Control* addInteger(host::Panel panel, const char* label, int initial) {
@@ -120,11 +128,25 @@ void setReal(host::Control* control, double number) {
     control->set(control, host::controlValue, &value);
 }
 
-void setPattern(host::Control* control, const char* pattern) {
+host::Item readItem(host::Control* control) {
+    if (!control) return nullptr;
+    host::ControlValue value = emptyValue(host::itemValue);
+    control->get(control, host::controlValue, &value);
+    return value.item;
+}
+
+void setItem(host::Control* control, host::Item item) {
+    if (!control) return;
+    host::ControlValue value = emptyValue(host::itemValue);
+    value.item = item;
+    control->set(control, host::controlValue, &value);
+}
+
+void setPathText(host::Control* control, const char* text) {
     if (!control) return;
     host::ControlValue value = emptyValue(host::textValue);
-    value.text.buffer = const_cast<char*>(pattern); // the host copies it and writes nothing
-    value.text.size = static_cast<std::int32_t>(std::strlen(pattern));
+    value.text.buffer = const_cast<char*>(text); // the host copies it and writes nothing
+    value.text.size = static_cast<std::int32_t>(std::strlen(text));
     control->set(control, host::controlValue, &value);
 }
 

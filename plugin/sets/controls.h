@@ -8,12 +8,14 @@
 
 namespace cadencora {
 
-constexpr int pathSize = 256; // bytes of a file path read from a control, with the closing zero
+constexpr int pathSize = 256; // bytes of a path, with the closing zero
 
 // Adding. Widths are pixels; labels, choice items and titles outlive the panel. Null if refused.
-host::Control* addPathButton(host::Panel panel, const char* type, const char* label, int width);
+// `type` is one of the load, save, file and directory controls.
+host::Control* addPathControl(host::Panel panel, const char* type, const char* label, int width);
 host::Control* addButton(host::Panel panel, const char* label, int width);
 host::Control* addToggle(host::Panel panel, const char* label);
+host::Control* addItemList(host::Panel panel, const char* label);
 host::Control* addInteger(host::Panel panel, const char* label, int initial);
 host::Control* addReal(host::Panel panel, const char* label, double initial);
 host::Control* addSlider(host::Panel panel, const char* label, int width, int minimum, int maximum,
@@ -33,8 +35,13 @@ void setInteger(host::Control* control, int tag, int value);
 double readReal(host::Control* control);
 void setReal(host::Control* control, double value);
 
-// The file pattern that a load or save button offers to the user, for example "*.lw_items".
-void setPattern(host::Control* control, const char* pattern);
+// What a path control opens with: the pattern of the files that it offers to the user, for example
+// "*.lw_items", or a path.
+void setPathText(host::Control* control, const char* text);
+
+// The item that an item list shows chosen; null for none.
+host::Item readItem(host::Control* control);
+void setItem(host::Control* control, host::Item item);
 
 // False when the user chose nothing.
 bool readPath(host::Control* control, char (&path)[pathSize]);

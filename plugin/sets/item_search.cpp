@@ -43,23 +43,32 @@ static std::uint32_t findSlot(const host::ItemInfo* items, const NameIndex* inde
     return slot;
 }
 
-void buildNameIndex(const host::ItemInfo* items, NameIndex* index) {
+void clearNameIndex(NameIndex* index) {
     std::memset(index, 0, sizeof *index);
     index->complete = true;
+}
+
+bool addName(const host::ItemInfo* items, NameIndex* index, host::Item item) {
+    const char* name = items->itemName(item);
+    if (!name) return false;
+    const std::uint32_t hash = hashName(name);
+    const std::uint32_t slot = findSlot(items, index, name, hash);
+    if (index->items[slot]) return false;
+    if (index->numNames == NameIndex::maxNames) {
+        index->complete = false;
+        return false;
+    }
+    index->items[slot] = item;
+    index->hashes[slot] = hash;
+    ++index->numNames;
+    return true;
+}
+
+void buildNameIndex(const host::ItemInfo* items, NameIndex* index) {
+    clearNameIndex(index);
     walkScene(items, [=](host::Item item, Place place) {
-        const char* name = items->itemName(item);
-        if (!name || !isSearched(items, item, place)) return true;
-        const std::uint32_t hash = hashName(name);
-        const std::uint32_t slot = findSlot(items, index, name, hash);
-        if (index->items[slot]) return true; // an earlier item has that name
-        if (index->numNames == NameIndex::maxNames) {
-            index->complete = false;
-            return false;
-        }
-        index->items[slot] = item;
-        index->hashes[slot] = hash;
-        ++index->numNames;
-        return true;
+        if (isSearched(items, item, place)) addName(items, index, item);
+        return index->complete;
     });
 }
 

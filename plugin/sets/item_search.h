@@ -22,7 +22,12 @@ struct NameIndex {
     bool complete; // false: the scene has more names than the table takes
 };
 
-// Walks the scene once.
+void clearNameIndex(NameIndex* index);
+
+// False where an earlier item has that name, and once the table is full.
+bool addName(const host::ItemInfo* items, NameIndex* index, host::Item item);
+
+// Every item of the scene, in one walk.
 void buildNameIndex(const host::ItemInfo* items, NameIndex* index);
 
 // Exactly what findID answers, without walking the scene as long as the index is complete.

@@ -24,12 +24,12 @@ static void addButtonRow(host::Panel panel, ToolState* state) {
     constexpr const char* pattern = "*.lw_items";
     constexpr int width = 56;
     host::Control* const buttons[] = {
-        addPathButton(panel, host::loadButtonControl, "Load", width),
-        addPathButton(panel, host::saveButtonControl, "Save", width),
+        addPathControl(panel, host::loadButtonControl, "Load", width),
+        addPathControl(panel, host::saveButtonControl, "Save", width),
         addButton(panel, "All", width),
     };
-    setPattern(buttons[0], pattern);
-    setPattern(buttons[1], pattern);
+    setPathText(buttons[0], pattern);
+    setPathText(buttons[1], pattern);
     wireControl(buttons[0], state, loadItemSetsEvent);
     wireControl(buttons[1], state, saveItemSetsEvent);
     wireControl(buttons[2], state, allEvent);

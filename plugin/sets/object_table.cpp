@@ -54,11 +54,17 @@ void getSelected(ToolState* state) {
     }
 }
 
+int findObject(const ToolState* state, host::Item item, int from) {
+    if (!state || !item) return -1;
+    for (int i = from; i < state->numObjects; ++i)
+        if (state->objects[i] == item) return i;
+    for (int i = 0; i < from && i < state->numObjects; ++i)
+        if (state->objects[i] == item) return i;
+    return -1;
+}
+
 bool isSelectedInKeys(const ToolState* state, host::Item item) {
-    if (!state || !item) return false;
-    for (int i = 0; i < state->numObjects; ++i)
-        if (state->objects[i] == item) return true;
-    return false;
+    return findObject(state, item, 0) >= 0;
 }
 
 } // namespace cadencora

@@ -22,7 +22,18 @@ int affectAllChildren(const ToolState* state);
 // Appends all descendants of the item, depth first, parents before children.
 void getChildrenOfID(host::Item item, ToolState* state);
 
+// The entry that holds the item, looked for from entry `from` on and then from the first: callers
+// who ask for one after the other, in the table's order, find each at once. -1 without one.
+int findObject(const ToolState* state, host::Item item, int from);
+
 // Whether the item is in the table; false for a null record or item.
 bool isSelectedInKeys(const ToolState* state, host::Item item);
+
+// `visit` gets each item of the table, in table order; names that matched no item are skipped.
+template <class Visit>
+void walkItems(const ToolState* state, Visit visit) {
+    for (int i = 0; i < state->numObjects; ++i)
+        if (state->objects[i]) visit(state->objects[i]);
+}
 
 } // namespace cadencora

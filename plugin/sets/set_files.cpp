@@ -8,7 +8,7 @@ static void reportWriting(const char* path) {
     message->error("Failure to open file for writing", path);
 }
 
-std::FILE* openForReading(const char* path) {
+std::FILE* openForReading(const char* path, const char* failure) {
     std::FILE* file = std::fopen(path, "r");
     if (file) {
         // Some systems open a directory and only refuse to read it: one byte tells.
@@ -20,7 +20,7 @@ std::FILE* openForReading(const char* path) {
             std::ungetc(first, file);
         }
     }
-    if (!file) message->error("Failure to open file for reading", path);
+    if (!file) message->error(failure, path);
     return file;
 }
 
@@ -30,13 +30,14 @@ std::FILE* openForWriting(const char* path) {
     return file;
 }
 
-void closeWritten(std::FILE* file, const char* path) {
+bool closeWritten(std::FILE* file, const char* path) {
     const bool failed = std::ferror(file) != 0;
-    if (std::fclose(file) != 0 || failed) reportWriting(path);
+    if (std::fclose(file) == 0 && !failed) return true;
+    reportWriting(path);
+    return false;
 }
 
-// The C locale's white space, whatever locale the host has set.
-static bool isBlank(int byte) {
+bool isBlank(int byte) {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
 

@@ -4,6 +4,7 @@
 #include "plugin/host/lookup.h"
 #include "plugin/sets/controls.h"
 #include "plugin/sets/panels.h"
+#include "plugin/transfer/transfer.h"
 
 namespace cadencora {
 
@@ -20,12 +21,12 @@ const TabButton tab_1_names[] = {
 };
 
 const TabButton tab_2_names[] = {
-    {"Node-to-Node Frame Copy", nullptr},
-    {"Node-to-Node Motion Copy", nullptr},
-    {"Load Single Frame data", nullptr},
-    {"Save Single Frame data", nullptr},
-    {"Load Clip data", nullptr},
-    {"Save Clip data", nullptr},
+    {"Node-to-Node Frame Copy", frameCopyEvent},
+    {"Node-to-Node Motion Copy", motionCopyEvent},
+    {"Load Single Frame data", loadFrameEvent},
+    {"Save Single Frame data", saveFrameEvent},
+    {"Load Clip data", loadMotionEvent},
+    {"Save Clip data", saveMotionEvent},
     {nullptr, nullptr},
 };
 

@@ -126,9 +126,9 @@ void AsideFile::flush() {
     buffer_.clear();
 }
 
-Result<> AsideFile::commit() {
+Result<> AsideFile::commit(Sync sync) {
     flush();
-    if (error_ == 0 && fsync(descriptor_) != 0 && errno != EINVAL) error_ = errno;
+    if (error_ == 0 && sync == Sync::wait && fsync(descriptor_) != 0 && errno != EINVAL) error_ = errno;
     if (close(std::exchange(descriptor_, -1)) != 0 && error_ == 0) error_ = errno;
     if (error_ == 0 && rename(aside_.c_str(), path_.c_str()) != 0) error_ = errno;
     if (error_ == 0) return done();
@@ -140,6 +140,20 @@ void AsideFile::discard() {
     if (descriptor_ < 0) return;
     close(std::exchange(descriptor_, -1));
     unlink(aside_.c_str());
+}
+
+Result<ScratchFolder> ScratchFolder::create() {
+    std::error_code error;
+    const auto place = std::filesystem::temp_directory_path(error);
+    if (error) return Problem{"there is no place for temporary files", {}, error.message()};
+    std::string path = (place / "cadencora-XXXXXX").string();
+    if (!mkdtemp(path.data())) return Problem{"cannot make a directory", path, reason(errno)};
+    return ScratchFolder(path);
+}
+
+ScratchFolder::~ScratchFolder() {
+    std::error_code ignored;
+    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
 }
 
 Result<> writeFile(const std::filesystem::path& path, std::string_view bytes) {

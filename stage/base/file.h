@@ -30,8 +30,10 @@ public:
     // Adds bytes; what cannot be written is reported by commit().
     void write(std::string_view bytes);
 
-    // Puts the finished file in its place.
-    Result<> commit();
+    // Puts the finished file in its place: whole, or not at all. `Sync::wait` waits until the disk
+    // has it, so that this holds through a power failure too.
+    enum class Sync { wait, later };
+    Result<> commit(Sync sync = Sync::wait);
 
 private:
     AsideFile(int descriptor, std::filesystem::path path, std::filesystem::path aside);
@@ -42,6 +44,26 @@ private:
     int error_ = 0; // errno of the first failure
     std::filesystem::path path_, aside_;
     std::string buffer_;
+};
+
+// A directory of this process alone, in the system's place for temporary files; it goes, with what
+// is in it, with the value.
+class ScratchFolder {
+public:
+    static Result<ScratchFolder> create();
+
+    ScratchFolder(ScratchFolder&& other) noexcept : path_(std::exchange(other.path_, {})) {}
+    ScratchFolder& operator=(ScratchFolder&& other) noexcept {
+        std::swap(path_, other.path_);
+        return *this;
+    }
+    ~ScratchFolder();
+
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    explicit ScratchFolder(std::filesystem::path path) : path_(std::move(path)) {}
+    std::filesystem::path path_;
 };
 
 // Writes a whole file aside and renames it.

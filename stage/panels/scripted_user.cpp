@@ -106,7 +106,13 @@ bool ScriptedUser::sawError() const {
 }
 
 Result<> ScriptedUser::set(ControlModel& control, const std::string& value) {
-    if (dry_ && control.type == ControlType::saveButton) return choosePath(control, "/dev/null");
+    const bool file = control.type == ControlType::file ||
+                      control.type == ControlType::loadButton ||
+                      control.type == ControlType::saveButton;
+    if (standIns_ && file) {
+        auto path = standIns_->of(value);
+        return path ? choosePath(control, path.value()) : path.problem();
+    }
     return setByText(control, value, *scene_);
 }
 
@@ -137,8 +143,15 @@ bool ScriptedUser::runModal(PanelModel& panel) {
     return !problem_ && !(step_.cancel && allMade);
 }
 
+void ScriptedUser::show(const Message& message) {
+    messages_.push_back(message);
+    if (!standIns_) return;
+    for (std::string& line : messages_.back().lines)
+        line = standIns_->named(std::move(line));
+}
+
 bool ScriptedUser::ask(const Message& question) {
-    messages_.push_back(question);
+    show(question);
     if (problem_) return false;
     if (step_.answers.empty()) return true;
     const std::size_t turn = std::min(questions_++, step_.answers.size() - 1);

@@ -5,6 +5,7 @@
 
 #include "stage/base/result.h"
 #include "stage/panels/front_end.h"
+#include "stage/panels/stand_ins.h"
 
 #include <optional>
 
@@ -33,8 +34,10 @@ std::vector<std::string> labels(const PanelModel& panel);
 
 class ScriptedUser : public FrontEnd {
 public:
-    // Files that save buttons choose are led into the void when `dry`.
-    explicit ScriptedUser(bool dry = false) : dry_(dry) {}
+    // When `dry`, the plug-in gets copies in place of the files that it might write.
+    explicit ScriptedUser(bool dry = false) {
+        if (dry) standIns_.emplace();
+    }
 
     // Whose items the settings name; must be given before the first step, and outlive the steps.
     void lookAt(const Scene& scene) { scene_ = &scene; }
@@ -55,14 +58,14 @@ public:
     void showFloating(PanelModel& panel) override { main_ = &panel; }
     bool runModal(PanelModel& panel) override;
     void panelDestroyed(PanelModel&) override {}
-    void show(const Message& message) override { messages_.push_back(message); }
+    void show(const Message& message) override;
     bool ask(const Message& question) override;
 
 private:
     Result<> set(ControlModel& control, const std::string& value);
 
     FixedMetrics metrics_;
-    bool dry_;
+    std::optional<StandIns> standIns_;
     const Scene* scene_ = nullptr;
     PanelModel* main_ = nullptr;
 

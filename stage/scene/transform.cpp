@@ -50,4 +50,10 @@ Vec3 worldPosition(const Scene& scene, ItemId id, double time) {
     return carried(worldTransform(scene, id, time), scene.item(id).pivot);
 }
 
+bool isHidden(const Scene& scene, ItemId item, double time) {
+    const ChannelId channel = scene.findChannel(scene.item(item).group, dissolveChannelName);
+    return channel != ChannelId::none &&
+           scene.envelope(scene.channel(channel).envelope).evaluate(time) == 1.0;
+}
+
 } // namespace cadencora::stage

@@ -24,4 +24,10 @@ Affine worldTransform(const Scene& scene, ItemId item, double time);
 // Where the item's pivot point is in the world.
 Vec3 worldPosition(const Scene& scene, ItemId item, double time);
 
+// The channel that an object's visibility hangs on, in its own group, where it has been added.
+constexpr std::string_view dissolveChannelName = "Dissolve";
+
+// Whether an object is dissolved whole: the value of that channel is 1.
+bool isHidden(const Scene& scene, ItemId item, double time);
+
 } // namespace cadencora::stage

@@ -3,7 +3,7 @@
 
 #include "stage/base/text.h"
 #include "stage/formats/motion_file.h"
-#include "stage/scene/rotation.h"
+#include "stage/scene/transform.h"
 #include "stage/services/file_paths.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
@@ -42,16 +42,15 @@ std::string editObjects(Host&, std::string_view rest) {
 }
 
 std::string addEnvelope(Host& host, std::string_view rest) {
-    constexpr std::string_view dissolve = "Dissolve";
-    if (rest != dissolve) return "expected \"Dissolve\"";
+    if (rest != dissolveChannelName) return "expected \"Dissolve\"";
     if (host.scene().selection.empty()) return "nothing is selected";
     for (const ItemId id : host.scene().selection)
         if (host.scene().item(id).type != ItemType::object)
             return inQuotes(host.scene().item(id).name) + " is no object";
     for (const ItemId id : host.scene().selection) {
         const GroupId group = host.scene().item(id).group;
-        if (host.scene().findChannel(group, dissolve) == ChannelId::none)
-            host.edit().addChannel(group, std::string(dissolve), 0);
+        if (host.scene().findChannel(group, dissolveChannelName) == ChannelId::none)
+            host.edit().addChannel(group, std::string(dissolveChannelName), 0);
     }
     return {};
 }
@@ -86,26 +85,32 @@ std::string keyMotion(Host& host, std::string_view rest) {
     return {};
 }
 
-// A bare file name lies in the motions directory, else in the system's place for scratch files.
-std::filesystem::path motionPath(const Host& host, std::string_view text) {
+// A bare file name lies in the motions directory, else in one that goes with the host.
+Result<std::filesystem::path> motionPath(Host& host, std::string_view text) {
     const std::filesystem::path path(text);
     if (path.has_parent_path()) return path;
-    std::error_code ignored;
-    const auto& motions = host.options().motionsDirectory;
-    return (motions.empty() ? std::filesystem::temp_directory_path(ignored) : motions) /
-           escapedFileName(text);
+    if (const auto& motions = host.options().motionsDirectory; !motions.empty())
+        return motions / escapedFileName(text);
+    if (!host.options().writeFiles) return std::filesystem::path(text);
+    if (!host.scratch) {
+        auto folder = ScratchFolder::create();
+        if (!folder) return folder.problem();
+        host.scratch = std::move(folder.value());
+    }
+    return host.scratch->path() / escapedFileName(text);
 }
 
 std::string saveMotion(Host& host, std::string_view rest) {
     if (rest.empty()) return "expected a file name";
     if (host.scene().selection.empty()) return "nothing is selected";
     const auto path = motionPath(host, rest);
+    if (!path) return path.problem().text();
     std::string text = itemMotionText(host.scene(), host.scene().selection.front());
     if (!host.options().writeFiles) {
-        host.dryFiles[path] = std::move(text);
+        host.dryFiles[path.value()] = std::move(text);
         return {};
     }
-    const auto written = writeFile(path, text);
+    const auto written = writeFile(path.value(), text);
     return written ? std::string() : written.problem().text();
 }
 
@@ -139,11 +144,12 @@ std::string loadMotion(Host& host, std::string_view rest) {
     if (rest.empty()) return "expected a file name";
     if (host.scene().selection.empty()) return "nothing is selected";
     const auto path = motionPath(host, rest);
-    const auto dry = host.dryFiles.find(path);
+    if (!path) return path.problem().text();
+    const auto dry = host.dryFiles.find(path.value());
     const auto text =
-        dry != host.dryFiles.end() ? Result<std::string>(dry->second) : readFile(path);
+        dry != host.dryFiles.end() ? Result<std::string>(dry->second) : readFile(path.value());
     if (!text) return text.problem().text();
-    const auto motion = parseItemMotion(text.value(), path.string());
+    const auto motion = parseItemMotion(text.value(), path.value().string());
     if (!motion) return motion.problem().text();
     for (const ItemId item : host.scene().selection)
         applyMotion(host, item, motion.value());

@@ -20,7 +20,7 @@ void requireMode(int mode) {
 
 host::SaveState openSave(Host& host, std::string_view text, int mode) {
     requireMode(mode);
-    auto path = resolvePath(text);
+    auto path = resolvePath(text, host.chosenDirectories);
     if (!path) {
         host.report(path.problem());
         return nullptr;
@@ -49,7 +49,9 @@ void closeSave(Host& host, host::SaveState state) {
         return;
     }
     save.file->write(save.text);
-    if (auto written = save.file->commit(); !written) host.report(written.problem());
+    // A clip is hundreds of small files: waiting for the disk at each would be most of the time.
+    if (auto written = save.file->commit(AsideFile::Sync::later); !written)
+        host.report(written.problem());
 }
 
 Result<std::string> motionText(Host& host, const std::filesystem::path& path) {
@@ -64,7 +66,7 @@ host::LoadState openLoad(Host& host, std::string_view text, int mode) {
         host.report(std::move(problem));
         return nullptr;
     };
-    auto path = resolvePath(text);
+    auto path = resolvePath(text, host.chosenDirectories);
     if (!path) return refuse(path.problem());
     auto bytes = motionText(host, path.value());
     if (!bytes) return refuse(bytes.problem());

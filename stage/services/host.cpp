@@ -84,6 +84,11 @@ void Host::select(std::vector<ItemId> items) {
     refreshRecords();
 }
 
+void Host::report(Problem problem) {
+    if (std::ranges::find(problems, problem) == problems.end())
+        problems.push_back(std::move(problem));
+}
+
 void Host::recordMisuse(std::string_view service, std::string_view slot, std::string reason) {
     // A plug-in that goes wrong in a loop must not fill the memory with the same complaint.
     constexpr std::size_t most = 1000;

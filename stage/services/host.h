@@ -112,7 +112,7 @@ public:
     // What went wrong without a message box: misuse, refused command lines, failed files.
     std::vector<Misuse> misuses;
     std::vector<Problem> problems;
-    void report(Problem problem) { problems.push_back(std::move(problem)); }
+    void report(Problem problem); // once, however often it happens
     void recordMisuse(std::string_view service, std::string_view slot, std::string reason);
     void recordThrown(const char* service, const char* slot) noexcept; // in a catch block
 
@@ -127,6 +127,8 @@ public:
     std::map<std::uintptr_t, LoadFile> loadFiles;
     std::uintptr_t nextFile = 1;
     std::map<std::filesystem::path, std::string> dryFiles; // what a dry run would have written
+    std::set<std::string, std::less<>> chosenDirectories;  // that a plug-in was told by a control
+    std::optional<ScratchFolder> scratch; // for motion files without a directory, once needed
 
     // Brings the data records of "LW Scene Info 6" and "LW Interface Info 7" up to date.
     void refreshRecords();

@@ -130,6 +130,7 @@ void giveText(Host& host, const ControlModel& control, host::ControlValue& out) 
         host.report({"the path is too long for the plug-in", control.text,
                      "at most " + std::to_string(size - 1) + " bytes"});
     const std::string_view text = fits ? std::string_view(control.text) : std::string_view();
+    if (control.type == ControlType::directory) host.chosenDirectories.emplace(text);
     *std::ranges::copy(text, buffer).out = '\0';
 }
 
@@ -183,9 +184,11 @@ void takeText(ControlModel& control, const host::ControlValue& in) {
     const std::string_view given(in.text.buffer,
                                  static_cast<std::size_t>(std::max(in.text.size, 0)));
     const std::string text(given.substr(0, given.find('\0')));
+    // The buttons show no path; elsewhere a pattern of file names is no choice of one.
     const bool button =
         control.type == ControlType::loadButton || control.type == ControlType::saveButton;
-    (button ? control.pattern : control.text) = text;
+    const bool pattern = control.type == ControlType::file && text.find('*') != text.npos;
+    (button || pattern ? control.pattern : control.text) = text;
 }
 
 void takeValue(Host& host, ControlModel& control, const host::ControlValue& in) {

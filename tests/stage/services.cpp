@@ -280,7 +280,7 @@ TEST(FilePaths, no_name_leaves_its_folder_and_different_names_stay_different) {
     const fs::path folder = fs::path(testing::TempDir()) / "paths";
     fs::create_directories(folder / "a:b");
     const auto resolved = [&](const std::string& text) {
-        const auto path = resolvePath(text);
+        const auto path = resolvePath(text, {});
         return path ? path.value().string() : "refused";
     };
     const std::string at = folder.string();

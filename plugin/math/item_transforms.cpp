@@ -1,0 +1,135 @@
+#include "plugin/math/item_transforms.h"
+
+#include <cmath>
+
+namespace cadencora {
+
+static float narrow(double number) {
+    return static_cast<float>(number);
+}
+
+static DVec3 readVector(const host::ItemInfo* info, host::Item item, int code, double time) {
+    double values[3] = {0, 0, 0};
+    info->param(item, code, time, values);
+    return {values[0], values[1], values[2]};
+}
+
+static HPB readAngles(const host::ItemInfo* info, host::Item item, int code, double time) {
+    const DVec3 values = readVector(info, item, code, time);
+    return {values.x, values.y, values.z};
+}
+
+static void translate(Mat4* m, float x, float y, float z) {
+    Mat4 factor;
+    identity4(&factor);
+    factor.m[12] = x;
+    factor.m[13] = y;
+    factor.m[14] = z;
+    matmul4(m, &factor, m);
+}
+
+static void translateTo(Mat4* m, const DVec3& position) {
+    translate(m, narrow(position.x), narrow(position.y), narrow(position.z));
+}
+
+static void shiftPivot(Mat4* m, const DVec3& pivot) {
+    translate(m, -narrow(pivot.x), -narrow(pivot.y), -narrow(pivot.z));
+}
+
+static void scaleBy(Mat4* m, const DVec3& scale) {
+    Mat4 factor;
+    identity4(&factor);
+    factor.m[0] = narrow(scale.x);
+    factor.m[5] = narrow(scale.y);
+    factor.m[10] = narrow(scale.z);
+    matmul4(m, &factor, m);
+}
+
+static void rotateBy(Mat4* m, const HPB& angles) {
+    Mat4 factor;
+    identity4(&factor);
+    get_rotate(&angles, &factor);
+    matmul4(m, &factor, m);
+}
+
+void get_rotate(const HPB* a, Mat4* m) {
+    const float sh = narrow(std::sin(a->heading)), ch = narrow(std::cos(a->heading));
+    const float sp = narrow(std::sin(a->pitch)), cp = narrow(std::cos(a->pitch));
+    const float sb = narrow(std::sin(a->bank)), cb = narrow(std::cos(a->bank));
+    Mat3 heading, pitch, bank, turn;
+    initm3(&heading, ch, 0, -sh, 0, 1, 0, sh, 0, ch);
+    initm3(&pitch, 1, 0, 0, 0, cp, sp, 0, -sp, cp);
+    initm3(&bank, cb, sb, 0, -sb, cb, 0, 0, 0, 1);
+    matmul3(&bank, &pitch, &turn);
+    matmul3(&turn, &heading, &turn);
+    for (int row = 0; row < 3; ++row)
+        for (int column = 0; column < 3; ++column)
+            m->m[4 * row + column] = turn.m[3 * row + column];
+}
+
+void get_transform(const host::ItemInfo* info, host::Item item, double time, Mat4* m) {
+    const DVec3 position = readVector(info, item, host::itemPosition, time);
+    const HPB rotation = readAngles(info, item, host::itemRotation, time);
+    const DVec3 scale = readVector(info, item, host::itemScale, time);
+    get_transform_NO_INITIAL_VALUES(info, item, time, m, &position, &rotation, &scale);
+}
+
+void get_transform_NO_INITIAL_VALUES(const host::ItemInfo* info, host::Item item, double time,
+                                     Mat4* m, const DVec3* pos, const HPB* rot,
+                                     const DVec3* scale) {
+    shiftPivot(m, readVector(info, item, host::itemPivot, time));
+    scaleBy(m, *scale);
+    rotateBy(m, *rot);
+    rotateBy(m, readAngles(info, item, host::itemSecondRotation, time));
+    translateTo(m, *pos);
+    if (const host::Item parent = info->parent(item)) get_transform(info, parent, time, m);
+}
+
+void get_transform_ONLY_SCALE(const host::ItemInfo* info, host::Item item, double time, Mat4* m) {
+    scaleBy(m, readVector(info, item, host::itemScale, time));
+    if (const host::Item parent = info->parent(item))
+        get_transform_ONLY_SCALE(info, parent, time, m);
+}
+
+void get_transform_ONLY_ROTATION(const host::ItemInfo* info, host::Item item, double time, Mat4* m,
+                                 const HPB* rot) {
+    shiftPivot(m, readVector(info, item, host::itemPivot, time));
+    rotateBy(m, *rot);
+    rotateBy(m, readAngles(info, item, host::itemSecondRotation, time));
+    if (const host::Item parent = info->parent(item))
+        get_transform_ONLY_ROTATIONS(info, parent, time, m);
+}
+
+void get_transform_ONLY_ROTATIONS(const host::ItemInfo* info, host::Item item, double time,
+                                  Mat4* m) {
+    const HPB rotation = readAngles(info, item, host::itemRotation, time);
+    get_transform_ONLY_ROTATION(info, item, time, m, &rotation);
+}
+
+void getYXZrotations(float out[3], const Mat3* matrix) {
+    const float* r = matrix->m;
+    const float minusSine = r[7];
+    float sine = -minusSine;
+    if (minusSine > 1) sine = -1;
+    if (minusSine < -1) sine = 1;
+    const float pitch = std::asin(sine);
+    const double cosine = std::cos(static_cast<double>(pitch));
+    if (cosine >= 0.001 || cosine <= -0.001) {
+        out[0] = narrow(std::atan2(r[6] / cosine, r[8] / cosine));
+        out[1] = pitch;
+        out[2] = narrow(std::atan2(r[1] / cosine, r[4] / cosine));
+        return;
+    }
+    // Looking straight up or down, heading and bank turn about the same line.
+    out[0] = 0;
+    out[1] = pitch;
+    out[2] = std::atan2(r[2], r[5]);
+    const double aboveDown = static_cast<double>(pitch) + 1.5708;
+    if (aboveDown > -0.001 && aboveDown < 0.001) {
+        out[0] = -out[0];
+        out[1] = -out[1];
+        out[2] = -out[2];
+    }
+}
+
+} // namespace cadencora

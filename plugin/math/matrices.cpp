@@ -1,0 +1,93 @@
+#include "plugin/math/matrices.h"
+
+#include <cmath>
+
+namespace cadencora {
+
+void initv(Vec3* v, float x, float y, float z) {
+    *v = {x, y, z};
+}
+
+void initm3(Mat3* m, float m0, float m1, float m2, float m3, float m4, float m5, float m6, float m7,
+            float m8) {
+    *m = {{m0, m1, m2, m3, m4, m5, m6, m7, m8}};
+}
+
+void identity4(Mat4* m) {
+    *m = {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}};
+}
+
+void transformp(const Vec3* p, const Mat4* m, Vec3* out) {
+    const float* a = m->m;
+    const float x = p->x * a[0] + p->y * a[4] + p->z * a[8] + a[12];
+    const float y = p->x * a[1] + p->y * a[5] + p->z * a[9] + a[13];
+    const float z = p->x * a[2] + p->y * a[6] + p->z * a[10] + a[14];
+    const float w = p->x * a[3] + p->y * a[7] + p->z * a[11] + a[15];
+    if (w == 0)
+        *out = {x, y, z};
+    else
+        *out = {x / w, y / w, z / w};
+}
+
+void matmul3(const Mat3* a, const Mat3* b, Mat3* out) {
+    Mat3 product;
+    for (int r = 0; r < 9; r += 3)
+        for (int c = 0; c < 3; ++c)
+            product.m[r + c] =
+                a->m[r] * b->m[c] + a->m[r + 1] * b->m[3 + c] + a->m[r + 2] * b->m[6 + c];
+    *out = product;
+}
+
+void matmul4(const Mat4* a, const Mat4* b, Mat4* out) {
+    const float* m = b->m;
+    Mat4 product;
+    for (int r = 0; r < 16; r += 4) {
+        const float x = a->m[r], y = a->m[r + 1], z = a->m[r + 2], w = a->m[r + 3];
+        product.m[r] = x * m[0] + y * m[4] + z * m[8] + w * m[12];
+        product.m[r + 1] = x * m[1] + y * m[5] + z * m[9] + w * m[13];
+        product.m[r + 2] = x * m[2] + y * m[6] + z * m[10] + w * m[14];
+        product.m[r + 3] = x * m[3] + y * m[7] + z * m[11] + w * m[15];
+    }
+    *out = product;
+}
+
+float det3(const Mat3* matrix) {
+    const float* m = matrix->m;
+    return m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6]) +
+           m[2] * (m[3] * m[7] - m[4] * m[6]);
+}
+
+// The determinant of the matrix without a row and a column.
+static float minorOf(const Mat4* matrix, int row, int column) {
+    Mat3 rest;
+    float* next = rest.m;
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            if (r != row && c != column) *next++ = matrix->m[4 * r + c];
+    return det3(&rest);
+}
+
+float det4(const Mat4* matrix) {
+    const float* m = matrix->m;
+    return m[0] * minorOf(matrix, 0, 0) - m[1] * minorOf(matrix, 0, 1) +
+           m[2] * minorOf(matrix, 0, 2) - m[3] * minorOf(matrix, 0, 3);
+}
+
+void adjoint4(const Mat4* m, Mat4* out) {
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c) {
+            const float minor = minorOf(m, r, c);
+            out->m[4 * c + r] = (r + c) % 2 == 0 ? minor : -minor;
+        }
+}
+
+void inverse4(const Mat4* m, Mat4* out) {
+    const float determinant = det4(m);
+    if (std::fabs(static_cast<double>(determinant)) < 1e-6) return;
+    adjoint4(m, out);
+    const float factor = 1.0f / determinant;
+    for (float& element : out->m)
+        element *= factor;
+}
+
+} // namespace cadencora

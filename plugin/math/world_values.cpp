@@ -1,0 +1,122 @@
+#include "plugin/math/world_values.h"
+
+namespace cadencora {
+
+static Vec3 narrowed(const DVec3& v) {
+    return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
+}
+
+void getWorldPos(const host::ItemInfo* info, host::Item item, double time, DVec3* out) {
+    *out = {0, 0, 0};
+    if (!info) return;
+    double values[3] = {0, 0, 0};
+    info->param(item, host::itemWorldPosition, time, values);
+    *out = {values[0], values[1], values[2]};
+}
+
+void getLocalPos(const host::ItemInfo* info, host::Item item, double time, const DVec3* world,
+                 DVec3* out) {
+    const DVec3 place = *world; // `out` may be `world`
+    *out = {0, 0, 0};
+    if (!info) return;
+    if (!info->parent(item)) {
+        *out = place;
+        return;
+    }
+    const DVec3 origin = {0, 0, 0};
+    const HPB unturned = {0, 0, 0};
+    const DVec3 unscaled = {1, 1, 1};
+    Mat4 toWorld, fromWorld;
+    identity4(&toWorld);
+    get_transform_NO_INITIAL_VALUES(info, item, time, &toWorld, &origin, &unturned, &unscaled);
+    identity4(&fromWorld);
+    inverse4(&toWorld, &fromWorld);
+    const Vec3 point = narrowed(place);
+    Vec3 local;
+    transformp(&point, &fromWorld, &local);
+    *out = {local.x, local.y, local.z};
+}
+
+void getRotations(const Mat4* m, HPB* out) {
+    const float* a = m->m;
+    Mat3 turn;
+    initm3(&turn, a[0], a[1], a[2], a[4], a[5], a[6], a[8], a[9], a[10]);
+    float angles[3];
+    getYXZrotations(angles, &turn);
+    *out = {angles[0], angles[1], angles[2]};
+}
+
+void getWorldRot(const host::ItemInfo* info, host::Item item, double time, HPB* out, Mat4* m) {
+    *out = {0, 0, 0};
+    if (!info) return;
+    identity4(m);
+    if (info->parent(item)) {
+        get_transform_ONLY_ROTATIONS(info, item, time, m);
+        getRotations(m, out);
+        return;
+    }
+    double angles[3] = {0, 0, 0};
+    info->param(item, host::itemRotation, time, angles);
+    *out = {angles[0], angles[1], angles[2]};
+    get_rotate(out, m);
+}
+
+void getLocalRot(const host::ItemInfo* info, host::Item item, double time, const HPB* worldRot,
+                 HPB* out, const Mat4* worldMatrix) {
+    const HPB world = *worldRot; // `out` may be `worldRot`
+    *out = {0, 0, 0};
+    if (!info) return;
+    const host::Item parent = info->parent(item);
+    if (!parent) {
+        *out = world;
+        return;
+    }
+    Mat4 chain, fromWorld, local;
+    identity4(&chain);
+    get_transform_ONLY_ROTATIONS(info, parent, time, &chain);
+    identity4(&fromWorld);
+    inverse4(&chain, &fromWorld);
+    matmul4(worldMatrix, &fromWorld, &local);
+    getRotations(&local, out);
+}
+
+void getWorldScale(const host::ItemInfo* info, host::Item item, double time, DVec3* out) {
+    *out = {1, 1, 1};
+    if (!info) return;
+    if (!info->parent(item)) {
+        double values[3] = {1, 1, 1};
+        info->param(item, host::itemScale, time, values);
+        *out = {values[0], values[1], values[2]};
+        return;
+    }
+    Mat4 scales;
+    identity4(&scales);
+    get_transform_ONLY_SCALE(info, item, time, &scales);
+    *out = {scales.m[0], scales.m[5], scales.m[10]};
+}
+
+void getLocalScale(const host::ItemInfo* info, host::Item item, double time,
+                   const DVec3* worldScale, DVec3* out) {
+    const DVec3 world = *worldScale; // `out` may be `worldScale`
+    *out = {1, 1, 1};
+    if (!info) return;
+    const host::Item parent = info->parent(item);
+    if (!parent) {
+        *out = world;
+        return;
+    }
+    Mat4 chain, fromWorld, local;
+    identity4(&chain);
+    get_transform_ONLY_SCALE(info, parent, time, &chain);
+    identity4(&fromWorld);
+    inverse4(&chain, &fromWorld);
+    const Vec3 factors = narrowed(world);
+    identity4(&local);
+    local.m[0] = factors.x;
+    local.m[5] = factors.y;
+    local.m[10] = factors.z;
+    matmul4(&local, &fromWorld, &local);
+    *out = {local.m[0], local.m[5], local.m[10]};
+}
+
+} // namespace cadencora

@@ -1,0 +1,140 @@
+// "Save Clip data" and "Load Clip data": the motion of the affected items over a frame range, kept
+// in a directory of motion files. The two differ in their texts and in what is done per item.
+
+#include "plugin/host/lookup.h"
+#include "plugin/sets/controls.h"
+#include "plugin/sets/dialogs.h"
+#include "plugin/sets/item_search.h"
+#include "plugin/sets/object_table.h"
+#include "plugin/sets/panels.h"
+#include "plugin/transfer/channel_motion.h"
+#include "plugin/transfer/left_out.h"
+#include "plugin/transfer/transfer.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+namespace cadencora {
+
+struct ClipServices {
+    const host::ItemInfo* items;
+    const host::InterfaceInfo* interfaceInfo;
+    const host::ChannelInfo* channels;
+    const host::SceneInfo* scene;
+    const host::FileIOFuncs* files;
+    const host::EnvelopeFuncs* envelopes;
+    host::DirInfo directories;
+};
+
+struct ClipCommand {
+    const char* dialogTitle;
+    const char* directoryTitle;
+    const char* directoryLabel;
+    const char* done; // begins the closing message
+    int (*transfer)(const host::ChannelInfo*, const host::EnvelopeFuncs*, const host::FileIOFuncs*,
+                    const host::SceneInfo*, host::Group, const char* directory, int startFrame,
+                    int endFrame);
+    bool saves;
+};
+
+static bool fetchClipServices(ClipServices* services) {
+    services->items = fetchItemInfo();
+    services->interfaceInfo = fetchInterfaceInfo();
+    services->channels = fetchChannelInfo();
+    services->scene = fetchSceneInfo();
+    services->files = fetchFileIOFuncs();
+    services->envelopes = fetchEnvelopeFuncs();
+    services->directories = fetchDirInfo();
+    return services->items && services->interfaceInfo && services->directories && services->scene;
+}
+
+// False if the user cancels, or there is no panel to ask on.
+static bool askDirectory(const ClipCommand& command, host::DirInfo directories,
+                         char (&directory)[pathSize]) {
+    const host::Panel panel = createPanel(command.directoryTitle);
+    if (!panel) return false;
+    const char* motions = directories(host::motionsDirectory);
+    host::Control* control = addPathControl(panel, host::dirControl, command.directoryLabel, 50);
+    setPathText(control, motions ? motions : "[Some Directory with Motion Files]");
+    if (!runPanel(panel)) return false;
+    readPath(control, directory);
+    return true;
+}
+
+// "words path"; where the two do not fit, the middle of the path becomes "...".
+static void fillClosingLine(char (&line)[256], const char* words, const char* path) {
+    const int wanted = std::snprintf(line, sizeof line, "%s %s", words, path);
+    const int excess = wanted - static_cast<int>(sizeof line - 1);
+    if (excess <= 0) return;
+    constexpr int dots = 3;
+    const int length = static_cast<int>(std::strlen(path));
+    const int head = (length - excess - dots) / 2;
+    const int tail = length - excess - dots - head;
+    std::snprintf(line, sizeof line, "%s %.*s...%s", words, head, path, path + length - tail);
+}
+
+// Files are found by the items' names, so of several items of one name only the last one's motion
+// is in them.
+static void reportTwins(const ClipServices& services, const ToolState* state) {
+    NameIndex index;
+    clearNameIndex(&index);
+    LeftOut twins{};
+    walkItems(state, [&](host::Item item) {
+        const char* name = services.items->itemName(item);
+        if (!name || addName(services.items, &index, item)) return;
+        if (findIDInIndex(services.items, &index, name) != item) addLeftOut(&twins, name, nullptr);
+    });
+    reportLeftOut(twins, "Items whose name another one has, and thus the same files");
+}
+
+static void runClip(const ClipCommand& command, ToolState* state) {
+    ClipServices services;
+    if (!fetchClipServices(&services)) return;
+    double start = 0;
+    double end = 0;
+    if (!createDefaultRangeObjectsPanel(command.dialogTitle, state, &start, &end)) return;
+    char directory[pathSize];
+    if (!askDirectory(command, services.directories, directory)) return;
+
+    const double fps = services.scene->framesPerSecond;
+    const int startFrame = static_cast<int>(std::lround(start * fps));
+    const int endFrame = static_cast<int>(std::lround(end * fps));
+    LeftOut tooLong{};
+    walkItems(state, [&](host::Item item) {
+        const host::Group group = services.items->channelGroup(item);
+        command.transfer(services.channels, services.envelopes, services.files, services.scene,
+                         group, directory, startFrame, endFrame);
+        if (countLongPaths(services.channels, group, directory) > 0)
+            addLeftOut(&tooLong, services.items->itemName(item), nullptr);
+    });
+    reportLeftOut(tooLong, "Items passed over, as the paths of their files are too long");
+    if (command.saves) reportTwins(services, state);
+
+    char where[256], frames[256];
+    fillClosingLine(where, command.done, directory);
+    std::snprintf(frames, sizeof frames, "Frames: %d - %d", startFrame, endFrame);
+    message->info(where, frames);
+}
+
+void saveMotionEvent(host::Control*, void* userData) {
+    constexpr ClipCommand save = {"Select objects + channels to save",
+                                  "Save Motions to EMPTY directory",
+                                  "New Motion directory",
+                                  "Motion saved to",
+                                  saveChannel,
+                                  true};
+    runClip(save, static_cast<ToolState*>(userData));
+}
+
+void loadMotionEvent(host::Control*, void* userData) {
+    constexpr ClipCommand load = {"Select objects + channels to modify",
+                                  "Load Motions from directory",
+                                  "Motion directory",
+                                  "Motion loaded from",
+                                  loadChannel,
+                                  false};
+    runClip(load, static_cast<ToolState*>(userData));
+}
+
+} // namespace cadencora
