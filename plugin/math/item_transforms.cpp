@@ -106,18 +106,30 @@ void get_transform_ONLY_ROTATIONS(const host::ItemInfo* info, host::Item item, d
     get_transform_ONLY_ROTATION(info, item, time, m, &rotation);
 }
 
+// From a rotation's last row, (cos p sin h, -sin p, cos p cos h).
+static float pitchOf(const float* row) {
+    const float sine = -row[1];
+    // Near the vertical the arcsine would lose half the digits: what is left of the row tells the
+    // cosine, as long as the row is one of a rotation.
+    const float cosine = std::hypot(row[0], row[2]);
+    if (std::fabs(sine * sine + cosine * cosine - 1) < 1e-4f) return std::atan2(sine, cosine);
+    if (sine < -1) return std::asin(-1.0f);
+    if (sine > 1) return std::asin(1.0f);
+    return std::asin(sine);
+}
+
 void getYXZrotations(float out[3], const Mat3* matrix) {
     const float* r = matrix->m;
-    const float minusSine = r[7];
-    float sine = -minusSine;
-    if (minusSine > 1) sine = -1;
-    if (minusSine < -1) sine = 1;
-    const float pitch = std::asin(sine);
+    const float pitch = pitchOf(r + 6);
     const double cosine = std::cos(static_cast<double>(pitch));
     if (cosine >= 0.001 || cosine <= -0.001) {
         out[0] = narrow(std::atan2(r[6] / cosine, r[8] / cosine));
         out[1] = pitch;
-        out[2] = narrow(std::atan2(r[1] / cosine, r[4] / cosine));
+        // The bank is what remains once the heading is taken off. Read from r[1] and r[4] it would
+        // not make up for the heading's rounding, which grows towards the vertical.
+        const double sh = std::sin(static_cast<double>(out[0]));
+        const double ch = std::cos(static_cast<double>(out[0]));
+        out[2] = narrow(std::atan2(r[5] * sh - r[3] * ch, r[0] * ch - r[2] * sh));
         return;
     }
     // Looking straight up or down, heading and bank turn about the same line.

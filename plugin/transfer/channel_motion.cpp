@@ -36,8 +36,7 @@ static bool motionPath(const host::ChannelInfo* channels, host::Group group, hos
     const char* groupName = channels->groupName(group);
     const char* name = channels->channelName(channel);
     if (!groupName || !name) return false;
-    const int length =
-        std::snprintf(path, sizeof path, "%s:%s-%s.mot", directory, groupName, name);
+    const int length = std::snprintf(path, sizeof path, "%s:%s-%s.mot", directory, groupName, name);
     return length >= 0 && length < pathSize;
 }
 

@@ -80,8 +80,7 @@ bool parseRecord(const char* line, FrameRecord* record) {
     const int count = parts.count;
     double* value = &record->value;
     if (count >= 4 && readNumber(words[3], value))
-        return joinFields(words[0], words[1], record->item) &&
-               copyField(words[2], record->channel);
+        return joinFields(words[0], words[1], record->item) && copyField(words[2], record->channel);
     if (count >= 3 && readNumber(words[2], value))
         return copyField(words[0], record->item) && copyField(words[1], record->channel);
     if (count >= 5 && readNumber(words[count - 1], value))

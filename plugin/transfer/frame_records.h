@@ -28,7 +28,8 @@ bool readRecordLine(std::FILE* file, char (&line)[recordLineSize]);
 bool parseRecord(const char* line, FrameRecord* record);
 
 // Writes the line with its line end. False where it does not fit; the line is then empty.
-bool formatRecord(const char* item, const char* channel, double value, char (&line)[recordLineSize]);
+bool formatRecord(const char* item, const char* channel, double value,
+                  char (&line)[recordLineSize]);
 
 // Whether a record of these names is read as one of these names again.
 bool readsBack(const char* item, const char* channel);

@@ -128,7 +128,8 @@ void AsideFile::flush() {
 
 Result<> AsideFile::commit(Sync sync) {
     flush();
-    if (error_ == 0 && sync == Sync::wait && fsync(descriptor_) != 0 && errno != EINVAL) error_ = errno;
+    if (error_ == 0 && sync == Sync::wait && fsync(descriptor_) != 0 && errno != EINVAL)
+        error_ = errno;
     if (close(std::exchange(descriptor_, -1)) != 0 && error_ == 0) error_ = errno;
     if (error_ == 0 && rename(aside_.c_str(), path_.c_str()) != 0) error_ = errno;
     if (error_ == 0) return done();
