@@ -157,7 +157,8 @@ struct Chains : testing::Test {
 Mat3 worldRotation(const Scene& scene, ItemId item, double time) {
     Mat3 world{Vec3{1, 0, 0}, Vec3{0, 1, 0}, Vec3{0, 0, 1}};
     for (; item != ItemId::none; item = scene.item(item).parent) {
-        world = product(rotation(motionValues(scene, item, heading, time), headingPitchBank), world);
+        world =
+            product(rotation(motionValues(scene, item, heading, time), headingPitchBank), world);
         world = product(rotation(scene.item(item).secondRotation, headingPitchBank), world);
         // The second rotation is the outer one.
     }
@@ -210,8 +211,9 @@ TEST_F(Chains, a_frame_copy_in_the_world_puts_the_target_where_the_source_is) {
         const Scene& now = rig.host.scene();
         const auto place = worldPosition(now, source, 0), size = worldScale(now, source, 0);
         const auto turn = worldRotation(now, source, 0);
-        EXPECT_FALSE(rig.perform("Node-to-Node Frame Copy", {{"Source", "Source"}, {"Target", "Target"}})
-                         .empty());
+        EXPECT_FALSE(
+            rig.perform("Node-to-Node Frame Copy", {{"Source", "Source"}, {"Target", "Target"}})
+                .empty());
         for (std::size_t i = 0; i < 3; ++i) {
             EXPECT_NEAR(worldPosition(now, target, 0)[i], place[i], 1e-4) << run;
             EXPECT_NEAR(worldScale(now, target, 0)[i], size[i], 1e-5) << run;

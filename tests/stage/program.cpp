@@ -73,7 +73,6 @@ TEST_F(Program, says_what_is_wrong_and_what_there_is_before_it_touches_anything)
         {{"--set", "Strat=1"}, 2, {"\"Strat\"", "\"Start\"", "Destroy Keys"}},
         {{"--set", "Load=x"}, 2, {"several", "\"Affected Channels/Load\""}},
         {{"--press", "Destroy Kyes"}, 2, {"\"Destroy Kyes\"", "\"Destroy Keys\""}},
-        {{"--press", "Load Clip data"}, 2, {"no command yet"}},
         {{"--select", "Hip"}, 2, {"\"Hip\"", "\"Hips\""}},
         {{"--set", "Start=99"}, 2, {"99", "from 0 to 3"}},
         {{"--set", "Start=one"}, 2, {"\"one\"", "not a number"}},
