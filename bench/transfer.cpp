@@ -31,8 +31,7 @@ struct Stage {
     explicit Stage(Scene scene) : host(std::move(scene), user) {
         user.lookAt(host.scene());
         static const auto module = Module::open(CADENCORA_PLUGIN_FILE);
-        if (!module || !module.value().activate(&Host::lookup, Host::layoutGeneric()))
-            std::abort();
+        if (!module || !module.value().activate(&Host::lookup, Host::layoutGeneric())) std::abort();
     }
 
     bool perform(const Step& step) {
@@ -85,8 +84,8 @@ void pose(benchmark::State& state, bool save) {
     if (!stage.perform(saving)) return state.SkipWithError("no pose");
     stage.host.mutableScene().currentTime = 1;
     stage.time(state, save ? "Save Single Frame data" : "Load Single Frame data",
-               {everything, {save ? "File full path" : "Load file full path", path}},
-               1e6, "ms_for_20000_items");
+               {everything, {save ? "File full path" : "Load file full path", path}}, 1e6,
+               "ms_for_20000_items");
 }
 
 void clip(benchmark::State& state, bool save) {

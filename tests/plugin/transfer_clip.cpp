@@ -51,8 +51,10 @@ void keyAll(Scene& scene, ItemId item, double offset) {
         Envelope& curve = scene.mutableMotion(item, static_cast<MotionChannel>(c));
         const Shape shapes[] = {Shape::linear, Shape::spline, Shape::tangents, Shape::hold};
         for (int frame = 0; frame <= 60; ++frame) {
-            KeyData key{scene.rate.timeOf(frame), offset + frame * 0.1 + double(c),
-                        shapes[(std::size_t(frame) + c) % 4], {}};
+            KeyData key{scene.rate.timeOf(frame),
+                        offset + frame * 0.1 + double(c),
+                        shapes[(std::size_t(frame) + c) % 4],
+                        {}};
             for (std::size_t p = 0; p < parameterCount; ++p)
                 key.parameters[p] = frame % 3 == 0 ? offset + double(p) / 7 : 0;
             curve.keys.append(key);
@@ -77,9 +79,9 @@ TEST_F(Clip, saved_and_loaded_over_the_same_frames_changes_nothing_whatever_the_
         Rig rig(std::move(scene));
         rig.activateModule();
         perform(rig, true, start, end);
-        EXPECT_EQ(rig.user.said(), Texts{"info: Motion saved to " + folder.string() +
-                                         " / Frames: " + std::to_string(start) + " - " +
-                                         std::to_string(end)});
+        EXPECT_EQ(rig.user.said(),
+                  Texts{"info: Motion saved to " + folder.string() +
+                        " / Frames: " + std::to_string(start) + " - " + std::to_string(end)});
         EXPECT_EQ(fileCount(), rig.host.scene().itemCount() * motionChannelCount);
         const ChangeReport report = perform(rig, false, start, end);
         EXPECT_EQ(report.keysRemoved + report.keysChanged, 0u);
@@ -162,9 +164,20 @@ TEST_F(Clip, keeps_a_key_at_its_start_and_what_lies_less_than_a_frame_outside) {
 }
 
 TEST_F(Clip, every_name_stays_in_its_directory_and_finds_its_file_again) {
-    const Texts names = {"mixamorig:LeftArm", "Bip01 L Thigh", "Null (2)", "F\303\274\303\237e",
-                         "a/b", "..", "-", ".hidden", "Arm", "ARM", "x:/../../../tmp/evil:y", "%2F",
-                         "a%2Fb", "tab\there"};
+    const Texts names = {"mixamorig:LeftArm",
+                         "Bip01 L Thigh",
+                         "Null (2)",
+                         "F\303\274\303\237e",
+                         "a/b",
+                         "..",
+                         "-",
+                         ".hidden",
+                         "Arm",
+                         "ARM",
+                         "x:/../../../tmp/evil:y",
+                         "%2F",
+                         "a%2Fb",
+                         "tab\there"};
     Scene scene;
     scene.lastFrame = scene.previewLast = 60;
     for (const std::string& name : names)
@@ -199,8 +212,8 @@ TEST_F(Clip, files_that_are_no_motion_are_refused_by_name_and_change_nothing) {
                                     std::string("HIERARCHY\nROOT Hips\n"), std::string(99, '\0')}) {
         std::ofstream(file("Hero-Position.X.mot"), std::ios::binary) << text;
         rig.select({"Hero"});
-        rig.perform("Load Clip data", {{"Include all subchildren", "off"},
-                                       {"Motion directory", folder.string()}});
+        rig.perform("Load Clip data",
+                    {{"Include all subchildren", "off"}, {"Motion directory", folder.string()}});
         EXPECT_EQ(allKeys(rig.host.scene()), before);
         ASSERT_EQ(rig.host.problems.size(), 1u);
         EXPECT_NE(rig.host.problems[0].text().find("Hero-Position.X.mot"), std::string::npos);
@@ -222,14 +235,13 @@ TEST_F(Clip, says_what_it_could_not_do_justice_to) {
     EXPECT_EQ(rig.host.problems[0].where, (folder / "none").string());
     rig.host.problems.clear();
 
-    rig.perform("Save Clip data", {{"Use selected objects only", "off"},
-                                   {"New Motion directory", deep.string()}});
+    rig.perform("Save Clip data",
+                {{"Use selected objects only", "off"}, {"New Motion directory", deep.string()}});
     const Texts said = rig.user.said();
     ASSERT_EQ(said.size(), 3u);
     EXPECT_TRUE(said[0].starts_with(
         "info: Items passed over, as the paths of their files are too long: 12 / Hero, "));
-    EXPECT_EQ(said[1],
-              "info: Items whose name another one has, and thus the same files: 1 / Hips");
+    EXPECT_EQ(said[1], "info: Items whose name another one has, and thus the same files: 1 / Hips");
     EXPECT_NE(said[2].find("..."), std::string::npos);
     EXPECT_LE(said[2].find(" / "), 255u + 6) << "the line fits, with the middle cut out";
     EXPECT_TRUE(said[2].ends_with("ddd / Frames: 0 - 60"));

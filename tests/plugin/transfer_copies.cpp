@@ -24,8 +24,8 @@ struct Copies : testing::Test, Rig {
             lines.push_back(std::sscanf(line, "SelectItem %" SCNxPTR, &word) == 1
                                 ? "SelectItem " + scene.item(decode<ItemId>(scene, word)).name
                                 : line);
-            return reinterpret_cast<host::LayoutGeneric*>(Host::layoutGeneric())->evaluate(use,
-                                                                                          line);
+            return reinterpret_cast<host::LayoutGeneric*>(Host::layoutGeneric())
+                ->evaluate(use, line);
         };
     }
     Texts said(const char* press, const std::vector<Step::Setting>& settings = {}) {
@@ -41,9 +41,8 @@ TEST_F(Copies, a_frame_copy_types_the_source_s_own_values_or_those_of_its_place)
     fill(curve("Box", "Rotation.H"), {{0, 1.5707963268}});
     fill(curve("Box", "Scale.Y"), {{0, -2}});
     fill(curve("Lid", "Position.X"), {{0, 10}});
-    perform(frameCopy, {{"Source", "Box"},
-                        {"Target", "Face"},
-                        {"Use World co-ordinates Copy", "off"}});
+    perform(frameCopy,
+            {{"Source", "Box"}, {"Target", "Face"}, {"Use World co-ordinates Copy", "off"}});
     EXPECT_EQ(lines, (Texts{"SelectItem Face", "Position 1.000000 2.000000 3.000000",
                             "SelectItem Face", "Rotation 90.000000 0.000000 0.000000",
                             "SelectItem Face", "Scale 1.000000 -2.000000 1.000000"}));
@@ -77,7 +76,8 @@ TEST_F(Copies, start_with_the_first_two_affected_items_and_need_both) {
     select({"Box"});
     perform("Destroy Keys", {{"Include all subchildren", "off"}}, Reply::no); // leaves its toggles
     EXPECT_EQ(said(frameCopy), missing);
-    EXPECT_EQ(shown, (Texts{"Item-To-Item copy - CURRENT FRAME", "Box", "", "on", "on", "on", "on"}));
+    EXPECT_EQ(shown,
+              (Texts{"Item-To-Item copy - CURRENT FRAME", "Box", "", "on", "on", "on", "on"}));
     select({});
     EXPECT_EQ(said(motionCopy), missing);
     EXPECT_EQ(shown, (Texts{"Copy Motion using frames: 0 - 60", "", "", "off"}));

@@ -68,7 +68,8 @@ TEST_F(SingleFrame, an_existing_file_is_replaced_only_if_the_user_says_so) {
          {std::tuple{save, "File full path", "error: Failure to open file for writing"},
           std::tuple{load, "Load file full path", "error: File not found"}}) {
         const std::string missing = testing::TempDir() + "no/such/folder/pose.lw_frame";
-        EXPECT_TRUE(perform(press, {{"Use selected objects only", "off"}, {label, missing}}).empty());
+        EXPECT_TRUE(
+            perform(press, {{"Use selected objects only", "off"}, {label, missing}}).empty());
         EXPECT_EQ(user.said(), Texts{std::string(said) + " / " + missing});
     }
 }
@@ -132,13 +133,28 @@ TEST_F(SingleFrame, only_affected_items_take_values_when_only_selected_ones_are_
 
 TEST_F(SingleFrame, rig_names_make_the_trip_and_others_are_named_and_left_out) {
     const std::pair<const char*, bool> names[] = {
-        {"mixamorig:LeftArm", true}, {"Bip01 L Thigh", true}, {"Null (2)", true},
-        {"F\303\274\303\237e", true}, {"a/b", true}, {"..", true}, {"-", true},
-        {".hidden", true}, {"Arm", true}, {"Hand", true}, {"ARM", true}, {"[MORPH_MIXER]", true},
-        {"two  blanks", false}, {" ahead", false}, {"behind ", false}, {"tab\there", false},
-        {"Camera 01 2", false}, {"", false}, {"[MORPH_MIXER]Face", false},
+        {"mixamorig:LeftArm", true},
+        {"Bip01 L Thigh", true},
+        {"Null (2)", true},
+        {"F\303\274\303\237e", true},
+        {"a/b", true},
+        {"..", true},
+        {"-", true},
+        {".hidden", true},
+        {"Arm", true},
+        {"Hand", true},
+        {"ARM", true},
+        {"[MORPH_MIXER]", true},
+        {"two  blanks", false},
+        {" ahead", false},
+        {"behind ", false},
+        {"tab\there", false},
+        {"Camera 01 2", false},
+        {"", false},
+        {"[MORPH_MIXER]Face", false},
         {"Hips", false}, // the bone has that name
-        {"hand", true}, {"HAND", false}}; // its lines would follow those of "hand"
+        {"hand", true},
+        {"HAND", false}}; // its lines would follow those of "hand"
     activate();
     Scene& scene = host.mutableScene();
     const ItemId sun = item("Sun");
@@ -151,9 +167,10 @@ TEST_F(SingleFrame, rig_names_make_the_trip_and_others_are_named_and_left_out) {
     }
     saveAll();
     ASSERT_EQ(user.said().size(), 2u);
-    EXPECT_EQ(user.said()[0],
-              "info: Left out, as their names cannot be read back: 10 / Sun/Left Eye, two  blanks,  "
-              "ahead, behind , tab\there, Camera 01 2, , [MORPH_MIXER]Face, Hips, HAND");
+    EXPECT_EQ(
+        user.said()[0],
+        "info: Left out, as their names cannot be read back: 10 / Sun/Left Eye, two  blanks,  "
+        "ahead, behind , tab\there, Camera 01 2, , [MORPH_MIXER]Face, Hips, HAND");
     time(1);
     loadAll();
     for (std::size_t i = 0; i < items.size(); ++i) {

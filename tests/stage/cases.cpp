@@ -20,7 +20,7 @@
 namespace cadencora::stage {
 namespace {
 
-constexpr std::size_t caseCount = 24;
+constexpr std::size_t caseCount = 26;
 
 const std::filesystem::path casesFolder = CADENCORA_SOURCE_DIR "/tests/cases";
 

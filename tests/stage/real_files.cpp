@@ -196,5 +196,70 @@ TEST_F(Walk, jittered_arms_stay_within_the_amount_and_the_rest_stays_put) {
     expectWrittenAgrees();
 }
 
+TEST_F(Walk, the_pose_of_a_frame_is_saved_and_loaded_at_the_first) {
+    const std::string file = scratch("pose.lw_frame").string();
+    std::filesystem::remove(file);
+    host->mutableScene().currentTime = 262 / 120.0;
+    EXPECT_TRUE(press("Save Single Frame data", {"Hips"}, {{"File full path", file}}).empty());
+    host->mutableScene().currentTime = 0;
+    press("Load Single Frame data", {"Hips"}, {{"Load file full path", file}});
+    eachChannel([&](ItemId item, MotionChannel, const Envelope& was, const Envelope& is) {
+        auto expected = keysOf(was), now = keysOf(is);
+        if (before->item(item).type == ItemType::bone) {
+            ASSERT_NEAR(now[0], was.evaluate(262 / 120.0), 0.5e-6);
+            expected[0] = now[0];
+        }
+        ASSERT_EQ(now, expected);
+    });
+    expectWrittenAgrees();
+}
+
+TEST_F(Walk, the_left_arm_s_motion_moves_the_right_arm_s_chain) {
+    press("Node-to-Node Motion Copy", {},
+          {{"Source", "LeftArm"}, {"Target", "RightArm"}, {"All descendants", "on"}});
+    std::size_t copied = 0;
+    eachChannel([&](ItemId item, MotionChannel channel, const Envelope& was, const Envelope& is) {
+        const std::string& name = before->item(item).name;
+        bool right = false;
+        for (ItemId i = item; i != ItemId::none; i = before->item(i).parent)
+            right = right || before->item(i).name == "RightArm";
+        const ItemId left = before->findItem("Left" + name.substr(right ? 5 : 0));
+        if (!right) {
+            ASSERT_EQ(keysOf(is), keysOf(was)) << name;
+        } else if (left != ItemId::none) {
+            ASSERT_EQ(keysOf(is), keysOf(before->motion(left, channel))) << name;
+            ASSERT_EQ(is.rest, was.rest) << "the arm keeps its own length";
+            ++copied;
+        }
+    });
+    EXPECT_GE(copied, 3 * motionChannelCount);
+    expectWrittenAgrees();
+}
+
+TEST_F(Walk, a_clip_moves_into_a_fresh_scene_of_the_same_skeleton) {
+    const auto folder = scratch("clip");
+    std::filesystem::create_directories(folder);
+    std::vector<Step::Setting> range{{"Start", "100"}, {"End", "220"}};
+    auto saving = range, loading = range;
+    saving.push_back({"New Motion directory", folder.string()});
+    loading.push_back({"Motion directory", folder.string()});
+    EXPECT_TRUE(press("Save Clip data", {"Hips"}, saving).empty());
+    ASSERT_NO_FATAL_FAILURE(open({}));
+    press("Destroy Keys", {"Hips"}, {});
+    ASSERT_EQ(host->scene().keyCount(), 0u);
+    press("Load Clip data", {"Hips"}, loading);
+    eachChannel([&](ItemId item, MotionChannel, const Envelope& was, const Envelope& is) {
+        auto expected = keysOf(was);
+        std::erase_if(expected, [&](const auto& key) {
+            return key.first < 100 / 120.0 || key.first > 220 / 120.0;
+        });
+        // A channel without keys has one in its file, at the start.
+        if (expected.empty() && before->item(item).type == ItemType::bone)
+            expected[100 / 120.0] = was.rest;
+        ASSERT_EQ(keysOf(is), expected);
+    });
+    expectWrittenAgrees();
+}
+
 } // namespace
 } // namespace cadencora::stage
