@@ -4,6 +4,7 @@
 #include "stage/cli/report.h"
 #include "stage/cli/run.h"
 #include "stage/formats/format.h"
+#include "stage/panels/recipe.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -22,6 +23,8 @@ struct Arguments {
     std::vector<std::string> inputs; // of `run`
     std::string input;               // of `info` and `convert`
     std::string output, outputFolder, plugin, motions, rate, report = "text";
+    std::string recipe, saveRecipe;
+    std::size_t jobs = 1;
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
     bool dryRun = false, json = false, cancel = false;
@@ -40,42 +43,35 @@ Result<std::optional<FrameRate>> rateOf(const Arguments& arguments) {
     return rate;
 }
 
-Result<Step::Setting> settingOf(const std::string& text) {
-    const auto equals = text.find('=');
-    // A bare label presses a button of the dialog.
-    if (equals == std::string::npos) return Step::Setting{text, ""};
-    if (trimmed(std::string_view(text).substr(0, equals)).empty())
-        return Problem{"no label before the equals sign", "--set " + inQuotes(text),
-                       "expected LABEL=VALUE"};
-    return Step::Setting{text.substr(0, equals), text.substr(equals + 1)};
-}
-
 // Puts the options of the steps back into the order in which they were given: each --press begins a
 // step, and what follows belongs to it. --select and --time before the first --press belong to the
-// first step.
+// first step. The steps of a recipe come before those of the command line.
 Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& arguments) {
     std::vector<Step> steps;
     Step early; // what stands before the first --press
+    bool pressed = false;
+    std::vector<Step> recipe;
+    if (!arguments.recipe.empty()) {
+        auto read = readRecipe(arguments.recipe);
+        if (!read) return read.problem();
+        recipe = std::move(read.value());
+    }
     std::size_t presses = 0, selects = 0, settings = 0, answers = 0, times = 0;
     for (const CLI::Option* option : app.parse_order()) {
         const std::string name = option->get_single_name();
-        Step& step = steps.empty() ? early : steps.back();
+        Step& step = pressed ? steps.back() : early;
         if (name == "press") {
-            if (steps.empty()) {
-                early.press = arguments.presses[presses++];
-                steps.push_back(std::exchange(early, {}));
-            } else {
-                Step next;
-                next.press = arguments.presses[presses++];
-                steps.push_back(std::move(next));
-            }
+            Step next = recipe.empty() && !pressed ? std::exchange(early, {}) : Step();
+            next.press = arguments.presses[presses++];
+            steps.push_back(std::move(next));
+            pressed = true;
         } else if (name == "select") {
             if (!step.select) step.select.emplace();
             step.select->push_back(arguments.selects[selects++]);
         } else if (name == "time") {
             step.time = arguments.times[times++];
         } else if (name == "set") {
-            auto setting = settingOf(arguments.settings[settings++]);
+            auto setting = parseSetting(arguments.settings[settings++], "--set");
             if (!setting) return setting.problem();
             step.settings.push_back(std::move(setting.value()));
         } else if (name == "answer") {
@@ -84,7 +80,16 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
             step.cancel = true;
         }
     }
-    if (steps.empty()) return Problem{"there is no step", "run", "expected --press \"BUTTON\""};
+    if (!recipe.empty()) {
+        if (early.select) recipe.front().select = std::move(early.select);
+        if (early.time) recipe.front().time = early.time;
+        if (!early.settings.empty() || !early.answers.empty() || early.cancel)
+            return Problem{"a recipe's steps have their settings", "--recipe",
+                           "before the first --press, only --select and --time"};
+        steps.insert(steps.begin(), recipe.begin(), recipe.end());
+    }
+    if (steps.empty())
+        return Problem{"there is no step", "run", "expected --press \"BUTTON\" or --recipe FILE"};
     return steps;
 }
 
@@ -104,6 +109,8 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
     options.outputFolder = arguments.outputFolder;
     options.rate = rate.value();
     options.dryRun = arguments.dryRun;
+    options.saveRecipe = arguments.saveRecipe;
+    options.jobs = arguments.jobs;
     options.report = arguments.report == "json" ? ReportForm::json : ReportForm::text;
     options.plugin = arguments.pluginPath();
     options.motionsFolder = arguments.motions;
@@ -180,7 +187,13 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     run->add_option("--out-dir", arguments.outputFolder,
                     "Write each scene under its own name into this folder")
         ->excludes("--output");
-    run->add_flag("--dry-run", arguments.dryRun, "Report, and write nothing");
+    run->add_option("--recipe", arguments.recipe, "Take the steps of this recipe first");
+    run->add_option("--save-recipe", arguments.saveRecipe, "Write the steps to this recipe");
+    run->add_option("-j,--jobs", arguments.jobs,
+                    "Work on this many files at a time; 0: one per processor")
+        ->check(CLI::Range(0, 1024));
+    run->add_flag("--dry-run", arguments.dryRun, "Report, and write nothing")
+        ->excludes("--save-recipe");
     run->add_option("--report", arguments.report, "Form of the report: text or json")
         ->check(CLI::IsMember({"text", "json"}));
     run->add_option("--motions", arguments.motions,

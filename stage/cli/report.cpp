@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <sstream>
 
 namespace cadencora::stage {
 
@@ -138,6 +140,8 @@ std::string summary(const Scene& scene) {
            " per second";
 }
 
+namespace {
+
 void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
     if (!outcome.summary.empty()) out << outcome.input.string() << ": " << outcome.summary << "\n";
     for (const StepOutcome& step : outcome.steps) {
@@ -152,7 +156,8 @@ void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
         out << (dryRun ? "dry run: nothing written\n"
                        : "nothing written: no output was asked for (-o, --out-dir)\n");
     } else {
-        out << "nothing written\n";
+        out << (outcome.summary.empty() ? outcome.input.string() + ": " : "")
+            << "nothing written\n";
     }
 }
 
@@ -171,12 +176,55 @@ void printErrors(const FileOutcome& outcome, std::ostream& out) {
     }
 }
 
-void printJson(const std::vector<FileOutcome>& outcomes, std::ostream& out) {
-    if (outcomes.size() == 1) return print(outcomeJson(outcomes.front()), out);
+constexpr std::size_t lengthBytes = sizeof(std::uint64_t);
+
+void pack(std::string& bytes, std::string_view text) {
+    const std::uint64_t length = text.size();
+    char head[lengthBytes];
+    std::memcpy(head, &length, lengthBytes);
+    bytes.append(head, lengthBytes).append(text);
+}
+
+std::string unpack(std::string_view& bytes) {
+    std::uint64_t length = 0;
+    std::memcpy(&length, bytes.data(), lengthBytes);
+    std::string text(bytes.substr(lengthBytes, length));
+    bytes.remove_prefix(lengthBytes + length);
+    return text;
+}
+
+} // namespace
+
+FileReport reportOf(const FileOutcome& outcome, bool dryRun) {
+    std::ostringstream text, errors;
+    printText(outcome, dryRun, text);
+    printErrors(outcome, errors);
+    return {outcome.input.string(), outcome.status, text.str(), errors.str(),
+            outcomeJson(outcome).dump(-1, ' ', false, Json::error_handler_t::replace)};
+}
+
+std::string packed(const FileReport& report) {
+    std::string bytes;
+    for (const std::string* text : {&report.file, &report.text, &report.errors, &report.json})
+        pack(bytes, *text);
+    bytes += static_cast<char>(report.status);
+    return bytes;
+}
+
+FileReport unpacked(std::string_view bytes) {
+    FileReport report;
+    for (std::string* text : {&report.file, &report.text, &report.errors, &report.json})
+        *text = unpack(bytes);
+    report.status = static_cast<ExitStatus>(bytes.front());
+    return report;
+}
+
+void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostream& out) {
+    if (reports.size() == 1) return print(Json::parse(reports.front()->json), out);
     Json files = Json::array();
-    for (const FileOutcome& outcome : outcomes) {
-        Json file = {{"file", outcome.input.string()}};
-        file.update(outcomeJson(outcome));
+    for (const auto& report : reports) {
+        Json file = {{"file", report->file}};
+        file.update(Json::parse(report->json));
         files.push_back(std::move(file));
     }
     print({{"files", std::move(files)}}, out);

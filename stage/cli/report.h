@@ -11,15 +11,17 @@ namespace cadencora::stage {
 // "31 items, 50304 keys, 120 frames per second" of a scene.
 std::string summary(const Scene& scene);
 
-// Messages, changes and the written file, for people.
-void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out);
+// Messages, changes and the written file for people; the toolbox's error messages, problems and
+// warnings, one line each; and all of it as JSON.
+FileReport reportOf(const FileOutcome& outcome, bool dryRun);
 
-// The toolbox's error messages, problems and warnings, one line each.
-void printErrors(const FileOutcome& outcome, std::ostream& out);
+// As bytes, for the way from one process to another.
+std::string packed(const FileReport& report);
+FileReport unpacked(std::string_view bytes);
 
 // {"steps": [...], "problems": [...]} for one file; {"files": [...]} with one such entry and the
 // file's name for each of several.
-void printJson(const std::vector<FileOutcome>& outcomes, std::ostream& out);
+void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostream& out);
 
 void printInfo(const Scene& scene, std::ostream& out);
 void printInfoJson(const Scene& scene, std::ostream& out);

@@ -1,125 +1,21 @@
 #include "stage/cli/run.h"
 
-#include "stage/base/text.h"
 #include "stage/cli/explore.h"
+#include "stage/cli/progress.h"
 #include "stage/cli/report.h"
+#include "stage/cli/run_file.h"
+#include "stage/cli/workers.h"
 #include "stage/formats/format.h"
-#include "stage/services/host.h"
+#include "stage/panels/recipe.h"
 
-#include <cmath>
 #include <iostream>
 #include <set>
+#include <thread>
+#include <unistd.h>
 
 namespace cadencora::stage {
 
 namespace {
-
-// Selects items and moves the time, as the step asks before its press.
-Result<> prepare(Host& host, const Step& step) {
-    const Scene& scene = host.scene();
-    if (step.select) {
-        std::vector<ItemId> items;
-        for (const std::string& name : *step.select) {
-            const ItemId item = scene.findItem(name);
-            if (item == ItemId::none)
-                return Problem{"no item is named " + inQuotes(name), inQuotes(step.press),
-                               scene.namesLike(name)};
-            items.push_back(item);
-        }
-        host.select(std::move(items));
-    }
-    if (step.time) {
-        const double whole = std::floor(*step.time);
-        host.mutableScene().currentTime = whole == *step.time
-                                              ? scene.rate.timeOf(static_cast<std::int64_t>(whole))
-                                              : *step.time / scene.rate.perSecond();
-        host.refreshRecords();
-    }
-    return done();
-}
-
-std::vector<Problem> collectProblems(Host& host) {
-    std::vector<Problem> problems = std::exchange(host.problems, {});
-    for (const Misuse& misuse : std::exchange(host.misuses, {}))
-        problems.push_back({"the plug-in misused a service: " + misuse.reason,
-                            misuse.service + "." + misuse.slot,
-                            {}});
-    return problems;
-}
-
-// Presses one button. False: the run of this file ends here.
-bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outcome) {
-    if (auto ready = prepare(host, step); !ready) {
-        outcome.problems.push_back(ready.problem());
-        outcome.status = exitUsage;
-        return false;
-    }
-    StepOutcome result{step.press, {}, {}, {}};
-    Result<> performed = done();
-    result.changes = host.event(
-        step.press, [&] { performed = user.perform(step); },
-        [&] { return performed.ok() && !user.sawError(); });
-    result.dialogs = user.dialogs();
-    result.messages = user.messages();
-    outcome.steps.push_back(std::move(result));
-
-    const auto problems = collectProblems(host);
-    outcome.problems.insert(outcome.problems.end(), problems.begin(), problems.end());
-    if (!performed) {
-        outcome.problems.push_back(performed.problem());
-        outcome.status = exitUsage;
-        return false;
-    }
-    if (user.sawError() || !problems.empty()) outcome.status = exitFailed;
-    return outcome.status == exitDone;
-}
-
-std::filesystem::path outputOf(const RunOptions& options, const std::filesystem::path& input) {
-    if (!options.outputFolder.empty()) return options.outputFolder / input.filename();
-    return options.output;
-}
-
-FileOutcome runFile(const RunOptions& options, const Module& module,
-                    const std::filesystem::path& input) {
-    FileOutcome outcome;
-    outcome.input = input;
-    const auto fail = [&](const Problem& problem) {
-        outcome.problems.push_back(problem);
-        outcome.status = exitFailed;
-    };
-    ReadOptions reading;
-    reading.rate = options.rate;
-    auto loaded = readScene(input, reading);
-    if (!loaded) {
-        fail(loaded.problem());
-        return outcome;
-    }
-    outcome.warnings = std::move(loaded->warnings);
-    outcome.summary = summary(loaded->scene);
-
-    ScriptedUser user(options.dryRun);
-    Host host(std::move(loaded->scene), user,
-              {.motionsDirectory = options.motionsFolder, .writeFiles = !options.dryRun});
-    user.lookAt(host.scene());
-    if (auto active = module.activate(&Host::lookup, Host::layoutGeneric()); !active) {
-        fail(active.problem());
-        return outcome;
-    }
-    for (const Step& step : options.steps)
-        if (!runStep(host, user, step, outcome)) return outcome;
-
-    const auto output = outputOf(options, input);
-    if (options.dryRun || output.empty()) return outcome;
-    auto written = writeScene(host.scene(), output);
-    if (!written) {
-        fail(written.problem());
-        return outcome;
-    }
-    outcome.written = output;
-    for (auto& warning : written->warnings)
-        outcome.warnings.push_back(std::move(warning));
-    return outcome;
-}
 
 // What can be known to go wrong with the outputs before any input is opened.
 Result<> checkOutputs(const RunOptions& options) {
@@ -138,6 +34,59 @@ Result<> checkOutputs(const RunOptions& options) {
 ExitStatus usageError(const Problem& problem) {
     std::cerr << "cadencora: " << problem.text() << "\n";
     return exitUsage;
+}
+
+// Prints the reports of the files in the order of the inputs, whichever is ready first.
+class Reports {
+public:
+    explicit Reports(const RunOptions& options)
+        : options_(options), ready_(options.inputs.size()) {}
+
+    void add(std::size_t input, FileReport report) {
+        if (report.status != exitDone && status_ != exitFailed) status_ = report.status;
+        ready_[input] = std::move(report);
+        for (; printed_ < ready_.size() && ready_[printed_]; ++printed_) {
+            std::cerr << ready_[printed_]->errors << std::flush;
+            if (options_.report == ReportForm::text) std::cout << ready_[printed_]->text;
+            std::cout << std::flush;
+        }
+    }
+
+    ExitStatus finish() const {
+        if (options_.report == ReportForm::json) printJson(ready_, std::cout);
+        return status_;
+    }
+
+private:
+    const RunOptions& options_;
+    std::vector<std::optional<FileReport>> ready_; // by input
+    std::size_t printed_ = 0;
+    ExitStatus status_ = exitDone;
+};
+
+// Each file is worked on in a process of its own, so that not even a crash stops the others.
+void runMany(const RunOptions& options, const Module& module, Reports& reports) {
+    Progress progress(std::cerr, isatty(STDERR_FILENO) != 0, options.inputs.size());
+    Workers workers;
+    workers.work = [&](std::size_t i) {
+        return packed(reportOf(runFile(options, module, options.inputs[i]), options.dryRun));
+    };
+    workers.started = [&](std::size_t i) { progress.started(options.inputs[i].string()); };
+    workers.ended = [&](std::size_t i, const Result<std::string>& answer) {
+        progress.finished(options.inputs[i].string());
+        if (answer) {
+            reports.add(i, unpacked(answer.value()));
+        } else {
+            FileOutcome outcome;
+            outcome.input = options.inputs[i];
+            outcome.problems = {answer.problem()};
+            outcome.status = exitFailed;
+            reports.add(i, reportOf(outcome, options.dryRun));
+        }
+        progress.show();
+    };
+    const std::size_t jobs = options.jobs > 0 ? options.jobs : std::thread::hardware_concurrency();
+    runWorkers(options.inputs.size(), std::max<std::size_t>(jobs, 1), workers);
 }
 
 } // namespace
@@ -166,20 +115,19 @@ ExitStatus run(const RunOptions& options) {
                 {"cannot make the output folder", options.outputFolder.string(), error.message()});
     }
 
-    std::vector<FileOutcome> outcomes;
-    ExitStatus status = exitDone;
-    for (const auto& input : options.inputs) {
-        if (options.inputs.size() > 1)
-            std::cerr << "[" << outcomes.size() + 1 << "/" << options.inputs.size() << "] "
-                      << input.string() << "\n";
-        outcomes.push_back(runFile(options, module.value(), input));
-        const FileOutcome& outcome = outcomes.back();
-        printErrors(outcome, std::cerr);
-        if (options.report == ReportForm::text) printText(outcome, options.dryRun, std::cout);
-        if (outcome.status != exitDone && status != exitFailed) status = outcome.status;
-    }
-    if (options.report == ReportForm::json) printJson(outcomes, std::cout);
-    return status;
+    if (!options.saveRecipe.empty())
+        if (auto saved = saveRecipe(options.saveRecipe, options.steps); !saved) {
+            std::cerr << "cadencora: " << saved.problem().text() << "\n";
+            return exitFailed;
+        }
+
+    Reports reports(options);
+    if (options.inputs.size() == 1)
+        reports.add(0,
+                    reportOf(runFile(options, module.value(), options.inputs[0]), options.dryRun));
+    else
+        runMany(options, module.value(), reports);
+    return reports.finish();
 }
 
 } // namespace cadencora::stage

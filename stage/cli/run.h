@@ -20,6 +20,8 @@ struct RunOptions {
     std::filesystem::path outputFolder; // keeps the inputs' file names; empty: none
     std::optional<FrameRate> rate;
     bool dryRun = false;
+    std::filesystem::path saveRecipe; // where the steps are written; empty: nowhere
+    std::size_t jobs = 1; // inputs worked on at a time; 0: as many as there are processors
     ReportForm report = ReportForm::text;
     std::filesystem::path plugin;
     std::filesystem::path motionsFolder; // of "Directory Info"
@@ -42,6 +44,13 @@ struct FileOutcome {
     std::vector<std::string> warnings;
     std::filesystem::path written; // empty: nothing
     ExitStatus status = exitDone;
+};
+
+// What is to be printed of one file.
+struct FileReport {
+    std::string file;
+    ExitStatus status = exitDone;
+    std::string text, errors, json; // of JSON an object
 };
 
 // Runs all files, prints the report on standard output and errors on standard error.

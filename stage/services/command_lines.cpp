@@ -106,12 +106,11 @@ std::string saveMotion(Host& host, std::string_view rest) {
     const auto path = motionPath(host, rest);
     if (!path) return path.problem().text();
     std::string text = itemMotionText(host.scene(), host.scene().selection.front());
-    if (!host.options().writeFiles) {
-        host.dryFiles[path.value()] = std::move(text);
-        return {};
-    }
-    const auto written = writeFile(path.value(), text);
-    return written ? std::string() : written.problem().text();
+    if (host.options().writeFiles)
+        if (auto written = writeFile(path.value(), text); !written) return written.problem().text();
+    host.savedMotionPath = path.value();
+    host.savedMotion = std::move(text);
+    return {};
 }
 
 // The channel of an item that a motion file means: its groups from the item down, then its name.
@@ -145,9 +144,8 @@ std::string loadMotion(Host& host, std::string_view rest) {
     if (host.scene().selection.empty()) return "nothing is selected";
     const auto path = motionPath(host, rest);
     if (!path) return path.problem().text();
-    const auto dry = host.dryFiles.find(path.value());
-    const auto text =
-        dry != host.dryFiles.end() ? Result<std::string>(dry->second) : readFile(path.value());
+    const auto text = path.value() == host.savedMotionPath ? Result<std::string>(host.savedMotion)
+                                                           : readFile(path.value());
     if (!text) return text.problem().text();
     const auto motion = parseItemMotion(text.value(), path.value().string());
     if (!motion) return motion.problem().text();

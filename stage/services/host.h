@@ -127,7 +127,11 @@ public:
     std::map<std::uintptr_t, LoadFile> loadFiles;
     std::uintptr_t nextFile = 1;
     std::map<std::filesystem::path, std::string> dryFiles; // what a dry run would have written
-    std::set<std::string, std::less<>> chosenDirectories;  // that a plug-in was told by a control
+    // The motion saved last, which is read back as it was saved: other processes may use the same
+    // scratch file at the same time.
+    std::filesystem::path savedMotionPath;
+    std::string savedMotion;
+    std::set<std::string, std::less<>> chosenDirectories; // that a plug-in was told by a control
     std::optional<ScratchFolder> scratch; // for motion files without a directory, once needed
 
     // Brings the data records of "LW Scene Info 6" and "LW Interface Info 7" up to date.

@@ -1,6 +1,10 @@
 #include "tests/stage/program.h"
+#include "stage/cli/progress.h"
+#include "stage/cli/workers.h"
 
+#include <csignal>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
 
 namespace cadencora::stage {
@@ -202,6 +206,122 @@ TEST_F(Program, info_convert_and_panels_tell_the_same_in_text_and_json) {
     EXPECT_EQ(panels["buttons"][1]["label"], "Destroy Keys");
     EXPECT_EQ(panels["buttons"][1]["dialogs"][0]["title"], "Select range and objects");
     EXPECT_EQ(panels["buttons"][0]["dialogs"].size(), 2u) << "the options behind the range";
+}
+
+TEST_F(Program, a_recipe_takes_the_same_steps_again_and_nothing_that_it_cannot) {
+    const fs::path recipe = folder / "steps.json", again = folder / "again.bvh";
+    const std::vector<std::string> steps = {
+        "--press", "Destroy Keys", "--select", "Hips",  "--time",  "1.5",
+        "--set",   "Start=1",      "--set",    "End=2", "--press", "Cycle (Bake) Keys",
+        "--set",   "Repeats=2",    "--answer", "no",    "--cancel"};
+    std::vector<std::string> first = {"run",           input.string(),  "-o",
+                                      output.string(), "--save-recipe", recipe.string()};
+    first.insert(first.end(), steps.begin(), steps.end());
+    ASSERT_EQ(run(first).status, 0);
+    const auto saved = nlohmann::json::parse(fileText(recipe));
+    EXPECT_EQ(saved["steps"][0],
+              nlohmann::json::parse(R"({"press": "Destroy Keys", "select": ["Hips"], "time": 1.5,
+                                        "set": ["Start=1", "End=2"]})"));
+    EXPECT_EQ(saved["steps"][1]["answers"], nlohmann::json({"no"}));
+    EXPECT_EQ(saved["steps"][1]["cancel"], true);
+    ASSERT_EQ(
+        run({"run", input.string(), "--recipe", recipe.string(), "-o", again.string()}).status, 0);
+    EXPECT_EQ(fileText(again), fileText(output));
+    EXPECT_NE(fileText(again), fileText(input));
+
+    // The command line may choose other items for the first step, and add steps.
+    const auto more = run({"run", input.string(), "--recipe", recipe.string(), "--select", "small",
+                           "--press", "Destroy Keys", "--report", "json"});
+    const auto report = nlohmann::json::parse(more.output)["steps"];
+    ASSERT_EQ(report.size(), 3u) << more.errors;
+    EXPECT_EQ(report[2]["press"], "Destroy Keys");
+
+    fs::remove(again);
+    const std::pair<const char*, const char*> wrong[] = {
+        {"{", "line 1"},
+        {R"({"cadencora": "scene", "version": 1, "steps": [{"press": "Destroy Keys"}]})", "recipe"},
+        {R"({"cadencora": "recipe", "version": 2, "steps": [{"press": "Destroy Keys"}]})",
+         "version"},
+        {R"({"cadencora": "recipe", "version": 1, "steps": []})", "steps"},
+        {R"({"cadencora": "recipe", "version": 1, "steps": [{"set": []}]})", "steps[0].press"},
+        {R"({"cadencora": "recipe", "version": 1, "steps": [{"press": "Destroy Keys", "sets": []}]})",
+         "steps[0].sets"},
+        {R"({"cadencora": "recipe", "version": 1,
+             "steps": [{"press": "Destroy Keys", "set": ["Start=1", "=2"]}]})",
+         "steps[0].set[1]"},
+        {R"({"cadencora": "recipe", "version": 1,
+             "steps": [{"press": "Destroy Keys"}, {"press": "Destroy Keys", "set": ["Strat=1"]}]})",
+         "Strat"},
+        {R"({"cadencora": "recipe", "version": 1, "steps": [{"press": "Destory Keys"}]})",
+         "Destroy Keys"}};
+    for (const auto& [text, word] : wrong) {
+        write(recipe, text);
+        const auto result =
+            run({"run", input.string(), "--recipe", recipe.string(), "-o", again.string()});
+        EXPECT_EQ(result.status, 2) << text;
+        EXPECT_NE(result.errors.find(word), std::string::npos) << word << "\n" << result.errors;
+        EXPECT_EQ(result.output, "");
+        EXPECT_FALSE(fs::exists(again));
+    }
+}
+
+TEST_F(Program, many_files_at_a_time_give_what_one_after_the_other_gives) {
+    std::vector<std::string> files;
+    for (int i = 0; i < 9; ++i) {
+        files.push_back((folder / ("take" + std::to_string(i) + ".bvh")).string());
+        write(files.back(), i == 4 ? "nonsense" : smallBvh);
+    }
+    std::string reports[2];
+    for (const std::string jobs : {"1", "4"}) {
+        const fs::path out = folder / ("out" + jobs);
+        std::vector<std::string> arguments = {
+            "run",           "--press",     "Node-to-Node Motion Copy",
+            "--set",         "Source=Hips", "--set",
+            "Target=Spine",  "--out-dir",   out.string(),
+            "--report",      "json",        "--motions",
+            folder.string(), "-j",          jobs};
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        const auto result = run(arguments);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.errors.find("take4.bvh:1: expected HIERARCHY"), std::string::npos);
+        EXPECT_NE(result.errors.find("[9/9] "), std::string::npos) << "a line per finished file";
+        reports[jobs == "4"] = result.output;
+        EXPECT_EQ(std::distance(fs::directory_iterator(out), {}), 8);
+        EXPECT_EQ(fileText(out / "take8.bvh"), fileText(out / "take0.bvh"));
+    }
+    EXPECT_EQ(reports[0], reports[1]) << "in the order of the inputs";
+    EXPECT_EQ(fileText(folder / "out1" / "take0.bvh"), fileText(folder / "out4" / "take0.bvh"));
+    EXPECT_NE(fileText(folder / "out1" / "take0.bvh"), smallBvh);
+}
+
+TEST(Workers, answer_whole_or_say_how_they_ended) {
+    const std::string big(300'000, 'x'); // more than a pipe holds
+    std::map<std::size_t, std::string> answers;
+    Workers workers;
+    std::size_t started = 0, ended = 0;
+    workers.work = [&](std::size_t piece) {
+        if (piece == 1) std::raise(SIGKILL);
+        if (piece == 2) _exit(7);
+        return piece == 3 ? big : std::to_string(piece);
+    };
+    workers.started = [&](std::size_t piece) {
+        EXPECT_EQ(piece, started++);
+        EXPECT_LE(started - ended, 2u);
+    };
+    workers.ended = [&](std::size_t piece, const Result<std::string>& answer) {
+        ++ended;
+        answers[piece] = answer ? answer.value() : answer.problem().text();
+    };
+    runWorkers(6, 2, workers);
+    EXPECT_EQ(answers.size(), 6u);
+    EXPECT_EQ(answers[0], "0");
+    EXPECT_NE(answers[1].find("signal 9"), std::string::npos);
+    EXPECT_NE(answers[2].find("status 7"), std::string::npos);
+    EXPECT_EQ(answers[3], big);
+    EXPECT_EQ(answers[5], "5");
+    EXPECT_EQ(remainingText(10, 0, 5), "");
+    EXPECT_EQ(remainingText(10, 2, 5), "about 0:15 left");
+    EXPECT_EQ(remainingText(4000, 1, 3), "about 2:13:20 left");
 }
 
 } // namespace
