@@ -13,6 +13,9 @@ target_include_directories(cadencora_flags INTERFACE ${PROJECT_SOURCE_DIR})
 if(CADENCORA_SANITIZE)
     target_compile_options(cadencora_flags INTERFACE -fsanitize=address,undefined
                            -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    if(CADENCORA_FUZZ)
+        target_compile_options(cadencora_flags INTERFACE -fsanitize=fuzzer-no-link)
+    endif()
     target_link_options(cadencora_flags INTERFACE -fsanitize=address,undefined)
 endif()
 

@@ -136,8 +136,8 @@ void getYXZrotations(float out[3], const Mat3* matrix) {
     out[0] = 0;
     out[1] = pitch;
     out[2] = std::atan2(r[2], r[5]);
-    const double aboveDown = static_cast<double>(pitch) + 1.5708;
-    if (aboveDown > -0.001 && aboveDown < 0.001) {
+    const double fromUp = static_cast<double>(pitch) + 1.5708;
+    if (fromUp > -0.001 && fromUp < 0.001) {
         out[0] = -out[0];
         out[1] = -out[1];
         out[2] = -out[2];

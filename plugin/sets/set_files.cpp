@@ -8,18 +8,21 @@ static void reportWriting(const char* path) {
     message->error("Failure to open file for writing", path);
 }
 
-std::FILE* openForReading(const char* path, const char* failure) {
+std::FILE* tryReading(const char* path) {
     std::FILE* file = std::fopen(path, "r");
-    if (file) {
-        // Some systems open a directory and only refuse to read it: one byte tells.
-        const int first = std::getc(file);
-        if (first == EOF && std::ferror(file)) {
-            std::fclose(file);
-            file = nullptr;
-        } else {
-            std::ungetc(first, file);
-        }
+    if (!file) return nullptr;
+    // Some systems open a directory and only refuse to read it: one byte tells.
+    const int first = std::getc(file);
+    if (first == EOF && std::ferror(file)) {
+        std::fclose(file);
+        return nullptr;
     }
+    std::ungetc(first, file);
+    return file;
+}
+
+std::FILE* openForReading(const char* path, const char* failure) {
+    std::FILE* file = tryReading(path);
     if (!file) message->error(failure, path);
     return file;
 }

@@ -10,6 +10,9 @@ namespace cadencora {
 
 constexpr int wordSize = 256; // bytes, with the closing zero
 
+// Null when the file cannot be opened or read. The caller closes the file.
+std::FILE* tryReading(const char* path);
+
 // Null when the file cannot be opened or read, which the user has then been told in the words of
 // `failure`. Paths are the host's file paths; the caller closes the file.
 std::FILE* openForReading(const char* path,

@@ -40,12 +40,15 @@ static bool motionPath(const host::ChannelInfo* channels, host::Group group, hos
     return length >= 0 && length < pathSize;
 }
 
-// Clears what lies a frame or more outside the range.
-static void clearOutside(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
-                         const ClipRange& range) {
+// Clears what lies a frame or more outside the range. The key at its start comes first, while the
+// curve still has the keys around it that give it its value there.
+static host::Key clipToRange(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
+                             const ClipRange& range) {
     constexpr double farTime = 100000.0; // seconds
+    const host::Key start = findOrCreateKey(envelopes, envelope, range.start);
     clearChannel(nullptr, envelopes, envelope, -farTime, range.before);
     clearChannel(nullptr, envelopes, envelope, range.after, farTime);
+    return start;
 }
 
 static void saveEnvelopeData(const MotionFiles& motion, host::Envelope envelope, const char* path) {
@@ -63,8 +66,7 @@ static bool saveOne(const MotionFiles& motion, host::Channel channel) {
         envelopes->createEnvelope(motion.group, "Temporary", host::floatEnvelope);
     if (!copy) return false;
     envelopes->copyEnvelope(copy, original);
-    clearOutside(envelopes, copy, motion.range);
-    findOrCreateKey(envelopes, copy, motion.range.start);
+    clipToRange(envelopes, copy, motion.range);
     char path[pathSize];
     if (motionPath(motion.channels, motion.group, channel, motion.directory, path))
         saveEnvelopeData(motion, copy, path);
@@ -81,10 +83,10 @@ static void copySetting(const MotionFiles& motion, host::Envelope to, host::Enve
 
 // The keys go to their own times: the range that was cleared is the range that is filled, so that
 // saving and loading a clip over the same frames changes nothing.
-static void copyRange(const MotionFiles& motion, host::Envelope to, host::Envelope from) {
+static void copyRange(const MotionFiles& motion, host::Envelope to, host::Envelope from,
+                      host::Key start) {
     const host::EnvelopeFuncs* envelopes = motion.envelopes;
-    host::Key key = findOrCreateKey(envelopes, from, motion.range.start);
-    for (; key; key = envelopes->nextKey(from, key)) {
+    for (host::Key key = start; key; key = envelopes->nextKey(from, key)) {
         double time = 0;
         double value = 0;
         getKeyData(envelopes, from, key, &time, &value);
@@ -101,11 +103,11 @@ static bool loadOne(const MotionFiles& motion, host::Channel channel) {
         return true;
     const host::Envelope loaded = loadEnvelopeData(envelopes, motion.files, motion.group, path);
     if (!loaded) return false;
-    clearOutside(envelopes, loaded, motion.range);
+    const host::Key start = clipToRange(envelopes, loaded, motion.range);
     clearChannel(nullptr, envelopes, target, motion.range.start, motion.range.end);
     copySetting(motion, target, loaded, host::behaviourBefore);
     copySetting(motion, target, loaded, host::behaviourAfter);
-    copyRange(motion, target, loaded);
+    copyRange(motion, target, loaded, start);
     envelopes->destroyEnvelope(loaded);
     return true;
 }

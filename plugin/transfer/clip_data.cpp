@@ -49,7 +49,7 @@ static bool fetchClipServices(ClipServices* services) {
     return services->items && services->interfaceInfo && services->directories && services->scene;
 }
 
-// False if the user cancels, or there is no panel to ask on.
+// False if the user cancels or names none, or there is no panel to ask on.
 static bool askDirectory(const ClipCommand& command, host::DirInfo directories,
                          char (&directory)[pathSize]) {
     const host::Panel panel = createPanel(command.directoryTitle);
@@ -58,8 +58,7 @@ static bool askDirectory(const ClipCommand& command, host::DirInfo directories,
     host::Control* control = addPathControl(panel, host::dirControl, command.directoryLabel, 50);
     setPathText(control, motions ? motions : "[Some Directory with Motion Files]");
     if (!runPanel(panel)) return false;
-    readPath(control, directory);
-    return true;
+    return readPath(control, directory);
 }
 
 // "words path"; where the two do not fit, the middle of the path becomes "...".
@@ -108,7 +107,7 @@ static void runClip(const ClipCommand& command, ToolState* state) {
         if (countLongPaths(services.channels, group, directory) > 0)
             addLeftOut(&tooLong, services.items->itemName(item), nullptr);
     });
-    reportLeftOut(tooLong, "Items passed over, as the paths of their files are too long");
+    reportLeftOut(tooLong, "Items with files passed over, as their paths are too long");
     if (command.saves) reportTwins(services, state);
 
     char where[256], frames[256];

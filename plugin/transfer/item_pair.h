@@ -20,7 +20,8 @@ struct ItemPair {
 // Adds "Source" and "Target".
 PairControls addPairControls(host::Panel panel);
 
-// Collects the item table anew and chooses its first two items, as far as there are any.
+// Collects the item table anew, unless a loaded list is in use, and chooses its first two items, as
+// far as there are any.
 void presetPair(const PairControls& controls, ToolState* state);
 
 // False where one of them names no item, which the user has then been told.

@@ -120,7 +120,7 @@ static void saveItem(FrameSaving* saving, host::Item item) {
 
 // Whether the file is not there, or the user wants it replaced.
 static bool mayWrite(const char* path) {
-    std::FILE* file = std::fopen(path, "r");
+    std::FILE* file = tryReading(path);
     if (!file) return true;
     std::fclose(file);
     return message->yesNo("Cadencora warning", "Overwrite existing file?", path) != 0;

@@ -157,6 +157,17 @@ ScratchFolder::~ScratchFolder() {
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
 }
 
+Result<> checkWritable(const std::filesystem::path& path) {
+    const auto fail = [&](std::string detail) {
+        return Problem{"cannot write the file", path.string(), std::move(detail)};
+    };
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) return fail("it is a directory");
+    const auto place = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
+    if (access(place.c_str(), W_OK) != 0) return fail(reason(errno));
+    return done();
+}
+
 Result<> writeFile(const std::filesystem::path& path, std::string_view bytes) {
     auto file = AsideFile::create(path);
     if (!file) return file.problem();

@@ -66,6 +66,9 @@ private:
     std::filesystem::path path_;
 };
 
+// What would keep a file from being written there, as far as can be known without trying.
+Result<> checkWritable(const std::filesystem::path& path);
+
 // Writes a whole file aside and renames it.
 Result<> writeFile(const std::filesystem::path& path, std::string_view bytes);
 

@@ -33,8 +33,8 @@ void Progress::show() {
 
 std::string remainingText(double elapsedSeconds, std::size_t finished, std::size_t total) {
     if (finished == 0) return {};
-    const double left = elapsedSeconds / static_cast<double>(finished) *
-                        static_cast<double>(total - finished);
+    const double left =
+        elapsedSeconds / static_cast<double>(finished) * static_cast<double>(total - finished);
     const long long seconds = std::llround(std::ceil(left));
     char text[64];
     if (seconds >= 3600)

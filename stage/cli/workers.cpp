@@ -59,15 +59,16 @@ Result<Worker> startWorker(const Workers& workers, std::size_t piece) {
 Result<std::string> endWorker(Worker& worker) {
     close(worker.pipe);
     int status = 0;
-    while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR) {}
+    while (waitpid(worker.process, &status, 0) < 0 && errno == EINTR) {
+    }
     if (!worker.answer.empty() && worker.answer.back() == '!') {
         worker.answer.pop_back();
         return std::move(worker.answer);
     }
     const std::string how =
-        WIFSIGNALED(status) ? "by signal " + std::to_string(WTERMSIG(status)) + ", " +
-                                  strsignal(WTERMSIG(status))
-                            : "with status " + std::to_string(WEXITSTATUS(status));
+        WIFSIGNALED(status)
+            ? "by signal " + std::to_string(WTERMSIG(status)) + ", " + strsignal(WTERMSIG(status))
+            : "with status " + std::to_string(WEXITSTATUS(status));
     return Problem{"the process that worked on it ended early", {}, how};
 }
 

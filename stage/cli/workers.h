@@ -12,8 +12,8 @@
 namespace cadencora::stage {
 
 struct Workers {
-    std::function<std::string(std::size_t piece)> work;     // in a process of its own
-    std::function<void(std::size_t piece)> started;         // here, in order
+    std::function<std::string(std::size_t piece)> work; // in a process of its own
+    std::function<void(std::size_t piece)> started;     // here, in order
     // Here, as they end: what `work` answered, or how its process came to an early end.
     std::function<void(std::size_t piece, Result<std::string>)> ended;
 };

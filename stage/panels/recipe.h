@@ -1,4 +1,5 @@
-// Steps as text: recipe files, which keep steps to be taken again, and settings as people type them.
+// Steps as text: recipe files, which keep steps to be taken again, and settings as people type
+// them.
 //
 // Calls stage/base and the steps of the scripted user. A recipe is a JSON object:
 //   {"cadencora": "recipe", "version": 1, "steps": [

@@ -23,7 +23,8 @@ public:
 
 private:
     std::optional<ScratchFolder> folder_; // once needed
-    std::map<std::string, std::string> copies_;
+    std::map<std::filesystem::path, std::string> copies_;
+    std::map<std::string, std::string> named_; // by the copy: the path as the user wrote it first
 };
 
 } // namespace cadencora::stage

@@ -106,8 +106,9 @@ std::string saveMotion(Host& host, std::string_view rest) {
     const auto path = motionPath(host, rest);
     if (!path) return path.problem().text();
     std::string text = itemMotionText(host.scene(), host.scene().selection.front());
-    if (host.options().writeFiles)
-        if (auto written = writeFile(path.value(), text); !written) return written.problem().text();
+    const auto written =
+        host.options().writeFiles ? writeFile(path.value(), text) : checkWritable(path.value());
+    if (!written) return written.problem().text();
     host.savedMotionPath = path.value();
     host.savedMotion = std::move(text);
     return {};

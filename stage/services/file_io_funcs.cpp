@@ -33,6 +33,9 @@ host::SaveState openSave(Host& host, std::string_view text, int mode) {
             return nullptr;
         }
         save.file = std::move(file.value());
+    } else if (auto writable = checkWritable(save.path); !writable) {
+        host.report(writable.problem());
+        return nullptr;
     }
     const std::uintptr_t handle = host.nextFile++;
     host.saveFiles.emplace(handle, std::move(save));

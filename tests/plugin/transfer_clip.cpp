@@ -131,6 +131,7 @@ TEST_F(Clip, keeps_a_key_at_its_start_and_what_lies_less_than_a_frame_outside) {
     Rig rig(std::move(scene));
     rig.activate();
     fill(rig.curve("Box", "Position.X"), {{0, 0}, {0.28125, 1}, {0.40625, 3}, {1, 9}});
+    fill(rig.curve("Box", "Position.Y"), {{0, 0}, {4, 64}}); // none in the range
     const ItemId box = rig.item("Box");
     const auto transfer = [&](auto routine, int start, int end) {
         int result = -1;
@@ -149,6 +150,7 @@ TEST_F(Clip, keeps_a_key_at_its_start_and_what_lies_less_than_a_frame_outside) {
     const std::string key = "\n0.3125 1.5 1\n";
     EXPECT_NE(text.find(key), text.npos) << "on the curve: " << text;
     EXPECT_EQ(transfer(loadChannel, 5, 6), 1);
+    EXPECT_EQ(rig.keys("Box", "Position.Y"), (Keys{{0, 0}, {0.3125, 5}, {4, 64}}));
     EXPECT_EQ(rig.keys("Box", "Position.X"),
               (Keys{{0, 0}, {0.28125, 1}, {0.3125, 1.5}, {0.40625, 3}, {1, 9}}));
 
@@ -240,7 +242,7 @@ TEST_F(Clip, says_what_it_could_not_do_justice_to) {
     const Texts said = rig.user.said();
     ASSERT_EQ(said.size(), 3u);
     EXPECT_TRUE(said[0].starts_with(
-        "info: Items passed over, as the paths of their files are too long: 12 / Hero, "));
+        "info: Items with files passed over, as their paths are too long: 12 / Hero, "));
     EXPECT_EQ(said[1], "info: Items whose name another one has, and thus the same files: 1 / Hips");
     EXPECT_NE(said[2].find("..."), std::string::npos);
     EXPECT_LE(said[2].find(" / "), 255u + 6) << "the line fits, with the middle cut out";

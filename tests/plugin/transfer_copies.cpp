@@ -89,6 +89,14 @@ TEST_F(Copies, start_with_the_first_two_affected_items_and_need_both) {
                             "SelectItem Cam", "LoadMotion temporary_motion_PLEASE_DELETE.mot"}));
 }
 
+TEST_F(Copies, a_loaded_list_outlasts_a_copy) {
+    const std::string list = writeText("two.lw_items", "Sun Lid");
+    perform("Destroy Keys", {{"Affected Objects/Load", list}}, Reply::no);
+    perform(motionCopy, {{"Target", "Cam"}});
+    EXPECT_EQ(lines[0], "SelectItem Sun") << "the list's first item";
+    EXPECT_EQ(names(state()), (Texts{"Sun", "Lid"}));
+}
+
 TEST_F(Copies, a_motion_copy_pairs_two_families_by_place_as_far_as_both_reach) {
     // Hips (Spine (Head), Leg) onto Tail (Mid, End): the leg has no counterpart.
     Scene& scene = host.mutableScene();

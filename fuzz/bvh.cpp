@@ -1,0 +1,10 @@
+#include "stage/formats/bvh.h"
+#include "fuzz/reading.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace cadencora::stage;
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const auto loaded = readBvh(text, "input.bvh", fuzzOptions());
+    if (loaded) checkScene(loaded.value().scene);
+    return 0;
+}

@@ -1,0 +1,17 @@
+#include "stage/formats/motion_file.h"
+#include "fuzz/reading.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace cadencora::stage;
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    if (const auto envelope = parseEnvelope(text, "input.mot")) {
+        checkCurve(envelope.value());
+        const auto again = parseEnvelope(envelopeText(envelope.value()), "again.mot");
+        require(again.ok(), "what was written is read");
+        require(envelopeText(again.value()) == envelopeText(envelope.value()), "and is the same");
+    }
+    if (const auto motion = parseItemMotion(text, "input.mot"))
+        for (const auto& channel : motion.value().channels)
+            checkCurve(channel.envelope);
+    return 0;
+}
