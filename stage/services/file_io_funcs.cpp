@@ -18,6 +18,12 @@ void requireMode(int mode) {
     if (mode != host::motionFileMode) throw MisuseError{"file mode " + std::to_string(mode)};
 }
 
+// One name for a file, however its path is written.
+std::filesystem::path dryName(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::weakly_canonical(path, ignored);
+}
+
 host::SaveState openSave(Host& host, std::string_view text, int mode) {
     requireMode(mode);
     auto path = resolvePath(text, host.chosenDirectories);
@@ -48,7 +54,7 @@ void closeSave(Host& host, host::SaveState state) {
     SaveFile save = std::move(found->second);
     host.saveFiles.erase(found);
     if (!save.file) {
-        host.dryFiles[save.path] = std::move(save.text);
+        host.dryFiles[dryName(save.path)] = std::move(save.text);
         return;
     }
     save.file->write(save.text);
@@ -58,7 +64,7 @@ void closeSave(Host& host, host::SaveState state) {
 }
 
 Result<std::string> motionText(Host& host, const std::filesystem::path& path) {
-    const auto dry = host.dryFiles.find(path);
+    const auto dry = host.dryFiles.find(dryName(path));
     if (dry != host.dryFiles.end()) return dry->second;
     return readFile(path);
 }
