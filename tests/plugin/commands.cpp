@@ -1,5 +1,6 @@
 // The commands as a host runs them: through the loaded module, by pressing their buttons.
 
+#include "stage/scene/transform.h"
 #include "tests/plugin/rig.h"
 
 #include <ctime>
@@ -113,8 +114,15 @@ TEST_F(Commands, dissolve_keys_objects_alone_and_gives_them_the_channel_they_lac
             for (auto key = curve(name, "Dissolve").keys.begin(); key; key.advance())
                 EXPECT_EQ(key.shape(), Shape::hold);
         }
-        for (const char* name : {"Hips", "Sun", "Cam"})
+        const bool hides = row.startValue == 1;
+        for (const double time : {0.0, 1.99})
+            EXPECT_EQ(isHidden(host.scene(), item("Lid"), time), hides);
+        EXPECT_EQ(isHidden(host.scene(), item("Lid"), 2), !hides);
+        EXPECT_FALSE(isHidden(host.scene(), item("Hero"), 1)) << "0.75 is not gone";
+        for (const char* name : {"Hips", "Sun", "Cam"}) {
             EXPECT_EQ(dissolve(name), EnvelopeId::none) << name;
+            EXPECT_FALSE(isHidden(host.scene(), item(name), 0));
+        }
         EXPECT_EQ(changes.channelsAdded.size(), 3u);
         EXPECT_EQ(host.scene().selection, std::vector{item("Lid")}) << "the last that lacked it";
         host.undo();
