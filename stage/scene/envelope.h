@@ -23,7 +23,7 @@ struct Envelope {
     double rest = 0; // the value while there is no key
     Behaviour before = Behaviour::constant;
     Behaviour after = Behaviour::constant;
-    std::uint64_t keptBy = 0; // the serial number of the EditScope that keeps a copy; see there
+    std::uint64_t keptBy = 0; // the serial number of the open EditScope that keeps a copy, or 0
 
     // The curve's value at a finite time in seconds.
     double evaluate(double time) const;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <bit>
 #include <cassert>
 #include <unordered_map>
 
@@ -10,38 +9,49 @@ namespace cadencora::stage {
 
 namespace {
 
-bool sameBits(double a, double b) {
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-
 // Walks both states of an envelope together, in order of time.
 ChannelChange compare(const Envelope& before, const Envelope& after) {
     ChannelChange change;
     change.settingsChanged = before.before != after.before || before.after != after.after ||
-                             !sameBits(before.rest, after.rest);
+                             !identical(before.rest, after.rest);
     const auto touched = [&](double time) {
         if (change.keys() == 0) change.firstTime = time;
         change.lastTime = time;
     };
     auto old = before.keys.begin(), now = after.keys.begin();
-    while (old || now) {
-        if (old && now && skipSameKeys(old, now)) continue;
-        if (!now || (old && old.time() < now.time())) {
-            touched(old.time());
+    const auto step = [](auto& cursor) {
+        cursor.advance();
+        return static_cast<bool>(cursor);
+    };
+    bool both = old && now;
+    while (both) {
+        const double was = old.time(), is = now.time();
+        if (was < is) {
+            touched(was);
             ++change.keysRemoved;
-            old.advance();
-        } else if (!old || now.time() < old.time()) {
-            touched(now.time());
+            both = step(old);
+        } else if (is < was) {
+            touched(is);
             ++change.keysAdded;
-            now.advance();
+            both = step(now);
+        } else if (sameKey(old, now)) {
+            skipSameKeys(old, now);
+            both = old && now;
         } else {
-            if (!sameKey(old, now)) {
-                touched(now.time());
-                ++change.keysChanged;
-            }
+            touched(is);
+            ++change.keysChanged;
             old.advance();
             now.advance();
+            both = old && now;
         }
+    }
+    for (; old; old.advance()) {
+        touched(old.time());
+        ++change.keysRemoved;
+    }
+    for (; now; now.advance()) {
+        touched(now.time());
+        ++change.keysAdded;
     }
     return change;
 }
@@ -138,6 +148,8 @@ void Journal::removeWorkingCopies(EditScope& scope) {
 
 ChangeReport Journal::commit(EditScope&& scope) {
     removeWorkingCopies(scope);
+    for (const auto& copy : scope.entry_.envelopes)
+        scope.scene_.mutableEnvelope(copy.id).keptBy = 0;
     ChangeReport report = scope.report();
     if (!report.empty()) {
         coverLastKeys(scope.scene_, report);

@@ -1,17 +1,27 @@
 // A run of up to 128 neighbouring keys of an envelope, each attribute in an array of its own.
 //
 // Part of the key store, which alone uses it. A block has one gap among its slots: an edit at the
-// gap moves nothing, and the gap follows the edits.
+// gap moves nothing, and the gap follows the edits. Copies of a store share the arrays until a key
+// in them is edited; where the gap lies, and the handles, are each store's own.
 #pragma once
 
 #include "stage/scene/key.h"
 
 #include <bit>
 #include <memory>
+#include <utility>
 
 namespace cadencora::stage {
 
-struct KeyBlock {
+constexpr std::uint64_t bitsOf(double number) {
+    return std::bit_cast<std::uint64_t>(number);
+}
+constexpr bool identical(double a, double b) {
+    return bitsOf(a) == bitsOf(b);
+}
+
+// The arrays of a block. What lies in slots without a key is of no account.
+struct KeyColumns {
     static constexpr int capacity = 128;
     template <class T>
     using Column = std::array<T, capacity>;
@@ -19,36 +29,19 @@ struct KeyBlock {
         std::array<std::unique_ptr<Column<double>>, parameterCount> columns; // null: all zero
     };
 
-    // Slots [0, gapBegin) and [gapEnd(), capacity) hold keys, in order of time.
-    int count = 0;
-    int gapBegin = 0;
-    KeyBlock* previous = nullptr;
-    KeyBlock* next = nullptr;
-    double separator = 0;                   // see KeyStore
-    std::unique_ptr<Parameters> parameters; // null: all zero
     Column<double> time;
     Column<double> value;
-    Column<std::uint32_t> entry; // the key's handle entry + 1; 0: no handle was asked for
     Column<Shape> shape;
-
-    // The order of keys by index, 0 to count - 1, and the slots where they lie.
-    int gapEnd() const { return gapBegin + capacity - count; }
-    int slotOf(int index) const { return index < gapBegin ? index : index + capacity - count; }
-    int indexOf(int slot) const { return slot < gapBegin ? slot : slot - (capacity - count); }
-    int firstSlot() const { return slotOf(0); }
-    int lastSlot() const { return slotOf(count - 1); }
-    double timeAt(int index) const { return time[at(slotOf(index))]; }
+    std::uint32_t owners = 1;
+    std::unique_ptr<Parameters> parameters; // null: all zero
+    KeyColumns* nextFree = nullptr;         // of columns that wait for re-use
 
     double parameter(int slot, std::size_t which) const {
         if (!parameters) return 0;
         const auto& column = parameters->columns[which];
-        return column ? (*column)[at(slot)] : 0;
+        return column ? (*column)[static_cast<std::size_t>(slot)] : 0;
     }
-    void setParameter(int slot, std::size_t which, double number) {
-        const bool zero = std::bit_cast<std::uint64_t>(number) == 0;
-        if (!parameters && zero) return;
-        column(which)[at(slot)] = number;
-    }
+    bool hasColumn(std::size_t which) const { return parameters && parameters->columns[which]; }
     // The column of a parameter, made and zeroed where it was all zero.
     Column<double>& column(std::size_t which) {
         if (!parameters) parameters = std::make_unique<Parameters>();
@@ -56,20 +49,92 @@ struct KeyBlock {
         if (!column) column = std::make_unique<Column<double>>();
         return *column;
     }
-    bool hasColumn(std::size_t which) const { return parameters && parameters->columns[which]; }
+};
 
+// One owner's hold on columns. Copying shares them; the count is for one thread alone.
+class SharedColumns {
+public:
+    SharedColumns(); // fresh ones, their parameters all zero, the rest not set
+    SharedColumns(const SharedColumns& other) noexcept : columns_(other.columns_) {
+        ++columns_->owners;
+    }
+    SharedColumns& operator=(SharedColumns other) noexcept {
+        std::swap(columns_, other.columns_);
+        return *this;
+    }
+    ~SharedColumns() {
+        if (--columns_->owners == 0) giveBack(columns_);
+    }
+    bool shared() const { return columns_->owners > 1; }
+    const KeyColumns* operator->() const { return columns_; }
+    const KeyColumns& operator*() const { return *columns_; }
+    KeyColumns& forEditing() { return *columns_; } // only where they are not shared
+    bool operator==(const SharedColumns&) const = default;
+
+private:
+    static void giveBack(KeyColumns* columns);
+    KeyColumns* columns_;
+};
+
+struct KeyBlock {
+    static constexpr int capacity = KeyColumns::capacity;
+    using Links = KeyColumns::Column<std::uint32_t>;
+
+    // Slots [0, gapBegin) and [gapEnd(), capacity) hold keys, in order of time.
+    int count = 0;
+    int gapBegin = 0;
+    SharedColumns columns;
+    std::unique_ptr<Links> links; // per slot: handle entry + 1, or 0; null: no handle asked for
+    KeyBlock* previous = nullptr;
+    KeyBlock* next = nullptr;
+    double separator = 0; // see KeyStore
+
+    KeyBlock() = default;
+    // For a copy of the store: shares the columns; handles and neighbours stay with the original.
+    KeyBlock(const KeyBlock& other)
+        : count(other.count), gapBegin(other.gapBegin), columns(other.columns),
+          separator(other.separator) {}
+    KeyBlock& operator=(const KeyBlock&) = delete;
+
+    // The order of keys by index, 0 to count - 1, and the slots where they lie.
+    int gapEnd() const { return gapBegin + capacity - count; }
+    int slotOf(int index) const { return index < gapBegin ? index : index + capacity - count; }
+    int indexOf(int slot) const { return slot < gapBegin ? slot : slot - (capacity - count); }
+    int firstSlot() const { return slotOf(0); }
+    int lastSlot() const { return slotOf(count - 1); }
+    double timeAt(int index) const { return columns->time[at(slotOf(index))]; }
+
+    // The columns for writing; every write goes through here. The block's own copy is made first
+    // where another store has them too.
+    KeyColumns& edit() {
+        if (columns.shared()) [[unlikely]]
+            takeOwnColumns();
+        return columns.forEditing();
+    }
+    Links& linksMade() {
+        if (!links) links = std::make_unique<Links>();
+        return *links;
+    }
+    void setParameter(int slot, std::size_t which, double number) {
+        if (identical(number, 0) && !columns->hasColumn(which)) return;
+        edit().column(which)[at(slot)] = number;
+    }
     // A new key without a handle; its parameters are zero.
-    void put(int slot, double newTime, double newValue, Shape newShape) {
-        time[at(slot)] = newTime;
-        value[at(slot)] = newValue;
-        shape[at(slot)] = newShape;
-        entry[at(slot)] = 0;
-        if (!parameters) return;
-        for (auto& column : parameters->columns)
+    void put(int slot, double time, double value, Shape shape) {
+        KeyColumns& own = edit();
+        own.time[at(slot)] = time;
+        own.value[at(slot)] = value;
+        own.shape[at(slot)] = shape;
+        if (links) (*links)[at(slot)] = 0;
+        if (!own.parameters) return;
+        for (auto& column : own.parameters->columns)
             if (column) (*column)[at(slot)] = 0;
     }
 
     static std::size_t at(int slot) { return static_cast<std::size_t>(slot); }
+
+private:
+    void takeOwnColumns();
 };
 
 } // namespace cadencora::stage

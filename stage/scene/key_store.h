@@ -2,11 +2,13 @@
 //
 // Keys lie in blocks of up to 128, each attribute in an array of its own, with one movable gap per
 // block: edits next to each other cost a few moves, whatever the length of the curve. Attributes 3
-// to 9 take memory only in blocks where one of them is not zero.
+// to 9 take memory only in blocks where one of them is not zero. A copy shares the arrays with its
+// original: a block's are copied when one of the two edits a key in them.
 //
 // Costs: next, and find, insert or erase near the last place touched: constant. Elsewhere:
-// logarithmic, plus at most one block of moves. Memory: 21 bytes per key in full blocks, 8 more per
-// attribute in use, 16 more per key for which a handle was asked.
+// logarithmic, plus at most one block of moves. A copy: a few words per block. Memory: 18 bytes per
+// key in full blocks, 8 more per attribute in use, 16 more per key for which a handle was asked and
+// 4 more per key of such a key's block.
 //
 // Not thread-safe, reading included: the last place looked at is remembered.
 #pragma once
@@ -30,10 +32,10 @@ public:
     public:
         Cursor() = default;
         explicit operator bool() const { return block_ != nullptr; }
-        double time() const { return block_->time[Block::at(slot_)]; }
-        double value() const { return block_->value[Block::at(slot_)]; }
-        Shape shape() const { return block_->shape[Block::at(slot_)]; }
-        double parameter(Parameter which) const { return block_->parameter(slot_, which); }
+        double time() const { return block_->columns->time[Block::at(slot_)]; }
+        double value() const { return block_->columns->value[Block::at(slot_)]; }
+        Shape shape() const { return block_->columns->shape[Block::at(slot_)]; }
+        double parameter(Parameter which) const { return block_->columns->parameter(slot_, which); }
         KeyData data() const;
         void advance() { // past the last key: none
             if (++slot_ == block_->gapBegin) slot_ = block_->gapEnd();
@@ -44,17 +46,24 @@ public:
         void stepBack(); // before the first key: none
 
         // True where every attribute of the two keys has the same bits.
-        friend bool sameKey(const Cursor& a, const Cursor& b);
+        friend bool sameKey(const Cursor& a, const Cursor& b) {
+            const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
+            const auto i = KeyBlock::at(a.slot_), j = KeyBlock::at(b.slot_);
+            return identical(x.time[i], y.time[j]) && identical(x.value[i], y.value[j]) &&
+                   x.shape[i] == y.shape[j] &&
+                   ((!x.parameters && !y.parameters) || sameParameters(a, b));
+        }
 
-        // Steps both cursors over a run of keys that are the same to the bit; false where there is
-        // none to be had in one go. Makes comparing two curves that are mostly alike cheap.
-        friend bool skipSameKeys(Cursor& a, Cursor& b);
+        // Steps both cursors, which stand on keys that are the same to the bit, over these and the
+        // same ones behind, as far as can be told in one go. Free where stores share the arrays.
+        friend void skipSameKeys(Cursor& a, Cursor& b);
 
     private:
         friend class KeyStore;
         int runLength() const { // of slots with keys from here on
             return (slot_ < block_->gapBegin ? block_->gapBegin : Block::capacity) - slot_;
         }
+        static bool sameParameters(const Cursor& a, const Cursor& b);
         Cursor(const Block* block, int slot) : block_(block), slot_(slot) {}
         const Block* block_ = nullptr;
         int slot_ = 0;
@@ -69,7 +78,7 @@ public:
 
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
-    std::size_t bytes() const; // memory held, for reports and tests
+    std::size_t bytes() const; // memory held, shared arrays too; for reports and tests
 
     // Reading without handles.
     Cursor begin() const;
@@ -78,7 +87,19 @@ public:
 
     // Handles. Asking for a key's handle again gives the same one.
     KeyHandle first();
-    KeyHandle next(KeyHandle key);   // the key must be valid
+    KeyHandle next(KeyHandle key); // the key must be valid
+    // The same where it takes no memory; false: not done, as it would take some, or there is none.
+    bool nextInPlace(Cursor key, KeyHandle& result) {
+        key.advance();
+        if (!key || !key.block_->links) return false;
+        std::uint32_t& link = (*key.block_->links)[Block::at(key.slot_)];
+        if (link == 0) {
+            if (freeEntry_ == 0) return false;
+            link = takeEntry(&mutableBlock(key), key.slot_);
+        }
+        result = handleOf(link);
+        return true;
+    }
     KeyHandle find(double time);     // the key that stands exactly at the time
     Cursor at(KeyHandle key) const { // none where the handle is no key's of this store
         const std::uint64_t word = static_cast<std::uint64_t>(key);
@@ -97,13 +118,26 @@ public:
     void erase(KeyHandle key);
     // The cursor must be of this store and up to date.
     void setValue(Cursor key, double value) {
-        mutableBlock(key).value[Block::at(key.slot_)] = value;
+        mutableBlock(key).edit().value[Block::at(key.slot_)] = value;
     }
     void setShape(Cursor key, Shape shape) {
-        mutableBlock(key).shape[Block::at(key.slot_)] = shape;
+        mutableBlock(key).edit().shape[Block::at(key.slot_)] = shape;
     }
     void setParameter(Cursor key, Parameter which, double value) {
         mutableBlock(key).setParameter(key.slot_, which, value);
+    }
+    // The same where it takes no memory; false: not done, as it would take some. What most edits
+    // are.
+    bool setValueInPlace(Cursor key, double value) {
+        return setInPlace(key, value, [](KeyColumns& own) { return &own.value; });
+    }
+    bool setShapeInPlace(Cursor key, Shape shape) {
+        return setInPlace(key, shape, [](KeyColumns& own) { return &own.shape; });
+    }
+    bool setParameterInPlace(Cursor key, Parameter which, double value) {
+        if (!key.block_->columns->hasColumn(which)) return identical(value, 0); // which it is
+        return setInPlace(key, value,
+                          [=](KeyColumns& own) { return own.parameters->columns[which].get(); });
     }
     // Moves a key, with its handle; refused (false) where another key stands at the time.
     bool setTime(KeyHandle key, double time);
@@ -118,24 +152,49 @@ private:
         Block* block;
         int index;
     };
-    struct Entry { // what a handle leads to
+    // What a handle leads to. One out of use has no block, the serial number 0, and the next such
+    // one (its place + 1) for a slot.
+    struct Entry {
         Block* block = nullptr;
         std::uint32_t serial = 0;
         std::uint32_t slot = 0;
+
+        void moveTo(Block* newBlock, std::size_t newSlot) {
+            block = newBlock;
+            slot = static_cast<std::uint32_t>(newSlot);
+        }
     };
 
     Place lowerBound(double time) const;
+    Place search(double time) const; // the same, wherever the last place was
     Block* blockFor(double time) const;
     KeyHandle handleAt(Block* block, int slot);
-    // An entry out of use has the serial number 0 and no block.
+    KeyHandle handleOf(std::uint32_t link) const {
+        return static_cast<KeyHandle>((std::uint64_t{entries_[link - 1].serial} << 32) | link);
+    }
+    void makeEntries();
+    std::uint32_t takeEntry(Block* block, int slot) { // there must be one out of use
+        const std::uint32_t link = freeEntry_;
+        Entry& entry = entries_[link - 1];
+        freeEntry_ = entry.slot;
+        entry = {block, nextSerial_, static_cast<std::uint32_t>(slot)};
+        if (++nextSerial_ == 0) nextSerial_ = 1;
+        return link;
+    }
     Entry& entryOf(KeyHandle key) {
         assert(valid(key));
         return entries_[(static_cast<std::uint64_t>(key) & 0xffffffffu) - 1];
     }
     static Block& mutableBlock(Cursor key) { return *const_cast<Block*>(key.block_); }
+    template <class T, class Column>
+    static bool setInPlace(Cursor key, T content, Column column) {
+        Block& block = mutableBlock(key);
+        if (block.columns.shared()) return false;
+        (*column(block.columns.forEditing()))[Block::at(key.slot_)] = content;
+        return true;
+    }
     int openSlot(Place place, double time);
     void moveGap(Block& block, int index);
-    void moveKey(Block& from, int fromSlot, Block& to, int toSlot); // without its parameters
     void moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int count);
     void eraseSlot(Block& block, int slot);
     Block* addBlockAfter(Block* block, double separator);
@@ -152,7 +211,7 @@ private:
     std::vector<double> separators_;
     std::vector<Block*> blocks_;
     std::vector<Entry> entries_;
-    std::vector<std::uint32_t> freeEntries_;
+    std::uint32_t freeEntry_ = 0; // the first one out of use, its place + 1
     std::uint32_t nextSerial_;
     mutable Place finger_{nullptr, 0}; // the last place looked at
 };

@@ -151,6 +151,69 @@ int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void*
     return 1;
 }
 
+// The quick ways of the three calls that walks and copies consist of. Handles are checked as ever:
+// the envelope's is the last one that passed, the key's is looked up.
+struct KnownKey {
+    Envelope* envelope = nullptr;
+    KeyStore::Cursor cursor; // none: not to be had quickly
+};
+
+[[gnu::always_inline]] inline KnownKey knownKey(Host& host, host::Envelope raw, host::Key key) {
+    const LastEnvelope& last = host.lastEnvelope;
+    if (raw != last.handle || !last.envelope) return {};
+    return {last.envelope, last.envelope->keys.at(Wire<KeyHandle>::in(host, key))};
+}
+
+bool isParameter(int attribute) {
+    return attribute >= host::keyParameterFirst && attribute <= host::keyParameterLast;
+}
+
+bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key& result) {
+    const KnownKey known = knownKey(host, envelope, key);
+    if (!known.cursor) return false;
+    KeyHandle next;
+    if (!known.envelope->keys.nextInPlace(known.cursor, next)) return false;
+    result = Wire<KeyHandle>::out(next);
+    return true;
+}
+
+bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
+                 int& result) {
+    const KeyStore::Cursor cursor = knownKey(host, envelope, key).cursor;
+    if (!cursor || !out || !host.faults.unavailableAttributes.empty()) return false;
+    result = 1;
+    double number;
+    if (isParameter(attribute)) {
+        number = cursor.parameter(static_cast<Parameter>(attribute - host::keyParameterFirst));
+    } else if (attribute == host::keyValue) {
+        number = cursor.value();
+    } else if (attribute == host::keyTime) {
+        number = cursor.time();
+    } else {
+        return false;
+    }
+    std::memcpy(out, &number, sizeof number);
+    return true;
+}
+
+bool quickKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
+                 int& result) {
+    const auto [edited, cursor] = knownKey(host, envelope, key);
+    if (!cursor || !in || !host.faults.refusedAttributes.empty() || edited->keptBy == 0)
+        return false;
+    result = 1;
+    if (attribute == host::keyShape) {
+        const int shape = read<int>(in);
+        return isShape(shape) && edited->keys.setShapeInPlace(cursor, static_cast<Shape>(shape));
+    }
+    const double number = read<double>(in);
+    if (!std::isfinite(number)) return false;
+    if (isParameter(attribute))
+        return edited->keys.setParameterInPlace(
+            cursor, static_cast<Parameter>(attribute - host::keyParameterFirst), number);
+    return attribute == host::keyValue && edited->keys.setValueInPlace(cursor, number);
+}
+
 Behaviour Envelope::*settingOf(int tag) {
     if (tag == host::behaviourBefore) return &Envelope::before;
     if (tag == host::behaviourAfter) return &Envelope::after;
@@ -188,10 +251,10 @@ host::EnvelopeFuncs& envelopeFuncs() {
         .createKey = gate<service, "createKey", &createKey>,
         .destroyKey = gate<service, "destroyKey", &destroyKey>,
         .findKey = gate<service, "findKey", &findKey>,
-        .nextKey = gate<service, "nextKey", &nextKey>,
+        .nextKey = quickGate<&quickNextKey, gate<service, "nextKey", &nextKey>>,
         .slot14 = nullptr,
-        .keySet = gate<service, "keySet", &keySet>,
-        .keyGet = gate<service, "keyGet", &keyGet>,
+        .keySet = quickGate<&quickKeySet, gate<service, "keySet", &keySet>>,
+        .keyGet = quickGate<&quickKeyGet, gate<service, "keyGet", &keyGet>>,
         .slot17 = nullptr,
         .setEnvelopeValue = gate<service, "setEnvelopeValue", &setEnvelopeValue>,
         .getEnvelopeValue = gate<service, "getEnvelopeValue", &getEnvelopeValue>,

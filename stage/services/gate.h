@@ -185,7 +185,8 @@ struct Gate;
 
 template <SlotName service, SlotName slot, auto function, class R, class... A>
 struct Gate<service, slot, function, R (*)(Host&, A...)> {
-    static auto call(typename Wire<A>::Raw... arguments) noexcept {
+    // Never inlined: a quick way in front of it must not pay for its frame.
+    [[gnu::noinline]] static auto call(typename Wire<A>::Raw... arguments) noexcept {
         if constexpr (std::is_void_v<R>) {
             guarded([&](Host& host) { function(host, Wire<A>::in(host, arguments)...); });
         } else {
@@ -213,5 +214,24 @@ private:
 // The C function of a slot, for a table's initialiser.
 template <SlotName service, SlotName slot, auto function>
 constexpr auto gate = &Gate<service, slot, function>::call;
+
+// Slots that are called for every attribute of every key have a quick way in front of their gate:
+// `quick` gets the call as it came and may do what goes right without throwing or taking memory.
+// Where it answers false it has done nothing, and the gate looks at everything again.
+template <auto quick, auto gated, class = decltype(gated)>
+struct QuickGate;
+
+template <auto quick, auto gated, class R, class... A>
+struct QuickGate<quick, gated, R (*)(A...) noexcept> {
+    static R call(A... arguments) noexcept {
+        R result;
+        if (Host* host = Host::active(); host && quick(*host, arguments..., result)) [[likely]]
+            return result;
+        return gated(arguments...);
+    }
+};
+
+template <auto quick, auto gated>
+constexpr auto quickGate = &QuickGate<quick, gated>::call;
 
 } // namespace cadencora::stage
