@@ -25,6 +25,11 @@ ChannelChange compare(const Envelope& before, const Envelope& after) {
     };
     bool both = old && now;
     while (both) {
+        if (sharedKey(old, now)) {
+            skipSameKeys(old, now);
+            both = old && now;
+            continue;
+        }
         const double was = old.time(), is = now.time();
         if (was < is) {
             touched(was);

@@ -1,55 +1,64 @@
 #include "stage/scene/key_block.h"
 
 #include <algorithm>
+#include <new>
 
 namespace cadencora::stage {
 
 namespace {
 
-// Columns that were given back, kept for re-use: fresh memory costs more than the keys put into it.
-class ColumnPool {
+class Pool {
 public:
-    ~ColumnPool() {
+    Pool() = default;
+    Pool(const Pool&) = delete;
+    ~Pool() {
         while (free_)
-            delete std::exchange(free_, free_->nextFree);
+            ::operator delete(std::exchange(free_, free_->next));
     }
-    KeyColumns* take() {
-        if (!free_) return new KeyColumns;
-        KeyColumns* columns = std::exchange(free_, free_->nextFree);
-        columns->owners = 1;
+    void* take(std::size_t size) {
+        if (!free_) return ::operator new(size);
         --count_;
-        return columns;
+        return std::exchange(free_, free_->next);
     }
-    void give(KeyColumns* columns) {
+    void give(void* memory) {
         if (count_ >= mostKept) {
-            delete columns;
+            ::operator delete(memory);
             return;
         }
-        columns->parameters.reset();
-        columns->nextFree = free_;
-        free_ = columns;
+        free_ = new (memory) Free{free_};
         ++count_;
     }
 
 private:
-    static constexpr int mostKept = 20000; // about 45 MB
-    KeyColumns* free_ = nullptr;
+    struct Free {
+        Free* next;
+    };
+    static constexpr int mostKept = 20000; // about 55 MB in all, the arrays of 2.5 million keys
+    Free* free_ = nullptr;
     int count_ = 0;
 };
 
-// Each thread keeps its own free columns; some may be given back on another thread.
-ColumnPool& pool() {
-    thread_local ColumnPool columns;
-    return columns;
+template <class T>
+Pool& poolOf() {
+    thread_local Pool pool;
+    return pool;
 }
 
 } // namespace
 
-SharedColumns::SharedColumns() : columns_(pool().take()) {}
-
-void SharedColumns::giveBack(KeyColumns* columns) {
-    pool().give(columns);
+template <class T>
+void* Recycled<T>::operator new(std::size_t size) {
+    return poolOf<T>().take(size);
 }
+
+template <class T>
+void Recycled<T>::operator delete(void* memory) noexcept {
+    poolOf<T>().give(memory);
+}
+
+template struct Recycled<KeyColumns>;
+template struct Recycled<KeyBlock>;
+template struct Recycled<KeyBlock::Links>;
 
 void KeyBlock::takeOwnColumns() {
     SharedColumns own;

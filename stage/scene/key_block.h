@@ -20,8 +20,16 @@ constexpr bool identical(double a, double b) {
     return bitsOf(a) == bitsOf(b);
 }
 
+// Gives objects of a type memory that others of the type had before: fresh memory costs more than
+// the keys put into it. Each thread keeps its own; some may be given back on another thread.
+template <class T>
+struct Recycled {
+    static void* operator new(std::size_t size);
+    static void operator delete(void* memory) noexcept;
+};
+
 // The arrays of a block. What lies in slots without a key is of no account.
-struct KeyColumns {
+struct KeyColumns : Recycled<KeyColumns> {
     static constexpr int capacity = 128;
     template <class T>
     using Column = std::array<T, capacity>;
@@ -34,7 +42,6 @@ struct KeyColumns {
     Column<Shape> shape;
     std::uint32_t owners = 1;
     std::unique_ptr<Parameters> parameters; // null: all zero
-    KeyColumns* nextFree = nullptr;         // of columns that wait for re-use
 
     double parameter(int slot, std::size_t which) const {
         if (!parameters) return 0;
@@ -54,7 +61,7 @@ struct KeyColumns {
 // One owner's hold on columns. Copying shares them; the count is for one thread alone.
 class SharedColumns {
 public:
-    SharedColumns(); // fresh ones, their parameters all zero, the rest not set
+    SharedColumns() : columns_(new KeyColumns) {} // the parameters all zero, the rest not set
     SharedColumns(const SharedColumns& other) noexcept : columns_(other.columns_) {
         ++columns_->owners;
     }
@@ -63,7 +70,7 @@ public:
         return *this;
     }
     ~SharedColumns() {
-        if (--columns_->owners == 0) giveBack(columns_);
+        if (--columns_->owners == 0) delete columns_;
     }
     bool shared() const { return columns_->owners > 1; }
     const KeyColumns* operator->() const { return columns_; }
@@ -72,19 +79,19 @@ public:
     bool operator==(const SharedColumns&) const = default;
 
 private:
-    static void giveBack(KeyColumns* columns);
     KeyColumns* columns_;
 };
 
-struct KeyBlock {
+struct KeyBlock : Recycled<KeyBlock> {
     static constexpr int capacity = KeyColumns::capacity;
-    using Links = KeyColumns::Column<std::uint32_t>;
+    // Per slot: the key's handle entry + 1; 0: no handle was asked for.
+    struct Links : KeyColumns::Column<std::uint32_t>, Recycled<Links> {};
 
     // Slots [0, gapBegin) and [gapEnd(), capacity) hold keys, in order of time.
     int count = 0;
     int gapBegin = 0;
     SharedColumns columns;
-    std::unique_ptr<Links> links; // per slot: handle entry + 1, or 0; null: no handle asked for
+    std::unique_ptr<Links> links; // null: no handle was asked for
     KeyBlock* previous = nullptr;
     KeyBlock* next = nullptr;
     double separator = 0; // see KeyStore

@@ -47,13 +47,18 @@ bool KeyStore::Cursor::sameParameters(const Cursor& a, const Cursor& b) {
 
 namespace {
 
-// How many keys of two runs are the same from the front, parameters aside.
+// How many keys of two runs are the same from the front, parameters aside. The first two are.
 int sameKeys(const KeyColumns& a, int slotA, const KeyColumns& b, int slotB, int run) {
     const double *timeA = &a.time[KeyBlock::at(slotA)], *timeB = &b.time[KeyBlock::at(slotB)];
     const double *valueA = &a.value[KeyBlock::at(slotA)], *valueB = &b.value[KeyBlock::at(slotB)];
     const Shape *shapeA = &a.shape[KeyBlock::at(slotA)], *shapeB = &b.shape[KeyBlock::at(slotB)];
     constexpr int stride = 8; // whole strides are compared without a branch
-    int same = 0;
+    const auto sameAt = [&](int i) {
+        return identical(timeA[i], timeB[i]) && identical(valueA[i], valueB[i]) &&
+               shapeA[i] == shapeB[i];
+    };
+    if (run < 2 || !sameAt(1)) return 1; // the first ones are known to be the same
+    int same = 2;
     for (; same + stride <= run; same += stride) {
         std::uint64_t differing = 0;
         for (int i = same; i < same + stride; ++i)
@@ -61,8 +66,7 @@ int sameKeys(const KeyColumns& a, int slotA, const KeyColumns& b, int slotB, int
                 (bitsOf(timeA[i]) ^ bitsOf(timeB[i])) | (bitsOf(valueA[i]) ^ bitsOf(valueB[i]));
         if (differing || std::memcmp(shapeA + same, shapeB + same, stride) != 0) break;
     }
-    while (same < run && identical(timeA[same], timeB[same]) &&
-           identical(valueA[same], valueB[same]) && shapeA[same] == shapeB[same])
+    while (same < run && sameAt(same))
         ++same;
     return same;
 }
@@ -233,9 +237,10 @@ KeyHandle KeyStore::handleAt(Block* block, int slot) {
 void KeyStore::makeEntries() {
     const std::size_t used = entries_.size();
     const std::size_t made = std::max(used + 1, std::min(2 * used + 16, size_));
-    entries_.reserve(made);
-    for (std::size_t i = used; i < made; ++i)
-        entries_.push_back({nullptr, 0, static_cast<std::uint32_t>(i + 1 < made ? i + 2 : 0)});
+    entries_.reserve(made); // the exact room
+    entries_.resize(made);
+    for (std::size_t i = used; i + 1 < made; ++i)
+        entries_[i].slot = static_cast<std::uint32_t>(i + 2);
     freeEntry_ = static_cast<std::uint32_t>(used + 1);
 }
 

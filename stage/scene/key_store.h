@@ -54,6 +54,12 @@ public:
                    ((!x.parameters && !y.parameters) || sameParameters(a, b));
         }
 
+        // True where two stores have the key in one array: nothing need be read to tell it is the
+        // same.
+        friend bool sharedKey(const Cursor& a, const Cursor& b) {
+            return a.slot_ == b.slot_ && a.block_->columns == b.block_->columns;
+        }
+
         // Steps both cursors, which stand on keys that are the same to the bit, over these and the
         // same ones behind, as far as can be told in one go. Free where stores share the arrays.
         friend void skipSameKeys(Cursor& a, Cursor& b);

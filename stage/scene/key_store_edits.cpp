@@ -201,8 +201,8 @@ void KeyStore::erase(KeyHandle key) {
     Entry& entry = entryOf(key);
     Block& block = *entry.block;
     const int slot = static_cast<int>(entry.slot);
-    entry = {nullptr, 0, std::exchange(freeEntry_, static_cast<std::uint32_t>(
-                                                       &entry - entries_.data() + 1))};
+    entry = {nullptr, 0,
+             std::exchange(freeEntry_, static_cast<std::uint32_t>(&entry - entries_.data() + 1))};
     (*block.links)[Block::at(slot)] = 0;
     eraseSlot(block, slot);
 }

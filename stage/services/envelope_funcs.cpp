@@ -189,6 +189,10 @@ bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribu
         number = cursor.value();
     } else if (attribute == host::keyTime) {
         number = cursor.time();
+    } else if (attribute == host::keyShape) {
+        const int shape = static_cast<int>(cursor.shape());
+        std::memcpy(out, &shape, sizeof shape);
+        return true;
     } else {
         return false;
     }
