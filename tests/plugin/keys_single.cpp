@@ -160,6 +160,45 @@ TEST_F(SingleKeys, copyKey_stops_at_a_lost_shape_and_passes_over_other_lost_attr
     }
 }
 
+// Each wrong call comes right behind a right one for the same envelope.
+TEST_F(SingleKeys, attributes_are_only_reached_through_a_living_key_and_set_only_in_an_event) {
+    const double number = 3;
+    double read = -1;
+    const host::Key living = key(1);
+    const auto set = [&](host::Envelope envelope, host::Key which, double value) {
+        return envelopes->keySet(envelope, which, host::keyValue, &value);
+    };
+    edit([&] {
+        const host::Key doomed = key(2);
+        EXPECT_EQ(set(targetHandle, doomed, number), 1);
+        envelopes->destroyKey(targetHandle, doomed);
+        const auto forged = reinterpret_cast<host::Key>( // a known place without a serial number
+            reinterpret_cast<std::uintptr_t>(doomed) & 0xffffffffu);
+        for (const host::Key wrong : {doomed, forged, sourceKey(), host::Key{}}) {
+            EXPECT_EQ(set(targetHandle, living, number), 1);
+            EXPECT_EQ(set(targetHandle, wrong, 4), 0);
+            EXPECT_EQ(envelopes->keyGet(targetHandle, wrong, host::keyValue, &read), 0);
+        }
+        EXPECT_EQ(envelopes->nextKey(targetHandle, doomed), nullptr);
+        EXPECT_EQ(set(nullptr, living, 4), 0);
+        EXPECT_EQ(set(targetHandle, living, std::nan("")), 0);
+        EXPECT_EQ(envelopes->keyGet(targetHandle, living, 10, &read), 0);
+    });
+    EXPECT_EQ(read, -1);
+    EXPECT_EQ(host.misuses.size(), 4 * 2 + 3u);
+    host.misuses.clear();
+
+    EXPECT_EQ(envelopes->keyGet(targetHandle, living, host::keyValue, &read), 1);
+    EXPECT_EQ(set(targetHandle, living, 4), 0);
+    ASSERT_EQ(host.misuses.size(), 1u);
+    EXPECT_EQ(host.misuses[0].reason, "an edit outside of any event");
+    host.misuses.clear();
+    EXPECT_EQ(at(1).value, number);
+    edit([] {});
+    host.undo();
+    EXPECT_EQ(at(1).value, 10) << "as it was before the event";
+}
+
 TEST_F(SingleKeys, copyKey_without_a_target_does_nothing) {
     const auto changes = edit([&] {
         copyKey(nullptr, targetHandle, key(1), sourceHandle, sourceKey(), 42);

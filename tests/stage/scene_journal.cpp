@@ -3,6 +3,8 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <map>
+#include <random>
 
 namespace cadencora::stage {
 namespace {
@@ -61,6 +63,53 @@ TEST_F(Journaled, the_report_counts_what_changed_and_nothing_else) {
     EXPECT_EQ(scene.channelPath(report.channels[0].channel), "A/Position.X");
     EXPECT_EQ(report.firstFrame, 0);
     EXPECT_EQ(report.lastFrame, 7);
+}
+
+// Long curves, so that both states have blocks in common, blocks that differ and blocks that split.
+TEST_F(Journaled, the_report_agrees_with_a_plain_comparison_over_random_edits) {
+    std::mt19937 random(3);
+    KeyStore& keys = scene.mutableMotion(b, bank).keys;
+    for (int i = 0; i < 3000; ++i)
+        keys.append(i, i % 7, Shape::linear);
+    for (int round = 0; round < 60; ++round) {
+        std::map<double, KeyData> before, after;
+        const auto read = [&](auto& states) {
+            for (auto key = keys.begin(); key; key.advance())
+                states[key.time()] = key.data();
+        };
+        read(before);
+        EditScope scope(scene, "edit");
+        edit(scope, b, bank);
+        const int edits = 1 << round % 9, first = static_cast<int>(random() % 2500);
+        for (int i = 0; i < edits; ++i) { // scattered, or each key behind the other
+            const double time = round % 2 ? static_cast<int>(random() % 3000) : first + i;
+            const KeyHandle key = keys.find(time);
+            const auto kind = random() % 4;
+            if (key == KeyHandle::none || kind == 0)
+                keys.insert(kind == 0 ? time + 0.5 : time, round, Shape::linear);
+            else if (kind == 1)
+                keys.erase(key);
+            else if (kind == 2)
+                keys.setValue(keys.at(key), i % 7);
+            else
+                keys.setParameter(keys.at(key), tension, round < 30 ? 0 : i % 2);
+        }
+        read(after);
+        ChannelChange expected;
+        for (const auto& [time, old] : before) {
+            const auto now = after.find(time);
+            if (now == after.end())
+                ++expected.keysRemoved;
+            else if (old.value != now->second.value || old.parameters != now->second.parameters)
+                ++expected.keysChanged;
+        }
+        expected.keysAdded = after.size() + expected.keysRemoved - before.size();
+        const ChangeReport report = journal.commit(std::move(scope));
+        ASSERT_EQ(report.keysAdded, expected.keysAdded);
+        ASSERT_EQ(report.keysRemoved, expected.keysRemoved);
+        ASSERT_EQ(report.keysChanged, expected.keysChanged);
+        if (round % 5 == 4) journal.undo(scene);
+    }
 }
 
 TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {

@@ -105,6 +105,65 @@ TEST(KeyStore, agrees_with_a_plain_map_over_random_edits) {
     }
 }
 
+// Copies share arrays with their original until one of the two edits a key in them.
+TEST(KeyStore, copies_stay_as_they_were_whatever_happens_to_their_original_or_other_copies) {
+    std::mt19937 random(7);
+    KeyStore store;
+    Model model;
+    for (int i = 0; i < 1500; ++i) {
+        const KeyData key{i * 1.0, i * 0.5, Shape::linear, {}};
+        store.append(key);
+        model.keys[key.time] = key;
+    }
+    struct Kept {
+        KeyStore store;
+        Model model;
+    };
+    std::vector<Kept> copies;
+    for (int generation = 0; generation < 12; ++generation) {
+        copies.push_back({store, {model.keys, {}}});
+        if (generation % 3 == 2) { // an undo: the copy is edited on, the edited one is kept
+            store.swap(copies.back().store);
+            ASSERT_NO_FATAL_FAILURE(expectSame(copies.back().store, {model.keys, {}}));
+        }
+        // One kind of edit per generation, so that each meets shared arrays first.
+        for (int edit = 0; edit < 60; ++edit) {
+            const double time = anyTime(model, random);
+            const KeyHandle key = store.find(time);
+            KeyData& data = model.keys[time];
+            switch (generation % 6) {
+            case 0:
+                store.setValue(store.at(key), data.value = edit);
+                break;
+            case 1:
+                store.setParameter(store.at(key), bias, data.parameters[bias] = edit % 2);
+                break;
+            case 2:
+                store.erase(key);
+                model.keys.erase(time);
+                break;
+            case 3:
+                store.insert(time + 0.5, edit, Shape::hold);
+                model.keys[time + 0.5].value = edit;
+                model.keys[time + 0.5].shape = store.at(store.find(time + 0.5)).shape();
+                break;
+            case 4:
+                if (!store.setTime(key, time + 0.25)) break;
+                model.keys[time + 0.25] = data;
+                model.keys.erase(time);
+                break;
+            default:
+                ASSERT_TRUE(edit > 0 || !store.setValueInPlace(store.at(key), -1));
+                store.setShape(store.at(key), data.shape = Shape::spline);
+                ASSERT_TRUE(store.setValueInPlace(store.at(key), data.value = edit));
+            }
+        }
+        ASSERT_NO_FATAL_FAILURE(expectSame(store, model));
+    }
+    for (Kept& copy : copies)
+        ASSERT_NO_FATAL_FAILURE(expectSame(copy.store, copy.model));
+}
+
 TEST(KeyStore, walks_with_handles_in_order_while_keys_are_removed_and_moved) {
     KeyStore store;
     for (int i = 0; i < 1000; ++i)
