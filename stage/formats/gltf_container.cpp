@@ -159,12 +159,14 @@ Result<GltfJson> parseGltfJson(std::string_view text, const std::string& where, 
 }
 
 std::string gltfText(const GltfJson& document, std::string_view like) {
+    // Names from elsewhere may be no UTF-8.
+    constexpr auto replace = GltfJson::error_handler_t::replace;
     const std::size_t line = like.find('\n');
     if (line == std::string_view::npos || line + 1 >= like.size() || trimmed(like).size() <= line)
-        return document.dump();
+        return document.dump(-1, ' ', false, replace);
     const char blank = like[line + 1] == '\t' ? '\t' : ' ';
     const std::size_t width = std::min(like.find_first_not_of(blank, line + 1), like.size());
-    std::string text = document.dump(static_cast<int>(width - line - 1), blank);
+    std::string text = document.dump(static_cast<int>(width - line - 1), blank, false, replace);
     if (like.back() == '\n') text += '\n';
     return text;
 }
