@@ -25,13 +25,18 @@ void appendWord(std::string& bytes, std::size_t word) {
         bytes += static_cast<char>(word & 0xff);
 }
 
-// Nothing where the text may be parsed. Building an object takes the square of its members.
+// Nothing where the text may be parsed. Building an object takes the square of its members, and a
+// value takes many times the bytes of its text.
 std::optional<Problem> tooMuch(std::string_view text, const std::string& where, std::size_t depth) {
-    constexpr std::size_t mostMembers = 20'000;
+    constexpr std::size_t mostMembers = 20'000, mostValues = 5'000'000;
+    std::size_t values = 0;
     std::vector<std::size_t> members; // so far, of each object or array around; 0 of arrays
     bool quoted = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
+        if (!quoted && (c == ',' || c == '{' || c == '[') && ++values > mostValues)
+            return Problem{"the JSON has too many values", where,
+                           "the limit is " + std::to_string(mostValues)};
         if (quoted) {
             if (c == '\\') ++i;
             quoted = c != '"';

@@ -96,10 +96,9 @@ std::size_t GltfDraft::growingBuffer(bool isGlb) {
         return buffer.kind == Kind::chunk || buffer.kind == Kind::embedded;
     });
     if (found != buffers.end()) return static_cast<std::size_t>(found - buffers.begin());
-    Buffer added;
-    if (isGlb && buffers.empty()) added.kind = Kind::chunk;
-    added.changed = "";
-    buffers.push_back(std::move(added));
+    const Kind kind = isGlb && buffers.empty() ? Kind::chunk : Kind::embedded;
+    buffers.emplace_back().kind = kind;
+    buffers.back().changed.emplace();
     document["buffers"].push_back({{"byteLength", 0}});
     return buffers.size() - 1;
 }
