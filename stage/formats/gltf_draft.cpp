@@ -44,7 +44,8 @@ void settleBuffers(GltfDraft& draft) {
 Result<> copyImages(const GltfDraft& draft, const GltfMemory& memory, const fs::path& path,
                     std::vector<std::string>& warnings) {
     const auto images = draft.document.find("images");
-    if (images == draft.document.end() || isSameDirectory(memory.path, path)) return done();
+    if (images == draft.document.end() || !images->is_array() || isSameDirectory(memory.path, path))
+        return done();
     for (std::size_t i = 0; i < images->size(); ++i) {
         const GltfJson& image = (*images)[i];
         const auto found = image.is_object() ? image.find("uri") : image.end();

@@ -75,6 +75,7 @@ private:
     void assignAccessors();
     void assignViews();
     void writeNumbers();
+    void findRoom();
     std::size_t placeFor(std::size_t size);
     void writeSamplers();
     void removeUnused();
@@ -94,6 +95,8 @@ private:
     std::vector<std::size_t> ends_; // by buffer: where its last view ended
     std::size_t target_ = none;     // the buffer that gets the numbers
     bool mayTruncate_ = false;      // what is behind its last view is nobody's
+    std::vector<std::pair<std::size_t, std::size_t>> gaps_; // from and to
+    std::size_t tail_ = 0, used_ = 0; // where it can be added to; the end of what is in use
 };
 
 void Editor::findChannels(const std::vector<GltfChange>& changes) {
@@ -234,11 +237,13 @@ void Editor::assignViews() {
     }
 }
 
-// The first byte of room for so many: a gap between views where that is sure to be one.
-std::size_t Editor::placeFor(std::size_t size) {
-    const std::size_t end = draft_.buffers[target_].changed->size();
+// Bytes of the target buffer that no view covers. Where unknown extensions may use them, only what
+// is behind its end.
+void Editor::findRoom() {
     const auto aligned = [](std::size_t at) { return (at + 3) / 4 * 4; };
-    if (!uses_.isComplete) return aligned(end);
+    const std::size_t size = draft_.buffers[target_].changed->size();
+    const std::size_t end = target_ < ends_.size() ? ends_[target_] : 0;
+    mayTruncate_ = uses_.isComplete && size < end + 4;
     std::vector<std::pair<std::size_t, std::size_t>> covered;
     for (const GltfJson& view : views()) {
         if (!view.contains("buffer") || number(view, "buffer") != target_) continue;
@@ -248,10 +253,23 @@ std::size_t Editor::placeFor(std::size_t size) {
     std::ranges::sort(covered);
     std::size_t at = 0;
     for (const auto& [first, last] : covered) {
-        if (first >= at && first - at >= size) return at;
+        if (uses_.isComplete && first > at) gaps_.push_back({at, first});
         at = std::max(at, aligned(last));
+        used_ = std::max(used_, last);
     }
-    return mayTruncate_ ? at : std::max(at, aligned(end));
+    tail_ = mayTruncate_ ? at : std::max(at, aligned(size));
+}
+
+// The first byte of room for so many.
+std::size_t Editor::placeFor(std::size_t size) {
+    const auto aligned = [](std::size_t at) { return (at + 3) / 4 * 4; };
+    const auto gap = std::ranges::find_if(
+        gaps_, [&](const auto& one) { return one.second - one.first >= size; });
+    std::size_t& next = gap == gaps_.end() ? tail_ : gap->first;
+    const std::size_t at = next;
+    next = gap == gaps_.end() ? aligned(at + size) : std::min(aligned(at + size), gap->second);
+    used_ = std::max(used_, at + size);
+    return at;
 }
 
 void Editor::writeNumbers() {
@@ -259,12 +277,11 @@ void Editor::writeNumbers() {
     target_ = draft_.growingBuffer(isGlb_);
     GltfDraft::Buffer& buffer = draft_.buffers[target_];
     if (!buffer.changed) buffer.changed = std::string(buffer.bytes);
-    const std::size_t end = target_ < ends_.size() ? ends_[target_] : 0;
-    mayTruncate_ = uses_.isComplete && buffer.changed->size() < end + 4;
     // Views that are about to be written cover nothing yet.
     for (const Need& need : needs_)
         for (const char* name : {"buffer", "byteOffset", "byteLength", "byteStride", "target"})
             views()[need.view].erase(name);
+    findRoom();
     for (const Need& need : needs_) {
         const std::string_view bytes = bytesOf(*need.numbers);
         const std::size_t at = placeFor(bytes.size());
@@ -285,12 +302,7 @@ void Editor::writeNumbers() {
         accessor["min"] = GltfJson::array({static_cast<double>(need.numbers->front())});
         accessor["max"] = GltfJson::array({static_cast<double>(need.numbers->back())});
     }
-    if (!mayTruncate_) return;
-    std::size_t last = 0;
-    for (const GltfJson& view : views())
-        if (number(view, "buffer") == target_)
-            last = std::max(last, number(view, "byteOffset") + number(view, "byteLength"));
-    if (last < buffer.changed->size()) buffer.changed->resize(last);
+    if (mayTruncate_ && used_ < buffer.changed->size()) buffer.changed->resize(used_);
 }
 
 void Editor::writeSamplers() {
@@ -330,17 +342,20 @@ void Editor::removeUnused() {
     std::ranges::sort(gone, std::greater{});
     for (const std::size_t channel : gone)
         channels.erase(channel);
-    std::ranges::sort(freeSamplers_, std::greater{});
-    for (const std::size_t sampler : freeSamplers_) {
-        if (std::ranges::any_of(channels, [&](const GltfJson& channel) {
-                return number(channel, "sampler") == sampler;
-            }))
-            continue;
-        samplers.erase(sampler);
-        for (GltfJson& channel : channels)
-            if (const std::size_t index = number(channel, "sampler"); index > sampler)
-                channel["sampler"] = index - 1;
+    std::vector<std::size_t> uses(samplers.size()), places(samplers.size());
+    for (const GltfJson& channel : channels)
+        ++uses[number(channel, "sampler")];
+    GltfJson kept = GltfJson::array();
+    std::ranges::sort(freeSamplers_);
+    for (std::size_t i = 0; i < samplers.size(); ++i) {
+        places[i] = kept.size();
+        if (uses[i] > 0 || !std::ranges::binary_search(freeSamplers_, i))
+            kept.push_back(std::move(samplers[i]));
     }
+    if (kept.size() < samplers.size())
+        for (GltfJson& channel : channels)
+            channel["sampler"] = places[number(channel, "sampler")];
+    samplers = std::move(kept);
 }
 
 } // namespace
