@@ -11,7 +11,9 @@ namespace cadencora::stage {
 
 namespace {
 
-constexpr std::array<double, 4> looks{0.25, 0.5, 0.75, 0.999}; // parts of a span
+// The parts of a span that are looked at; held ones are furthest off at their ends.
+constexpr std::array<double, 4> looks{0.25, 0.5, 0.75, 0.999};
+constexpr std::array<double, 3> turnLooks{0.25, 0.5, 0.75};
 
 Problem tooManyFrames() {
     return {"the curves would need too many frames", "", "5 million is the limit"};
@@ -62,7 +64,10 @@ public:
     Result<> refine(const FrameRate& rate, GltfMerged& merged) {
         std::vector<double> further;
         for (std::size_t i = 0; i + 1 < knots_.size(); ++i) {
-            if (isExact(i) || (!turnsFar(i) && errorOf(i) <= gltfUnseenTurn)) continue;
+            if (isExact(i)) continue;
+            const double error = errorOf(i);
+            merged.error = std::max(merged.error, error);
+            if (!turnsFar(i) && error <= gltfUnseenTurn) continue;
             const auto frames =
                 GltfKnots::framesBetween(knots_.times()[i], knots_.times()[i + 1], rate);
             if (!frames) return tooManyFrames();
@@ -72,6 +77,7 @@ public:
         merged.onFrames = true;
         knots_.add(further);
         readOff();
+        merged.error = error();
         return done();
     }
 
@@ -226,7 +232,7 @@ Quaternion RotationMerge::between(std::size_t span, double u) const {
 double RotationMerge::errorOf(std::size_t span) const {
     const double start = knots_.times()[span], length = knots_.times()[span + 1] - start;
     double worst = 0;
-    for (const double part : looks) {
+    for (const double part : turnLooks) {
         const double time = start + part * length;
         const Vec3 angles{knots_.curve(0).evaluate(time), knots_.curve(1).evaluate(time),
                           knots_.curve(2).evaluate(time)};
@@ -298,9 +304,11 @@ Result<GltfMerged> mergeGltfRotation(std::span<const Envelope* const> curves, co
     const GltfInterpolation kind = kindOf(spans, usual, knots.size());
     RotationMerge rotation(knots, kind, remembered);
     if (auto at = rotation.notFiniteAt()) return notFinite(*at);
-    if (!isMixed(spans))
-        if (auto refined = rotation.refine(rate, merged); !refined) return refined.problem();
-    merged.error = rotation.error();
+    if (isMixed(spans)) {
+        merged.error = rotation.error();
+    } else if (auto refined = rotation.refine(rate, merged); !refined) {
+        return refined.problem();
+    }
     merged.track = {kind, 4, knots.fileTimes(remembered), rotation.values()};
     return merged;
 }
