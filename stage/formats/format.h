@@ -27,8 +27,8 @@ struct ReadLimits {
 
 struct ReadOptions {
     std::optional<FrameRate> rate; // the scene's rate in place of the file's; keys keep their times
-    // Which of the animations that a file holds is opened, by name; the first one otherwise. Formats
-    // with one animation take no notice.
+    // Which of the animations that a file holds is opened, by name; the first one otherwise.
+    // Formats with one animation take no notice.
     std::optional<std::string> clip;
     ReadLimits limits;
 };
