@@ -3,6 +3,7 @@
 #include "stage/base/file.h"
 #include "stage/base/text.h"
 #include "stage/formats/bvh.h"
+#include "stage/formats/gltf.h"
 #include "stage/formats/motion_file.h"
 #include "stage/formats/scene_file.h"
 
@@ -46,6 +47,8 @@ std::optional<Problem> contentMismatch(const Format& format, std::string_view by
 std::span<const Format> formats() {
     static const std::vector<Format> table{
         {"BVH", {".bvh"}, isBvhText, readBvh, writeBvh},
+        {"glTF", {".gltf"}, isGltfText, readGltf, writeGltf},
+        {"GLB", {".glb"}, isGlb, readGlb, writeGlb},
         {"Cadencora scene", {".stage"}, isSceneText, readSceneFile, writeSceneFile},
     };
     return table;

@@ -27,12 +27,18 @@ struct ReadLimits {
 
 struct ReadOptions {
     std::optional<FrameRate> rate; // the scene's rate in place of the file's; keys keep their times
+    // Which of the animations that a file holds is opened, by name; the first one otherwise.
+    // Formats with one animation take no notice.
+    std::optional<std::string> clip;
     ReadLimits limits;
 };
 
 struct Loaded {
     Scene scene;
     std::vector<std::string> warnings;
+    std::vector<std::string> notes; // facts that are no fault, such as where the rate came from
+    std::vector<std::string> clips; // the names of the animations that the file holds
+    std::string clip;               // the one that is open; empty where there is none
 };
 
 struct Written {

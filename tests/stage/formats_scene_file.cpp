@@ -305,7 +305,7 @@ TEST(Format, a_name_or_content_of_another_kind_is_told_so) {
         const char* name;
         std::string text, expected;
     } cases[]{
-        {"a.fbx", walk, "\".fbx\" is not known (known are .bvh (BVH), .stage"},
+        {"a.fbx", walk, "\".fbx\" is not known (known are .bvh (BVH), .gltf (glTF)"},
         {"walk", walk, "no extension (known are .bvh"},
         {"a.bvh", scene, "its content is Cadencora scene, whose names end in .stage"},
         {"a.stage", walk, "its content is BVH, whose names end in .bvh"},
