@@ -1,0 +1,228 @@
+#include "stage/plot/panel.h"
+
+#include "stage/plot/svg_path.h"
+#include "stage/plot/svg_text.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace cadencora::stage {
+
+namespace {
+
+constexpr double inset = 8;        // between the outermost values and the frame of a panel
+constexpr double keyDistance = 5;  // pixels that keys need on average to be marked one by one
+constexpr double sampleWidth = 24; // of a line in a legend
+
+std::string attribute(std::string_view name, double value) {
+    return " " + std::string(name) + "=\"" + pixels(value) + "\"";
+}
+
+// The group of the n-th curve: a light colour that a style sheet may replace.
+std::string colourGroup(std::size_t n, std::string_view more) {
+    return "<g class=\"c" + std::to_string(n % colourCount) + std::string(more) + "\" color=\"" +
+           std::string(colours[n % colourCount].light) + "\"";
+}
+
+// Curves beyond the number of colours are told apart by their line.
+std::string_view lineDash(std::size_t n) {
+    return n / colourCount % 2 ? R"( stroke-dasharray="11 2.5 3 2.5")" : "";
+}
+
+// A radius for marks of a curve; 0 where they have no room.
+double markRadius(const DrawnCurve& curve, const Mapping& mapping) {
+    if (curve.marks.size() < 2) return 3.4;
+    const double width = (curve.marks.back().time - curve.marks.front().time) * mapping.perSecond;
+    const double each = width / static_cast<double>(curve.marks.size() - 1);
+    return each < keyDistance ? 0 : std::clamp(each * 0.3, 2.2, 3.4);
+}
+
+void drawCurve(std::string& svg, const DrawnCurve& curve, const Mapping& mapping,
+               std::string_view dash, double width) {
+    for (const CurveRun& run : curve.runs)
+        svg += "<path class=\"" + std::string(run.keyed ? "keyed" : "outside") + "\" fill=\"none\"" +
+               attribute("stroke-width", width) +
+               std::string(run.keyed || dash == ghostDash ? dash : outsideDash) + " d=\"" +
+               pathOf(run, mapping) + "\"/>\n";
+}
+
+void drawMarks(std::string& svg, const DrawnCurve& curve, const Mapping& mapping, double radius,
+               std::string_view style) {
+    for (const CurveMark& mark : curve.marks)
+        drawMark(svg, mark.shape, mark.onFrame, mapping.x(mark.time), mapping.y(mark.value), radius,
+                 style);
+}
+
+std::string keyCount(const DrawnCurve& curve) {
+    if (curve.keys == 0) return "no key";
+    return std::to_string(curve.keys) + (curve.keys == 1 ? " key" : " keys");
+}
+
+// The unit and the names, in rows from `top` down; answers where they end.
+double drawLegend(std::string& svg, const Panel& panel, double left, double top) {
+    using layout::textSize;
+    const double right = layout::width - layout::right;
+    std::string unit = panel.unit;
+    if (panel.axis.exponent != 0) unit += " × 1e" + std::to_string(panel.axis.exponent);
+    drawText(svg, left, top + 13, unit, R"( font-weight="bold")");
+    double x = left + textWidth(unit, textSize) * 1.12 + 20, y = top;
+    for (std::size_t n = 0; n < panel.series.size(); ++n) {
+        const Series& series = panel.series[n];
+        const std::string count = keyCount(series.curve);
+        const double countWidth = textWidth(count, textSize);
+        const std::string name = shortened(series.name, textSize, 330);
+        const double nameWidth = textWidth(name, textSize);
+        const double width = sampleWidth + 6 + nameWidth + 7 + countWidth;
+        if (x + width > right) {
+            x = left;
+            y += layout::rowHeight;
+        }
+        svg += colourGroup(n, " legend") + " stroke=\"currentColor\"><title>" +
+               escaped(series.name) + "</title>";
+        drawLine(svg, x, y + 9, x + sampleWidth, y + 9,
+                 R"( stroke-width="2")" + std::string(lineDash(n)));
+        svg += "</g>\n";
+        drawText(svg, x + sampleWidth + 6, y + 13, name);
+        drawText(svg, x + sampleWidth + 6 + nameWidth + 7, y + 13, count, R"( opacity=".65")");
+        x += width + 20;
+    }
+    return y + layout::rowHeight;
+}
+
+} // namespace
+
+void drawMark(std::string& svg, Shape shape, bool filled, double x, double y, double radius,
+              std::string_view style) {
+    const std::string kind = std::string(style) + (filled ? "" : R"( fill="#ffffff")");
+    const std::string name = filled ? "key" : "key between paper";
+    if (shape == Shape::spline) {
+        svg += "<circle class=\"" + name + "\"" + attribute("cx", x) + attribute("cy", y) +
+               attribute("r", radius) + kind + "/>\n";
+        return;
+    }
+    // Of about the same area as the circle.
+    const auto point = [&](double dx, double dy) {
+        return pixels(x + dx * radius) + "," + pixels(y + dy * radius);
+    };
+    std::string path;
+    switch (shape) {
+    case Shape::linear:
+        path = "M" + point(-1.3, 0) + "L" + point(0, -1.3) + " " + point(1.3, 0) + " " +
+               point(0, 1.3);
+        break;
+    case Shape::tangents:
+        path = "M" + point(-1.25, 0.9) + "L" + point(0, -1.4) + " " + point(1.25, 0.9);
+        break;
+    case Shape::hold:
+    case Shape::spline:
+        path = "M" + point(-0.95, -0.95) + "L" + point(0.95, -0.95) + " " + point(0.95, 0.95) +
+               " " + point(-0.95, 0.95);
+        break;
+    }
+    svg += "<path class=\"" + name + "\" d=\"" + path + "Z\"" + kind + "/>\n";
+}
+
+void drawText(std::string& svg, double x, double y, std::string_view words,
+              std::string_view attributes) {
+    svg += "<text" + attribute("x", x) + attribute("y", y) + std::string(attributes) + ">" +
+           escaped(words) + "</text>\n";
+}
+
+void drawLine(std::string& svg, double x1, double y1, double x2, double y2,
+              std::string_view attributes) {
+    svg += "<path d=\"M" + pixels(x1) + "," + pixels(y1) + "L" + pixels(x2) + "," + pixels(y2) +
+           "\"" + std::string(attributes) + "/>\n";
+}
+
+void Panel::scale(double height) {
+    Extent values{series.front().curve.low, series.front().curve.high};
+    const auto cover = [&](const DrawnCurve& curve) {
+        values.low = std::min(values.low, curve.low);
+        values.high = std::max(values.high, curve.high);
+    };
+    for (const Series& one : series) {
+        cover(one.curve);
+        for (const DrawnCurve& ghost : one.ghost)
+            cover(ghost);
+    }
+    extent = roomFor(values);
+    axis = valueAxis(extent, static_cast<int>(height / 34));
+}
+
+double Panel::labelWidth() const {
+    double widest = 0;
+    for (const Tick& tick : axis.ticks)
+        widest = std::max(widest, textWidth(tick.label, layout::textSize));
+    return widest;
+}
+
+double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, double left,
+                 double top, double height, Shown& shown) {
+    svg += "<g class=\"panel\">\n";
+    const double right = layout::width - layout::right;
+    const double upper = drawLegend(svg, panel, left, top) + 4, lower = upper + height;
+    const Mapping mapping{left,
+                          frames.first,
+                          (right - left) / (frames.last - frames.first),
+                          lower - inset,
+                          panel.extent.low,
+                          (height - 2 * inset) / (panel.extent.high - panel.extent.low)};
+
+    svg += "<g stroke=\"currentColor\" stroke-opacity=\".14\">\n";
+    for (const Tick& tick : panel.axis.ticks)
+        drawLine(svg, left, mapping.y(tick.at), right, mapping.y(tick.at), "");
+    for (const Tick& tick : frames.ticks)
+        drawLine(svg, mapping.x(tick.at), upper, mapping.x(tick.at), lower, "");
+    svg += "</g>\n";
+    drawLine(svg, left, lower, right, lower, R"( stroke="currentColor" stroke-opacity=".6")");
+    for (const Tick& tick : panel.axis.ticks)
+        drawText(svg, left - 7, mapping.y(tick.at) + 4, tick.label,
+                 R"( class="value" text-anchor="end")");
+    for (const Tick& tick : frames.ticks) {
+        drawLine(svg, mapping.x(tick.at), lower, mapping.x(tick.at), lower + 4,
+                 R"( stroke="currentColor" stroke-opacity=".6")");
+        drawText(svg, mapping.x(tick.at), lower + 16, tick.label,
+                 R"( class="frame" text-anchor="middle")");
+    }
+
+    for (std::size_t n = 0; n < panel.series.size(); ++n)
+        for (const DrawnCurve& ghost : panel.series[n].ghost) {
+            svg += colourGroup(n, " ghost") + " stroke=\"currentColor\" opacity=\".5\">\n";
+            drawCurve(svg, ghost, mapping, ghostDash, 1.5);
+            if (const double radius = markRadius(ghost, mapping); radius > 0) {
+                std::string marks; // smaller, and no keys of this plot
+                for (const CurveMark& mark : ghost.marks)
+                    marks += "<circle" + attribute("cx", mapping.x(mark.time)) +
+                             attribute("cy", mapping.y(mark.value)) + attribute("r", 2) +
+                             " fill=\"currentColor\" stroke=\"none\"/>\n";
+                svg += marks;
+            }
+            svg += "</g>\n";
+            shown.ghost = true;
+        }
+    for (std::size_t n = 0; n < panel.series.size(); ++n) {
+        const DrawnCurve& curve = panel.series[n].curve;
+        svg += colourGroup(n, " curve") +
+               " stroke=\"currentColor\" stroke-linejoin=\"round\"><title>" +
+               escaped(panel.series[n].name) + "</title>\n";
+        drawCurve(svg, curve, mapping, lineDash(n), 1.8);
+        for (const CurveRun& run : curve.runs)
+            shown.outside = shown.outside || !run.keyed;
+        if (const double radius = markRadius(curve, mapping); radius > 0) {
+            svg += "<g fill=\"currentColor\" stroke-width=\"1.3\">\n";
+            drawMarks(svg, curve, mapping, radius, "");
+            svg += "</g>\n";
+            for (const CurveMark& mark : curve.marks) {
+                shown.shapes.insert(mark.shape);
+                shown.betweenFrames = shown.betweenFrames || !mark.onFrame;
+            }
+        } else {
+            shown.crowded = true;
+        }
+        svg += "</g>\n";
+    }
+    svg += "</g>\n";
+    return lower + layout::rowHeight + layout::gap;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,144 @@
+#include "stage/plot/svg_path.h"
+
+#include "stage/plot/svg_text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace cadencora::stage {
+
+namespace {
+
+// Pixels; together, with the rounding of the text, below a tenth.
+constexpr double flatness = 0.02, columnWidth = 0.03, tolerance = 0.03;
+constexpr double roomForCubic = 1.5; // the width from which a bent piece is written as a cubic
+
+struct Point {
+    double x = 0, y = 0;
+};
+
+// Takes points from left to right and writes the lines through as few of them as will do.
+class LineWriter {
+public:
+    explicit LineWriter(std::string& path) : path_(path) {}
+
+    // First by columns: of three and more points in a column the lowest and the highest stay.
+    void add(Point point) {
+        const double column = std::floor(point.x / columnWidth);
+        if (!column_ || column != *column_) {
+            flushColumn();
+            column_ = column;
+            low_ = high_ = point;
+            lowFirst_ = true;
+            return;
+        }
+        if (point.y < low_.y) {
+            low_ = point;
+            lowFirst_ = false;
+        } else if (point.y >= high_.y) {
+            high_ = point;
+            lowFirst_ = true;
+        }
+    }
+
+    // Everything up to here is written.
+    void finish() {
+        flushColumn();
+        column_.reset();
+        if (candidate_) write(*candidate_);
+        candidate_.reset();
+    }
+
+    void cubicTo(Point a, Point b, Point end) {
+        finish();
+        path_ += "C" + text(a) + " " + text(b) + " " + text(end);
+        anchor_ = end;
+    }
+
+private:
+    void flushColumn() {
+        if (!column_) return;
+        const bool one = low_.x == high_.x && low_.y == high_.y;
+        straighten(lowFirst_ ? low_ : high_);
+        if (!one) straighten(lowFirst_ ? high_ : low_);
+    }
+
+    // Then a line grows for as long as it passes every point under it by the tolerance.
+    void straighten(Point point) {
+        if (!anchor_) {
+            write(point);
+            return;
+        }
+        if (candidate_) {
+            const double width = point.x - anchor_->x;
+            const double slope = (point.y - anchor_->y) / width;
+            // A step has no slope to compare.
+            if (!(width > 0) || candidate_->x == anchor_->x || slope < least_ || slope > most_) {
+                write(*candidate_);
+                candidate_.reset();
+            }
+        }
+        if (!candidate_) {
+            least_ = -1e300;
+            most_ = 1e300;
+        }
+        const double width = point.x - anchor_->x;
+        if (width > 0) {
+            least_ = std::max(least_, (point.y - tolerance - anchor_->y) / width);
+            most_ = std::min(most_, (point.y + tolerance - anchor_->y) / width);
+        }
+        candidate_ = point;
+    }
+
+    void write(Point point) {
+        const std::string next = text(point);
+        if (!anchor_) {
+            path_ += "M" + next;
+        } else if (next != text(*anchor_)) {
+            path_ += "L" + next;
+        }
+        anchor_ = point;
+    }
+
+    static std::string text(Point point) { return pixels(point.x) + "," + pixels(point.y); }
+
+    std::string& path_;
+    std::optional<double> column_;
+    Point low_, high_; // of the column; in pixels, so the low one is the upper
+    bool lowFirst_ = true;
+    std::optional<Point> anchor_, candidate_;
+    double least_ = 0, most_ = 0; // slopes
+};
+
+} // namespace
+
+std::string pathOf(const CurveRun& run, const Mapping& mapping) {
+    std::string path;
+    LineWriter writer(path);
+    for (const CurvePiece& piece : run.pieces) {
+        const double x0 = mapping.x(piece.from), width = mapping.x(piece.to) - x0;
+        std::array<double, 4> y;
+        std::ranges::transform(piece.values, y.begin(), [&](double v) { return mapping.y(v); });
+        const double bend =
+            std::max(std::abs(y[0] - 2 * y[1] + y[2]), std::abs(y[1] - 2 * y[2] + y[3]));
+        // A cubic is nowhere farther from `parts` chords than 3/4 of its bend over parts².
+        const double parts = std::clamp(std::ceil(std::sqrt(0.75 * bend / flatness)), 1.0, 200.0);
+        writer.add({x0, y[0]});
+        if (parts > 1 && width >= roomForCubic) {
+            writer.finish();
+            writer.cubicTo({x0 + width / 3, y[1]}, {x0 + 2 * width / 3, y[2]}, {x0 + width, y[3]});
+            continue;
+        }
+        for (double part = 1; part < parts; ++part) {
+            const double u = part / parts, w = 1 - u;
+            writer.add({x0 + u * width, w * w * w * y[0] + 3 * w * w * u * y[1] +
+                                            3 * w * u * u * y[2] + u * u * u * y[3]});
+        }
+        writer.add({x0 + width, y[3]});
+    }
+    writer.finish();
+    return path;
+}
+
+} // namespace cadencora::stage
