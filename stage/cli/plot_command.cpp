@@ -66,10 +66,10 @@ ExitStatus plot(const PlotOptions& options) {
         before = std::move(read).value();
     }
     auto svg = plotSvg({.scene = *scene,
-                              .channels = options.channels,
-                              .before = before ? &*before : nullptr,
-                              .from = options.from,
-                              .to = options.to});
+                        .channels = options.channels,
+                        .before = before ? &*before : nullptr,
+                        .from = options.from,
+                        .to = options.to});
     if (!svg) {
         // What is wrong lies in the options; the place is the file that they do not fit.
         Problem problem = svg.problem();

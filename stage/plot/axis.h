@@ -20,8 +20,8 @@ struct Extent {
     double low = 0, high = 0;
 };
 
-// An extent in which a curve's values can be told apart from each other: a constant gets room around
-// it, and so does one that only rounding moves.
+// An extent in which a curve's values can be told apart from each other: a constant gets room
+// around it, and so does one that only rounding moves.
 Extent roomFor(Extent values);
 
 // At most about `most` ticks. An exponent other than 0, a multiple of 3, stands for values from a

@@ -17,11 +17,8 @@ public:
     Cutter(const Envelope& envelope, double first, double last, double unit)
         : envelope_(envelope), first_(first), last_(last), unit_(unit) {}
 
-    double shown(double value) const { return std::clamp(value * unit_, -1e300, 1e300); }
-    double at(double time) const {
-        const double value = envelope_.evaluate(time);
-        return std::isnan(value) ? 0 : shown(value);
-    }
+    double shown(double value) const { return value * unit_; }
+    double at(double time) const { return shown(envelope_.evaluate(time)); }
 
     // The piece between two times with no key between them. It is found from times inside alone:
     // at the ends themselves the curve may already have jumped.
@@ -106,8 +103,9 @@ private:
         for (int i = 0; i < bandSamples; ++i) {
             const double begin = from + step * i;
             const double next = at(begin + step * std::fmod(0.6180339887498949 * (i + 1), 1.0));
-            run.pieces.push_back(
-                {begin, begin + step, {value, (2 * value + next) / 3, (value + 2 * next) / 3, next}});
+            run.pieces.push_back({begin,
+                                  begin + step,
+                                  {value, (2 * value + next) / 3, (value + 2 * next) / 3, next}});
             value = next;
         }
     }
@@ -120,6 +118,7 @@ private:
 void cover(DrawnCurve& curve, const CurvePiece& piece) {
     const auto& v = piece.values;
     const auto take = [&](double value) {
+        if (std::isnan(value)) value = std::numeric_limits<double>::infinity();
         curve.low = std::min(curve.low, value);
         curve.high = std::max(curve.high, value);
     };
@@ -135,7 +134,8 @@ void cover(DrawnCurve& curve, const CurvePiece& piece) {
     for (const double u : {q / a, c / q})
         if (u > 0 && u < 1) { // false for what a division by zero gives
             const double w = 1 - u;
-            take(size * (w * w * w * p0 + 3 * w * w * u * p1 + 3 * w * u * u * p2 + u * u * u * p3));
+            take(size *
+                 (w * w * w * p0 + 3 * w * w * u * p1 + 3 * w * u * u * p2 + u * u * u * p3));
         }
 }
 
@@ -157,17 +157,18 @@ DrawnCurve drawnCurve(const Envelope& envelope, double first, double last, doubl
         cutter.cutOutside(after, end, last, envelope.after);
         // A curve may jump onto its last key, or away from its outermost keys: a piece of no
         // length stands for the key.
+        const auto keyAt = [&](const KeyStore::Cursor& key) {
+            std::array<double, 4> value;
+            value.fill(cutter.shown(key.value()));
+            return CurvePiece{key.time(), key.time(), value};
+        };
         if (end >= first && end <= last) {
-            std::array<double, 4> value;
-            value.fill(cutter.shown(keys.last().value()));
-            keyed.pieces.push_back({end, end, value});
-            after.pieces.insert(after.pieces.begin(), {end, end, value});
+            if (!keyed.pieces.empty()) keyed.pieces.push_back(keyAt(keys.last()));
+            if (!after.pieces.empty())
+                after.pieces.insert(after.pieces.begin(), keyAt(keys.last()));
         }
-        if (start >= first && start <= last && !before.pieces.empty()) {
-            std::array<double, 4> value;
-            value.fill(cutter.shown(keys.begin().value()));
-            before.pieces.push_back({start, start, value});
-        }
+        if (start >= first && start <= last && !before.pieces.empty())
+            before.pieces.push_back(keyAt(keys.begin()));
     }
     for (KeyStore::Cursor key = keys.atOrAfter(first); key && key.time() <= last; key.advance()) {
         const double frame = rate.frameOf(key.time());

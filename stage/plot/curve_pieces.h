@@ -33,10 +33,14 @@ struct DrawnCurve {
     std::vector<CurveMark> marks; // the keys shown
     std::size_t keys = 0;         // of the whole curve
     double low = 0, high = 0;     // of what is shown
+
+    // False where values are so large that sums of a few need not be finite.
+    bool drawable() const { return low >= -largestDrawn && high <= largestDrawn; }
+    static constexpr double largestDrawn = 1e150;
 };
 
 // What is shown between two times in seconds, `first` before `last`. Every value is multiplied by
-// `unit`, and kept within 1e300 so that sums of a few stay finite.
+// `unit`.
 DrawnCurve drawnCurve(const Envelope& envelope, double first, double last, double unit,
                       FrameRate rate);
 

@@ -13,6 +13,7 @@ namespace {
 constexpr double inset = 8;        // between the outermost values and the frame of a panel
 constexpr double keyDistance = 5;  // pixels that keys need on average to be marked one by one
 constexpr double sampleWidth = 24; // of a line in a legend
+constexpr double longestName = 340;
 
 std::string attribute(std::string_view name, double value) {
     return " " + std::string(name) + "=\"" + pixels(value) + "\"";
@@ -40,8 +41,8 @@ double markRadius(const DrawnCurve& curve, const Mapping& mapping) {
 void drawCurve(std::string& svg, const DrawnCurve& curve, const Mapping& mapping,
                std::string_view dash, double width) {
     for (const CurveRun& run : curve.runs)
-        svg += "<path class=\"" + std::string(run.keyed ? "keyed" : "outside") + "\" fill=\"none\"" +
-               attribute("stroke-width", width) +
+        svg += "<path class=\"" + std::string(run.keyed ? "keyed" : "outside") +
+               "\" fill=\"none\"" + attribute("stroke-width", width) +
                std::string(run.keyed || dash == ghostDash ? dash : outsideDash) + " d=\"" +
                pathOf(run, mapping) + "\"/>\n";
 }
@@ -65,26 +66,38 @@ double drawLegend(std::string& svg, const Panel& panel, double left, double top)
     std::string unit = panel.unit;
     if (panel.axis.exponent != 0) unit += " × 1e" + std::to_string(panel.axis.exponent);
     drawText(svg, left, top + 13, unit, R"( font-weight="bold")");
-    double x = left + textWidth(unit, textSize) * 1.12 + 20, y = top;
-    for (std::size_t n = 0; n < panel.series.size(); ++n) {
-        const Series& series = panel.series[n];
-        const std::string count = keyCount(series.curve);
-        const double countWidth = textWidth(count, textSize);
-        const std::string name = shortened(series.name, textSize, 330);
-        const double nameWidth = textWidth(name, textSize);
-        const double width = sampleWidth + 6 + nameWidth + 7 + countWidth;
-        if (x + width > right) {
+    struct Entry {
+        std::string name, count;
+        double width = 0;
+    };
+    std::vector<Entry> entries;
+    double whole = 0, widest = 0;
+    for (const Series& series : panel.series) {
+        Entry entry{shortened(series.name, textSize, longestName), keyCount(series.curve), 0};
+        entry.width = sampleWidth + 13 + textWidth(entry.name + entry.count, textSize) + 20;
+        whole += entry.width;
+        widest = std::max(widest, entry.width);
+        entries.push_back(std::move(entry));
+    }
+    // Beside the unit where there is room for all; else below it, in columns.
+    const double beside = left + textWidth(unit, textSize) * 1.12 + 20;
+    const bool oneRow = beside + whole <= right + 20;
+    const auto columns = static_cast<std::size_t>(std::max(1.0, (right + 20 - left) / widest));
+    double x = oneRow ? beside : left, y = top;
+    for (std::size_t n = 0; n < entries.size(); ++n) {
+        const Entry& entry = entries[n];
+        if (!oneRow && n % columns == 0) {
             x = left;
             y += layout::rowHeight;
         }
         svg += colourGroup(n, " legend") + " stroke=\"currentColor\"><title>" +
-               escaped(series.name) + "</title>";
+               escaped(panel.series[n].name) + "</title>";
         drawLine(svg, x, y + 9, x + sampleWidth, y + 9,
                  R"( stroke-width="2")" + std::string(lineDash(n)));
-        svg += "</g>\n";
-        drawText(svg, x + sampleWidth + 6, y + 13, name);
-        drawText(svg, x + sampleWidth + 6 + nameWidth + 7, y + 13, count, R"( opacity=".65")");
-        x += width + 20;
+        svg += "</g>\n<text" + attribute("x", x + sampleWidth + 6) + attribute("y", y + 13) + ">" +
+               escaped(entry.name) + "<tspan dx=\"7\" opacity=\".65\">" + entry.count +
+               "</tspan></text>\n";
+        x += oneRow ? entry.width : widest;
     }
     return y + layout::rowHeight;
 }
@@ -107,8 +120,8 @@ void drawMark(std::string& svg, Shape shape, bool filled, double x, double y, do
     std::string path;
     switch (shape) {
     case Shape::linear:
-        path = "M" + point(-1.3, 0) + "L" + point(0, -1.3) + " " + point(1.3, 0) + " " +
-               point(0, 1.3);
+        path =
+            "M" + point(-1.3, 0) + "L" + point(0, -1.3) + " " + point(1.3, 0) + " " + point(0, 1.3);
         break;
     case Shape::tangents:
         path = "M" + point(-1.25, 0.9) + "L" + point(0, -1.4) + " " + point(1.25, 0.9);
@@ -126,6 +139,13 @@ void drawText(std::string& svg, double x, double y, std::string_view words,
               std::string_view attributes) {
     svg += "<text" + attribute("x", x) + attribute("y", y) + std::string(attributes) + ">" +
            escaped(words) + "</text>\n";
+}
+
+void drawTimeLabel(std::string& svg, double x, double y, std::string_view label,
+                   std::string_view attributes) {
+    const double half = textWidth(label, layout::textSize) / 2;
+    if (x - half < layout::captions || x + half > layout::width) return;
+    drawText(svg, x, y, label, R"( text-anchor="middle")" + std::string(attributes));
 }
 
 void drawLine(std::string& svg, double x1, double y1, double x2, double y2,
@@ -181,8 +201,7 @@ double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, dou
     for (const Tick& tick : frames.ticks) {
         drawLine(svg, mapping.x(tick.at), lower, mapping.x(tick.at), lower + 4,
                  R"( stroke="currentColor" stroke-opacity=".6")");
-        drawText(svg, mapping.x(tick.at), lower + 16, tick.label,
-                 R"( class="frame" text-anchor="middle")");
+        drawTimeLabel(svg, mapping.x(tick.at), lower + 16, tick.label, R"( class="frame")");
     }
 
     for (std::size_t n = 0; n < panel.series.size(); ++n)

@@ -13,6 +13,7 @@ namespace cadencora::stage {
 
 namespace layout { // pixels
 constexpr double width = 960, right = 22, gap = 12;
+constexpr double captions = 48; // where the names of the time axes end
 constexpr double textSize = 11, rowHeight = 18;
 } // namespace layout
 
@@ -54,21 +55,23 @@ void drawMark(std::string& svg, Shape shape, bool filled, double x, double y, do
 
 void drawText(std::string& svg, double x, double y, std::string_view words,
               std::string_view attributes = {});
+// Centred below a tick; left out where it would leave the picture or meet the axes' captions.
+void drawTimeLabel(std::string& svg, double x, double y, std::string_view label,
+                   std::string_view attributes);
 void drawLine(std::string& svg, double x1, double y1, double x2, double y2,
               std::string_view attributes);
 
 constexpr std::string_view outsideDash = R"( stroke-dasharray="2 3")";
 constexpr std::string_view ghostDash = R"( stroke-dasharray="6 4")";
 
-// The colours of an n-th curve: for all kinds of colour vision apart from each other on white and on
-// near-black.
+// The colours of an n-th curve: for all kinds of colour vision apart from each other on white and
+// on near-black.
 struct Colour {
     std::string_view light, dark;
 };
 constexpr Colour colours[] = {
-    {"#0956b0", "#57a1ff"}, {"#b44c13", "#ff8a4c"}, {"#00805c", "#2fc79a"},
-    {"#a63b82", "#e692c5"}, {"#b78b00", "#e6c229"}, {"#3a9bcc", "#b6daff"},
-    {"#24292f", "#e5ecf2"}, {"#77302e", "#b8745c"},
+    {"#0956b0", "#57a1ff"}, {"#b44c13", "#ff8a4c"}, {"#00805c", "#2fc79a"}, {"#a63b82", "#e692c5"},
+    {"#b78b00", "#e6c229"}, {"#3a9bcc", "#b6daff"}, {"#24292f", "#e5ecf2"}, {"#77302e", "#b8745c"},
 };
 constexpr std::size_t colourCount = std::size(colours);
 

@@ -1,5 +1,6 @@
 #include "stage/plot/plot.h"
 
+#include "stage/base/text.h"
 #include "stage/plot/find_channels.h"
 #include "stage/plot/panel.h"
 #include "stage/plot/svg_text.h"
@@ -68,8 +69,8 @@ std::string styleSheet() {
     std::string css = "<style>@media (prefers-color-scheme:dark){.cadencora-plot{color:#e6edf3}"
                       ".cadencora-plot .paper{fill:#0d1117}";
     for (std::size_t n = 0; n < colourCount; ++n)
-        css += ".cadencora-plot .c" + std::to_string(n) + "{color:" +
-               std::string(colours[n].dark) + "}";
+        css += ".cadencora-plot .c" + std::to_string(n) + "{color:" + std::string(colours[n].dark) +
+               "}";
     return css + "}</style>\n";
 }
 
@@ -165,8 +166,13 @@ Result<std::string> plotSvg(const PlotRequest& request) {
 
     auto panels = panelsOf(request, *channels, seconds.low, seconds.high);
     const double height = panels.size() == 1 ? 300 : panels.size() == 2 ? 220 : 170;
-    double left = 62;
+    double left = 68;
     for (Panel& panel : panels) {
+        for (const Series& series : panel.series)
+            if (!series.curve.drawable() ||
+                !std::ranges::all_of(series.ghost, &DrawnCurve::drawable))
+                return Problem{"the values of " + inQuotes(series.name) + " are too large to draw",
+                               scene.name, "they reach beyond 1e150 in the frames shown"};
         panel.scale(height);
         left = std::max(left, panel.labelWidth() + 16);
     }
@@ -179,10 +185,9 @@ Result<std::string> plotSvg(const PlotRequest& request) {
     const std::string title = scene.name.empty() ? "Curves" : scene.name;
     drawText(body, 16, 27, shortened(title, 17, layout::width - 32),
              R"( font-size="16" font-weight="bold")");
-    const std::string span = range->from == range->to
-                                 ? "frame " + std::to_string(range->from)
-                                 : "frames " + std::to_string(range->from) + " to " +
-                                       std::to_string(range->to);
+    const std::string span = range->from == range->to ? "frame " + std::to_string(range->from)
+                                                      : "frames " + std::to_string(range->from) +
+                                                            " to " + std::to_string(range->to);
     const std::string subtitle = span + ", " + scene.rate.text() + " per second";
     drawText(body, 16, 45, subtitle, R"( opacity=".75")");
 
@@ -195,8 +200,8 @@ Result<std::string> plotSvg(const PlotRequest& request) {
     drawText(body, 12, labels, "frame", R"( opacity=".75")");
     drawText(body, 12, labels + 15, "time", R"( opacity=".75")");
     for (const Tick& tick : timeTicks(seconds, width, textSize, false, " s"))
-        drawText(body, left + (tick.at - seconds.low) / (seconds.high - seconds.low) * width,
-                 labels + 15, tick.label, R"( class="second" text-anchor="middle" opacity=".75")");
+        drawTimeLabel(body, left + (tick.at - seconds.low) / (seconds.high - seconds.low) * width,
+                      labels + 15, tick.label, R"( class="second" opacity=".75")");
     y = drawKey(body, shown, left, y + 22) + 10;
 
     const std::string name = escaped(title + ": " + subtitle);

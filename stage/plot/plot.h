@@ -25,7 +25,8 @@ struct PlotRequest {
 };
 
 // One panel per unit: positions in scene units, rotations in degrees, scales as factors, the rest
-// as values. `before` is laid over by time, whatever its rate; a channel that it lacks has no ghost.
+// as values. `before` is laid over by time, whatever its rate; a channel that it lacks has no
+// ghost.
 Result<std::string> plotSvg(const PlotRequest& request);
 
 } // namespace cadencora::stage

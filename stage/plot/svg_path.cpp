@@ -11,7 +11,7 @@ namespace cadencora::stage {
 namespace {
 
 // Pixels; together, with the rounding of the text, below a tenth.
-constexpr double flatness = 0.02, columnWidth = 0.03, tolerance = 0.03;
+constexpr double flatness = 0.02, columnWidth = 0.06, tolerance = 0.03;
 constexpr double roomForCubic = 1.5; // the width from which a bent piece is written as a cubic
 
 struct Point {
@@ -23,7 +23,8 @@ class LineWriter {
 public:
     explicit LineWriter(std::string& path) : path_(path) {}
 
-    // First by columns: of three and more points in a column the lowest and the highest stay.
+    // First by columns: three and more points in a column become one upright line, from the lowest
+    // to the highest, in its middle.
     void add(Point point) {
         const double column = std::floor(point.x / columnWidth);
         if (!column_ || column != *column_) {
@@ -31,8 +32,10 @@ public:
             column_ = column;
             low_ = high_ = point;
             lowFirst_ = true;
+            inColumn_ = 1;
             return;
         }
+        ++inColumn_;
         if (point.y < low_.y) {
             low_ = point;
             lowFirst_ = false;
@@ -59,9 +62,9 @@ public:
 private:
     void flushColumn() {
         if (!column_) return;
-        const bool one = low_.x == high_.x && low_.y == high_.y;
+        if (inColumn_ > 2) low_.x = high_.x = (*column_ + 0.5) * columnWidth;
         straighten(lowFirst_ ? low_ : high_);
-        if (!one) straighten(lowFirst_ ? high_ : low_);
+        if (inColumn_ > 1) straighten(lowFirst_ ? high_ : low_);
     }
 
     // Then a line grows for as long as it passes every point under it by the tolerance.
@@ -92,11 +95,13 @@ private:
     }
 
     void write(Point point) {
-        const std::string next = text(point);
+        const std::string x = pixels(point.x), y = pixels(point.y);
         if (!anchor_) {
-            path_ += "M" + next;
-        } else if (next != text(*anchor_)) {
-            path_ += "L" + next;
+            path_ += "M" + x + "," + y;
+        } else if (x != pixels(anchor_->x)) {
+            path_ += "L" + x + "," + y;
+        } else if (y != pixels(anchor_->y)) {
+            path_ += "V" + y;
         }
         anchor_ = point;
     }
@@ -107,6 +112,7 @@ private:
     std::optional<double> column_;
     Point low_, high_; // of the column; in pixels, so the low one is the upper
     bool lowFirst_ = true;
+    int inColumn_ = 0;
     std::optional<Point> anchor_, candidate_;
     double least_ = 0, most_ = 0; // slopes
 };

@@ -28,7 +28,8 @@ char32_t takeCharacter(std::string_view& text) {
         good = good && (byte(i) & 0xc0u) == 0x80;
         character = character << 6 | (byte(i) & 0x3fu);
     }
-    const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
+    const bool overlong =
+        (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
     const bool surrogate = character >= 0xd800 && character < 0xe000;
     if (!good || overlong || surrogate || character > 0x10ffff) {
         text.remove_prefix(1);
@@ -126,8 +127,7 @@ std::string pixels(double value) {
     // Whole hundredths, so that a number has one text alone and no "-0".
     const long long hundredths = std::llround(value * 100);
     char text[32];
-    const auto end =
-        std::to_chars(text, text + sizeof text, static_cast<double>(hundredths) / 100);
+    const auto end = std::to_chars(text, text + sizeof text, static_cast<double>(hundredths) / 100);
     return std::string(text, end.ptr);
 }
 
