@@ -47,11 +47,10 @@ void drawCurve(std::string& svg, const DrawnCurve& curve, const Mapping& mapping
                pathOf(run, mapping) + "\"/>\n";
 }
 
-void drawMarks(std::string& svg, const DrawnCurve& curve, const Mapping& mapping, double radius,
-               std::string_view style) {
+void drawMarks(std::string& svg, const DrawnCurve& curve, const Mapping& mapping, double radius) {
     for (const CurveMark& mark : curve.marks)
-        drawMark(svg, mark.shape, mark.onFrame, mapping.x(mark.time), mapping.y(mark.value), radius,
-                 style);
+        drawMark(svg, mark.onFrame ? "key" : "key between", mark.shape, mark.onFrame,
+                 mapping.x(mark.time), mapping.y(mark.value), radius);
 }
 
 std::string keyCount(const DrawnCurve& curve) {
@@ -104,10 +103,10 @@ double drawLegend(std::string& svg, const Panel& panel, double left, double top)
 
 } // namespace
 
-void drawMark(std::string& svg, Shape shape, bool filled, double x, double y, double radius,
-              std::string_view style) {
-    const std::string kind = std::string(style) + (filled ? "" : R"( fill="#ffffff")");
-    const std::string name = filled ? "key" : "key between paper";
+void drawMark(std::string& svg, std::string_view className, Shape shape, bool filled, double x,
+              double y, double radius, std::string_view attributes) {
+    const std::string kind = std::string(attributes) + (filled ? "" : R"( fill="#ffffff")");
+    const std::string name = std::string(className) + (filled ? "" : " paper");
     if (shape == Shape::spline) {
         svg += "<circle class=\"" + name + "\"" + attribute("cx", x) + attribute("cy", y) +
                attribute("r", radius) + kind + "/>\n";
@@ -208,13 +207,11 @@ double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, dou
         for (const DrawnCurve& ghost : panel.series[n].ghost) {
             svg += colourGroup(n, " ghost") + " stroke=\"currentColor\" opacity=\".5\">\n";
             drawCurve(svg, ghost, mapping, ghostDash, 1.5);
-            if (const double radius = markRadius(ghost, mapping); radius > 0) {
-                std::string marks; // smaller, and no keys of this plot
+            if (markRadius(ghost, mapping) > 0) {
                 for (const CurveMark& mark : ghost.marks)
-                    marks += "<circle" + attribute("cx", mapping.x(mark.time)) +
-                             attribute("cy", mapping.y(mark.value)) + attribute("r", 2) +
-                             " fill=\"currentColor\" stroke=\"none\"/>\n";
-                svg += marks;
+                    svg += "<circle" + attribute("cx", mapping.x(mark.time)) +
+                           attribute("cy", mapping.y(mark.value)) + attribute("r", 2) +
+                           " fill=\"currentColor\" stroke=\"none\"/>\n";
             }
             svg += "</g>\n";
             shown.ghost = true;
@@ -229,7 +226,7 @@ double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, dou
             shown.outside = shown.outside || !run.keyed;
         if (const double radius = markRadius(curve, mapping); radius > 0) {
             svg += "<g fill=\"currentColor\" stroke-width=\"1.3\">\n";
-            drawMarks(svg, curve, mapping, radius, "");
+            drawMarks(svg, curve, mapping, radius);
             svg += "</g>\n";
             for (const CurveMark& mark : curve.marks) {
                 shown.shapes.insert(mark.shape);

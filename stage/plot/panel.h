@@ -49,9 +49,9 @@ struct Frames {
 double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, double left,
                  double top, double height, Shown& shown);
 
-// The mark of a key's shape, filled, or hollow for one between frames.
-void drawMark(std::string& svg, Shape shape, bool filled, double x, double y, double radius,
-              std::string_view style);
+// The mark of a key's shape, filled, or hollow for one between frames, as an element of a class.
+void drawMark(std::string& svg, std::string_view className, Shape shape, bool filled, double x,
+              double y, double radius, std::string_view attributes = {});
 
 void drawText(std::string& svg, double x, double y, std::string_view words,
               std::string_view attributes = {});

@@ -91,11 +91,8 @@ double drawKey(std::string& svg, const Shown& shown, double left, double top) {
     const auto mark = [&](Shape shape, bool filled, std::string_view words) {
         entry(
             [&] {
-                std::string one;
-                drawMark(one, shape, filled, x + 5, y + 9, 3.4,
+                drawMark(svg, "sample", shape, filled, x + 5, y + 9, 3.4,
                          filled ? R"( fill="currentColor")" : R"( stroke="currentColor")");
-                one.replace(one.find("class=\"key"), 10, "class=\"sample"); // no key of a curve
-                svg += one;
             },
             15, words);
     };

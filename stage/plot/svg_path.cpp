@@ -55,7 +55,14 @@ public:
 
     void cubicTo(Point a, Point b, Point end) {
         finish();
-        path_ += "C" + text(a) + " " + text(b) + " " + text(end);
+        const long long fromX = penX_, fromY = penY_;
+        path_ += "c";
+        for (const Point& point : {a, b, end}) {
+            penX_ = std::llround(point.x * 100);
+            penY_ = std::llround(point.y * 100);
+            if (penX_ >= fromX && path_.back() != 'c') path_ += " ";
+            appendPair(penX_ - fromX, penY_ - fromY);
+        }
         anchor_ = end;
     }
 
@@ -95,18 +102,34 @@ private:
     }
 
     void write(Point point) {
-        const std::string x = pixels(point.x), y = pixels(point.y);
+        const long long x = std::llround(point.x * 100), y = std::llround(point.y * 100);
         if (!anchor_) {
-            path_ += "M" + x + "," + y;
-        } else if (x != pixels(anchor_->x)) {
-            path_ += "L" + x + "," + y;
-        } else if (y != pixels(anchor_->y)) {
-            path_ += "V" + y;
+            path_ += "M";
+            appendPair(x, y);
+        } else if (x != penX_) {
+            path_ += "l";
+            appendPair(x - penX_, y - penY_);
+        } else if (y != penY_) {
+            path_ += "v";
+            append(y - penY_);
         }
+        penX_ = x;
+        penY_ = y;
         anchor_ = point;
     }
 
-    static std::string text(Point point) { return pixels(point.x) + "," + pixels(point.y); }
+    // A number of hundredths, as short as it can be.
+    void append(long long hundredths) {
+        std::string number = pixels(static_cast<double>(hundredths) / 100);
+        const std::size_t digits = number.starts_with('-') ? 1 : 0;
+        if (number.compare(digits, 2, "0.") == 0) number.erase(digits, 1);
+        path_ += number;
+    }
+    void appendPair(long long x, long long y) {
+        append(x);
+        if (y >= 0) path_ += ","; // a minus sign separates too
+        append(y);
+    }
 
     std::string& path_;
     std::optional<double> column_;
@@ -115,6 +138,8 @@ private:
     int inColumn_ = 0;
     std::optional<Point> anchor_, candidate_;
     double least_ = 0, most_ = 0; // slopes
+    // What is written, in hundredths of a pixel: steps from there add up without drifting.
+    long long penX_ = 0, penY_ = 0;
 };
 
 } // namespace

@@ -59,7 +59,9 @@ private:
         rest_.remove_prefix(text.size());
         return text;
     }
-    void skipBlanks() { rest_.remove_prefix(std::min(rest_.find_first_not_of(" \n"), rest_.size())); }
+    void skipBlanks() {
+        rest_.remove_prefix(std::min(rest_.find_first_not_of(" \n"), rest_.size()));
+    }
     static bool soundText(const std::string& text) {
         return std::ranges::none_of(text, [](char c) { return c >= 0 && c < ' ' && c != '\n'; }) &&
                plain(text).size() + 3 * static_cast<std::size_t>(std::ranges::count(text, '&')) <=
@@ -102,7 +104,7 @@ struct Point {
     double x = 0, y = 0;
 };
 
-// The corners of a path of M, L, V and C; a cubic gives points on it.
+// The corners of a path of M, l, v and c; a cubic gives points on it.
 std::vector<Point> flattened(const Element& path) {
     std::vector<Point> points;
     const std::string data = path.attributes.at("d");
@@ -118,26 +120,27 @@ std::vector<Point> flattened(const Element& path) {
         return value;
     };
     while (*at) {
-        if (std::string_view("MLVC").find(*at) != std::string_view::npos) command = *at++;
-        if (command == 'V') {
-            points.push_back({points.back().x, number()});
-        } else if (command == 'C') {
+        if (std::string_view("Mlvc").find(*at) != std::string_view::npos) command = *at++;
+        if (command == 'v') {
+            points.push_back({points.back().x, points.back().y + number()});
+        } else if (command == 'c') {
             std::array<Point, 4> p{points.back()};
             for (std::size_t i = 1; i < 4; ++i) {
-                p[i].x = number();
-                p[i].y = number();
+                p[i].x = p[0].x + number();
+                p[i].y = p[0].y + number();
             }
             for (int i = 1; i <= 200; ++i) {
                 const double u = i / 200.0, w = 1 - u;
                 const auto mix = [&](double Point::*c) {
-                    return w * w * w * p[0].*c + 3 * w * w * u * p[1].*c +
-                           3 * w * u * u * p[2].*c + u * u * u * p[3].*c;
+                    return w * w * w * p[0].*c + 3 * w * w * u * p[1].*c + 3 * w * u * u * p[2].*c +
+                           u * u * u * p[3].*c;
                 };
                 points.push_back({mix(&Point::x), mix(&Point::y)});
             }
         } else {
-            const double x = number();
-            points.push_back({x, number()});
+            const Point from = command == 'l' ? points.back() : Point{};
+            const double x = from.x + number();
+            points.push_back({x, from.y + number()});
         }
     }
     return points;
@@ -225,8 +228,7 @@ TEST_F(Plot, draws_holds_as_steps_splines_as_they_are_and_the_outside_dashed) {
     const auto at = mapping(root, {10, 1}, {50, 9});
     const auto inner = flattened(root.ofClass("keyed").at(0));
     const double step = at(20, 0).x;
-    EXPECT_EQ(std::ranges::count_if(
-                  inner, [&](Point p) { return std::abs(p.x - step) < 0.02; }), 2)
+    EXPECT_EQ(std::ranges::count_if(inner, [&](Point p) { return std::abs(p.x - step) < 0.02; }), 2)
         << "straight up at the frame of the key";
     EXPECT_EQ(root.ofClass("outside").size(), 2u);
     for (const Element& outside : root.ofClass("outside"))
@@ -282,10 +284,13 @@ TEST_F(Plot, draws_no_key_one_key_one_frame_and_values_of_any_size) {
     keyed(positionY, {{0, 1e-30}, {60, 3e-30}});
     keyed(positionZ, {{0, -1e90}, {60, 1e90}});
     for (const std::string axis : {"X", "Y", "Z"})
-        for (const auto& [from, to] : {std::pair{30, 30}, {-farthestPlotFrame, farthestPlotFrame}}) {
-            const Element root = parsed(plotSvg(
-                {.scene = scene, .channels = {"Ball/Position." + axis, "Ball/Scale.X"}, .from = from,
-                 .to = to}));
+        for (const auto& [from, to] :
+             {std::pair{30, 30}, {-farthestPlotFrame, farthestPlotFrame}}) {
+            const Element root =
+                parsed(plotSvg({.scene = scene,
+                                .channels = {"Ball/Position." + axis, "Ball/Scale.X"},
+                                .from = from,
+                                .to = to}));
             EXPECT_GE(root.ofClass("frame").size(), 2u);
             EXPECT_GE(root.ofClass("value").size(), 4u);
             root.visit([](const Element& one) {
@@ -306,8 +311,7 @@ TEST_F(Plot, refuses_unknown_channels_and_frames_that_run_backwards) {
     EXPECT_TRUE(unknown.problem().detail.starts_with("\"Ball/Rotation.H\", \"Ball/Rotation.P\""))
         << unknown.problem().detail;
     EXPECT_FALSE(plotSvg({.scene = scene, .channels = {}}));
-    EXPECT_FALSE(
-        plotSvg({.scene = scene, .channels = {"Ball/Scale.X"}, .from = 9, .to = 3}));
+    EXPECT_FALSE(plotSvg({.scene = scene, .channels = {"Ball/Scale.X"}, .from = 9, .to = 3}));
 }
 
 TEST(PlotCommand, writes_a_picture_to_a_file_or_prints_it) {
