@@ -38,13 +38,17 @@ double markRadius(const DrawnCurve& curve, const Mapping& mapping) {
     return each < keyDistance ? 0 : std::clamp(each * 0.3, 2.2, 3.4);
 }
 
-void drawCurve(std::string& svg, const DrawnCurve& curve, const Mapping& mapping,
-               std::string_view dash, double width) {
+std::vector<std::string> pathsOf(const DrawnCurve& curve, const Mapping& mapping) {
+    std::vector<std::string> paths;
     for (const CurveRun& run : curve.runs)
-        svg += "<path class=\"" + std::string(run.keyed ? "keyed" : "outside") +
-               "\" fill=\"none\"" + attribute("stroke-width", width) +
-               std::string(run.keyed || dash == ghostDash ? dash : outsideDash) + " d=\"" +
-               pathOf(run, mapping) + "\"/>\n";
+        paths.push_back(pathOf(run, mapping));
+    return paths;
+}
+
+void drawPath(std::string& svg, bool keyed, const std::string& path, std::string_view dash,
+              double width) {
+    svg += "<path class=\"" + std::string(keyed ? "keyed" : "outside") + "\" fill=\"none\"" +
+           attribute("stroke-width", width) + std::string(dash) + " d=\"" + path + "\"/>\n";
 }
 
 void drawMarks(std::string& svg, const DrawnCurve& curve, const Mapping& mapping, double radius) {
@@ -203,16 +207,23 @@ double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, dou
         drawTimeLabel(svg, mapping.x(tick.at), lower + 16, tick.label, R"( class="frame")");
     }
 
+    std::vector<std::vector<std::string>> paths;
+    for (const Series& series : panel.series)
+        paths.push_back(pathsOf(series.curve, mapping));
     for (std::size_t n = 0; n < panel.series.size(); ++n)
         for (const DrawnCurve& ghost : panel.series[n].ghost) {
+            const auto ghostPaths = pathsOf(ghost, mapping);
+            if (ghostPaths == paths[n]) continue;
             svg += colourGroup(n, " ghost") + " stroke=\"currentColor\" opacity=\".5\">\n";
-            drawCurve(svg, ghost, mapping, ghostDash, 1.5);
-            if (markRadius(ghost, mapping) > 0) {
+            // Where nothing changed a ghost would only fill the gaps of the dotted curve.
+            for (std::size_t i = 0; i < ghostPaths.size(); ++i)
+                if (std::ranges::find(paths[n], ghostPaths[i]) == paths[n].end())
+                    drawPath(svg, ghost.runs[i].keyed, ghostPaths[i], ghostDash, 1.5);
+            if (markRadius(ghost, mapping) > 0)
                 for (const CurveMark& mark : ghost.marks)
                     svg += "<circle" + attribute("cx", mapping.x(mark.time)) +
                            attribute("cy", mapping.y(mark.value)) + attribute("r", 2) +
                            " fill=\"currentColor\" stroke=\"none\"/>\n";
-            }
             svg += "</g>\n";
             shown.ghost = true;
         }
@@ -221,9 +232,11 @@ double drawPanel(std::string& svg, const Panel& panel, const Frames& frames, dou
         svg += colourGroup(n, " curve") +
                " stroke=\"currentColor\" stroke-linejoin=\"round\"><title>" +
                escaped(panel.series[n].name) + "</title>\n";
-        drawCurve(svg, curve, mapping, lineDash(n), 1.8);
-        for (const CurveRun& run : curve.runs)
-            shown.outside = shown.outside || !run.keyed;
+        for (std::size_t i = 0; i < paths[n].size(); ++i) {
+            const bool keyed = curve.runs[i].keyed;
+            drawPath(svg, keyed, paths[n][i], keyed ? lineDash(n) : outsideDash, 1.8);
+            shown.outside = shown.outside || !keyed;
+        }
         if (const double radius = markRadius(curve, mapping); radius > 0) {
             svg += "<g fill=\"currentColor\" stroke-width=\"1.3\">\n";
             drawMarks(svg, curve, mapping, radius);

@@ -273,6 +273,7 @@ TEST_F(Plot, has_a_panel_per_unit_with_rotations_in_degrees_and_a_ghost_per_chan
     EXPECT_EQ(root.ofClass("panel").size(), 3u);
     EXPECT_EQ(root.ofClass("ghost").size(), 2u) << "the other scene has no dissolve";
     EXPECT_TRUE(drawn(names).ofClass("ghost").empty());
+    EXPECT_TRUE(drawn(names, &scene).ofClass("ghost").empty()) << "nothing changed";
     std::vector<std::string> values;
     for (const Element& text : drawn({"Ball/Rotation.H"}).ofClass("value"))
         values.push_back(text.text);
@@ -318,20 +319,24 @@ TEST(PlotCommand, writes_a_picture_to_a_file_or_prints_it) {
     namespace fs = std::filesystem;
     const fs::path output = fs::path(testing::TempDir()) / "plot_command.svg";
     const std::string input = std::string(CADENCORA_SOURCE_DIR) + "/docs/examples/ball.stage";
+    const std::string before = output.string() + ".stage";
+    const std::string text = fileText(input);
+    std::ofstream(before) << std::string(text).replace(text.find("0.8], [40"), 3, "0.5");
     const auto run = [&](std::vector<std::string> more) {
         more.insert(more.begin(), {"plot", input, "--channel"});
         return runProgramFile(more, output.string() + ".errors");
     };
-    const auto printed = run({"Head/Face/Smile", "--before", input, "--to", "40"});
+    const auto printed = run({"Head/Face/Smile", "--before", before, "--to", "40"});
     ASSERT_EQ(printed.status, 0) << printed.errors;
     EXPECT_EQ(parsed(printed.output).ofClass("ghost").size(), 1u);
-    ASSERT_EQ(run({"Head/Face/Smile", "--before", input, "--to", "40", "-o", output}).status, 0);
+    ASSERT_EQ(run({"Head/Face/Smile", "--before", before, "--to", "40", "-o", output}).status, 0);
     EXPECT_EQ(fileText(output), printed.output);
     const auto unknown = run({"Head/Smile", "-o", output});
     EXPECT_EQ(unknown.status, 2);
     EXPECT_NE(unknown.errors.find("\"Head/Face/Smile\""), std::string::npos) << unknown.errors;
     EXPECT_EQ(run({"Head/Face/Smile", "--fps", "fast"}).status, 2);
     fs::remove(output);
+    fs::remove(before);
     fs::remove(output.string() + ".errors");
 }
 
