@@ -15,12 +15,13 @@ set(arrows
     "plugin/shell:plugin/host plugin/keys plugin/math plugin/sets plugin/commands plugin/transfer"
     "stage/base:"
     "stage/scene:stage/base"
+    "stage/plot:stage/base stage/scene"
     "stage/panels:stage/base stage/scene plugin/host"
     "stage/formats:stage/base stage/scene"
     "stage/services:stage/base stage/scene stage/panels stage/formats plugin/host"
     "stage/module:stage/base plugin/host"
-    "stage/cli:stage/base stage/scene stage/panels stage/formats stage/services stage/module"
-    "stage/desktop:stage/base stage/scene stage/panels stage/formats stage/services stage/module")
+    "stage/cli:stage/base stage/scene stage/panels stage/formats stage/services stage/module stage/plot"
+    "stage/desktop:stage/base stage/scene stage/panels stage/formats stage/services stage/module stage/plot")
 set(state_header "plugin/shell/tool_state.h") # read by nearly all; includes plugin/host/ alone
 
 set(wrong "")

@@ -1,6 +1,7 @@
 #include "stage/cli/arguments.h"
 
 #include "stage/base/text.h"
+#include "stage/cli/plot_command.h"
 #include "stage/cli/report.h"
 #include "stage/cli/run.h"
 #include "stage/formats/format.h"
@@ -235,6 +236,9 @@ int runProgram(int argc, char** argv) {
     convert->add_option("OUT", arguments.output, "Output file")->required();
     addRate(*convert, arguments);
 
+    PlotOptions plotOptions;
+    const CLI::App* plotting = addPlot(app, plotOptions);
+
     if (argc > 1 && *argv[1] != '-') {
         std::vector<std::string> names;
         for (const CLI::App* command : app.get_subcommands({}))
@@ -252,6 +256,7 @@ int runProgram(int argc, char** argv) {
     if (info->parsed()) return infoCommand(arguments);
     if (panels->parsed()) return panelsCommand(arguments);
     if (convert->parsed()) return convertCommand(arguments);
+    if (plotting->parsed()) return plot(plotOptions);
     return runCommand(*run, arguments);
 }
 

@@ -1,0 +1,89 @@
+#include "stage/cli/plot_command.h"
+
+#include "stage/base/file.h"
+#include "stage/base/text.h"
+#include "stage/formats/format.h"
+#include "stage/plot/plot.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+namespace cadencora::stage {
+
+namespace {
+
+ExitStatus fail(ExitStatus status, const Problem& problem) {
+    std::cerr << "cadencora: " << problem.text() << "\n";
+    return status;
+}
+
+Result<Scene> readInput(const std::string& path, std::optional<FrameRate> rate) {
+    ReadOptions reading;
+    reading.rate = rate;
+    auto loaded = readScene(path, reading);
+    if (!loaded) return loaded.problem();
+    for (const std::string& warning : loaded->warnings)
+        std::cerr << "warning: " << warning << "\n";
+    return std::move(loaded->scene);
+}
+
+} // namespace
+
+CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
+    CLI::App* plot = app.add_subcommand("plot", "Draw animation curves as an SVG picture");
+    plot->add_option("FILE", options.input, "Input file")->required();
+    plot->add_option("--channel", options.channels,
+                     "Draw this channel: \"Hips/Rotation.H\" (repeat for several)")
+        ->required()
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    plot->add_option("-o,--output", options.output, "Write to this file (default: print)");
+    plot->add_option("--before", options.before,
+                     "Draw the channels as they are in this file faintly below");
+    plot->add_option("--from", options.from, "First frame (default: all frames)");
+    plot->add_option("--to", options.to, "Last frame");
+    plot->add_option("--fps", options.rate,
+                     "Set the frame rate; keys keep their times (30, 23.976, 24000/1001)");
+    plot->footer("Example:\n"
+                 "  cadencora plot after.bvh --before walk.bvh --channel Hips/Rotation.H -o a.svg");
+    return plot;
+}
+
+ExitStatus plot(const PlotOptions& options) {
+    std::optional<FrameRate> rate;
+    if (!options.rate.empty()) {
+        rate = FrameRate::parse(options.rate);
+        if (!rate)
+            return fail(exitUsage, {"not a frame rate: " + inQuotes(options.rate), "--fps",
+                                    "expected a number such as 30, 23.976 or 24000/1001"});
+    }
+    auto scene = readInput(options.input, rate);
+    if (!scene) return fail(exitFailed, scene.problem());
+    std::optional<Scene> before;
+    if (!options.before.empty()) {
+        auto read = readInput(options.before, rate);
+        if (!read) return fail(exitFailed, read.problem());
+        before = std::move(read).value();
+    }
+    auto svg = plotSvg({.scene = *scene,
+                        .channels = options.channels,
+                        .before = before ? &*before : nullptr,
+                        .from = options.from,
+                        .to = options.to});
+    if (!svg) {
+        // What is wrong lies in the options; the place is the file that they do not fit.
+        Problem problem = svg.problem();
+        problem.where = options.input;
+        return fail(exitUsage, problem);
+    }
+    if (options.output.empty()) {
+        std::cout << *svg << std::flush;
+        return std::cout ? exitDone : fail(exitFailed, {"cannot write the picture", "", ""});
+    }
+    const auto written = writeFile(options.output, *svg);
+    if (!written) return fail(exitFailed, written.problem());
+    std::cout << "wrote " << options.output << "\n";
+    return exitDone;
+}
+
+} // namespace cadencora::stage

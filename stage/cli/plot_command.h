@@ -1,0 +1,28 @@
+// `plot`: draws animation curves of a file as an SVG picture.
+#pragma once
+
+#include "stage/cli/exit_status.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace cadencora::stage {
+
+struct PlotOptions {
+    std::string input, before, output, rate; // no output: standard output
+    std::vector<std::string> channels;
+    std::optional<std::int64_t> from, to; // frames
+};
+
+// Adds the command, which parses into `options`; they must live as long as `app`.
+CLI::App* addPlot(CLI::App& app, PlotOptions& options);
+
+ExitStatus plot(const PlotOptions& options);
+
+} // namespace cadencora::stage

@@ -1,0 +1,134 @@
+#include "stage/plot/svg_text.h"
+
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+namespace cadencora::stage {
+
+namespace {
+
+constexpr char32_t replacement = 0xfffd;
+
+// Takes the first character off a text that is not empty.
+char32_t takeCharacter(std::string_view& text) {
+    const auto byte = [&](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
+    };
+    const unsigned lead = byte(0);
+    const std::size_t length = lead < 0x80   ? 1
+                               : lead < 0xc2 ? 0
+                               : lead < 0xe0 ? 2
+                               : lead < 0xf0 ? 3
+                               : lead < 0xf5 ? 4
+                                             : 0;
+    char32_t character = length == 1 ? lead : lead & (0x7fu >> length);
+    bool good = length > 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        good = good && (byte(i) & 0xc0u) == 0x80;
+        character = character << 6 | (byte(i) & 0x3fu);
+    }
+    const bool overlong =
+        (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
+    const bool surrogate = character >= 0xd800 && character < 0xe000;
+    if (!good || overlong || surrogate || character > 0x10ffff) {
+        text.remove_prefix(1);
+        return replacement;
+    }
+    text.remove_prefix(length);
+    const bool blank = character == '\t' || character == '\n' || character == '\r';
+    if (blank) return ' ';
+    return character < 0x20 || (character & 0xfffe) == 0xfffe ? replacement : character;
+}
+
+void append(std::string& out, char32_t c) {
+    const auto tail = [&](int shift) { out += static_cast<char>(0x80 | (c >> shift & 0x3f)); };
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xc0 | c >> 6);
+        tail(0);
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xe0 | c >> 12);
+        tail(6);
+        tail(0);
+    } else {
+        out += static_cast<char>(0xf0 | c >> 18);
+        tail(12);
+        tail(6);
+        tail(0);
+    }
+}
+
+// In parts of the font's size.
+double widthOf(char32_t c) {
+    constexpr std::u32string_view narrow = U" .,:;'!|iljftrI()[]/-", wide = U"mwMW@%";
+    if (c >= 0x300 && c < 0x370) return 0; // combines with the character before it
+    if (c >= 0x1100) return 1.05;
+    if (narrow.find(c) != std::u32string_view::npos) return 0.4;
+    if (wide.find(c) != std::u32string_view::npos) return 0.98;
+    return c >= 'A' && c <= 'Z' ? 0.74 : 0.64;
+}
+
+} // namespace
+
+std::string escaped(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        switch (const char32_t c = takeCharacter(text)) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            append(out, c);
+        }
+    }
+    return out;
+}
+
+double textWidth(std::string_view text, double fontSize) {
+    double width = 0;
+    while (!text.empty())
+        width += widthOf(takeCharacter(text));
+    return width * fontSize;
+}
+
+std::string shortened(std::string_view text, double fontSize, double width) {
+    if (textWidth(text, fontSize) <= width) return std::string(text);
+    std::vector<char32_t> all;
+    while (!text.empty())
+        all.push_back(takeCharacter(text));
+    const double room = width / fontSize - 1; // less the ellipsis
+    std::size_t head = 0, tail = all.size();
+    double used = 0;
+    while (tail > 0 && used + widthOf(all[tail - 1]) <= room * 0.6)
+        used += widthOf(all[--tail]);
+    while (head < tail && used + widthOf(all[head]) <= room)
+        used += widthOf(all[head++]);
+    std::string out;
+    for (std::size_t i = 0; i < head; ++i)
+        append(out, all[i]);
+    append(out, U'…');
+    for (std::size_t i = tail; i < all.size(); ++i)
+        append(out, all[i]);
+    return out;
+}
+
+std::string pixels(double value) {
+    // Whole hundredths, so that a number has one text alone and no "-0".
+    const long long hundredths = std::llround(value * 100);
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, static_cast<double>(hundredths) / 100);
+    return std::string(text, end.ptr);
+}
+
+} // namespace cadencora::stage
