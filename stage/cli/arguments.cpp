@@ -15,16 +15,12 @@ namespace cadencora::stage {
 
 namespace {
 
-int fail(ExitStatus status, const Problem& problem) {
-    std::cerr << "cadencora: " << problem.text() << "\n";
-    return status;
-}
-
 struct Arguments {
     std::vector<std::string> inputs; // of `run`
     std::string input;               // of `info` and `convert`
-    std::string output, outputFolder, plugin, motions, rate, report = "text";
+    std::string output, outputFolder, plugin, motions, report = "text";
     std::string recipe, saveRecipe;
+    ReadingArguments reading;
     std::size_t jobs = 1;
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
@@ -34,15 +30,6 @@ struct Arguments {
         return plugin.empty() ? Module::defaultPath() : std::filesystem::path(plugin);
     }
 };
-
-Result<std::optional<FrameRate>> rateOf(const Arguments& arguments) {
-    if (arguments.rate.empty()) return std::optional<FrameRate>();
-    const auto rate = FrameRate::parse(arguments.rate);
-    if (!rate)
-        return Problem{"not a frame rate: " + inQuotes(arguments.rate), "--fps",
-                       "expected a number such as 30, 23.976 or 24000/1001"};
-    return rate;
-}
 
 // Puts the options of the steps back into the order in which they were given: each --press begins a
 // step, and what follows belongs to it. --select and --time before the first --press belong to the
@@ -97,8 +84,8 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
 int runCommand(const CLI::App& app, const Arguments& arguments) {
     auto steps = stepsOf(app, arguments);
     if (!steps) return fail(exitUsage, steps.problem());
-    const auto rate = rateOf(arguments);
-    if (!rate) return fail(exitUsage, rate.problem());
+    const auto reading = readOptionsOf(arguments.reading);
+    if (!reading) return fail(exitUsage, reading.problem());
     if (arguments.inputs.size() > 1 && !arguments.output.empty())
         return fail(exitUsage, {"one output for several inputs", "-o",
                                 "--out-dir takes the files of all inputs"});
@@ -108,7 +95,7 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
     options.steps = std::move(steps.value());
     options.output = arguments.output;
     options.outputFolder = arguments.outputFolder;
-    options.rate = rate.value();
+    options.reading = reading.value();
     options.dryRun = arguments.dryRun;
     options.saveRecipe = arguments.saveRecipe;
     options.jobs = arguments.jobs;
@@ -118,36 +105,27 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
     return run(options);
 }
 
-// Reads a scene for `info` and `convert`, with its warnings on standard error.
-Result<Scene> readInput(const Arguments& arguments) {
-    const auto rate = rateOf(arguments);
-    if (!rate) return rate.problem();
-    ReadOptions reading;
-    reading.rate = rate.value();
-    auto loaded = readScene(arguments.input, reading);
-    if (!loaded) return loaded.problem();
-    for (const std::string& warning : loaded->warnings)
-        std::cerr << "warning: " << warning << "\n";
-    return std::move(loaded->scene);
-}
-
 int infoCommand(const Arguments& arguments) {
-    if (const auto rate = rateOf(arguments); !rate) return fail(exitUsage, rate.problem());
-    const auto scene = readInput(arguments);
-    if (!scene) return fail(exitFailed, scene.problem());
-    arguments.json ? printInfoJson(scene.value(), std::cout) : printInfo(scene.value(), std::cout);
+    const auto reading = readOptionsOf(arguments.reading);
+    if (!reading) return fail(exitUsage, reading.problem());
+    const auto loaded = readInput(arguments.input, reading.value());
+    if (!loaded) return fail(exitFailed, loaded.problem());
+    arguments.json ? printInfoJson(loaded.value(), std::cout)
+                   : printInfo(loaded.value(), std::cout);
     return exitDone;
 }
 
 int convertCommand(const Arguments& arguments) {
-    if (const auto rate = rateOf(arguments); !rate) return fail(exitUsage, rate.problem());
-    const auto scene = readInput(arguments);
-    if (!scene) return fail(exitFailed, scene.problem());
-    const auto written = writeScene(scene.value(), arguments.output);
+    const auto reading = readOptionsOf(arguments.reading);
+    if (!reading) return fail(exitUsage, reading.problem());
+    const auto loaded = readInput(arguments.input, reading.value());
+    if (!loaded) return fail(exitFailed, loaded.problem());
+    const Scene& scene = loaded.value().scene;
+    const auto written = writeScene(scene, arguments.output);
     if (!written) return fail(exitFailed, written.problem());
     for (const std::string& warning : written.value().warnings)
         std::cerr << "warning: " << warning << "\n";
-    std::cout << "wrote " << arguments.output << ": " << summary(scene.value()) << "\n";
+    std::cout << "wrote " << arguments.output << ": " << summary(scene) << "\n";
     return exitDone;
 }
 
@@ -159,11 +137,6 @@ int panelsCommand(const Arguments& arguments) {
     arguments.json ? printPanelsJson(offer.value(), std::cout)
                    : printPanels(offer.value(), std::cout);
     return exitDone;
-}
-
-void addRate(CLI::App& app, Arguments& arguments) {
-    app.add_option("--fps", arguments.rate,
-                   "Set the scene's frame rate; keys keep their times (30, 23.976, 24000/1001)");
 }
 
 void addPlugin(CLI::App& app, Arguments& arguments) {
@@ -202,7 +175,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     for (const char* repeated : {"--press", "--select", "--time", "--set", "--answer"})
         run->get_option(repeated)->expected(1)->multi_option_policy(
             CLI::MultiOptionPolicy::TakeAll);
-    addRate(*run, arguments);
+    addReading(*run, arguments.reading);
     addPlugin(*run, arguments);
     run->footer("A step is --press and the --select, --time, --set, --answer and --cancel that\n"
                 "follow it, up to the next --press; what stands before the first --press belongs\n"
@@ -223,7 +196,7 @@ int runProgram(int argc, char** argv) {
     CLI::App* info = app.add_subcommand("info", "Say what a file holds");
     info->add_option("FILE", arguments.input, "Input file")->required();
     info->add_flag("--json", arguments.json, "Print JSON");
-    addRate(*info, arguments);
+    addReading(*info, arguments.reading);
 
     CLI::App* panels = app.add_subcommand("panels", "List the plug-in's buttons and dialogs");
     panels->add_flag("--json", arguments.json, "Print JSON");
@@ -234,7 +207,7 @@ int runProgram(int argc, char** argv) {
     CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
     convert->add_option("IN", arguments.input, "Input file")->required();
     convert->add_option("OUT", arguments.output, "Output file")->required();
-    addRate(*convert, arguments);
+    addReading(*convert, arguments.reading);
 
     PlotOptions plotOptions;
     const CLI::App* plotting = addPlot(app, plotOptions);

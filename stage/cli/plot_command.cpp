@@ -1,33 +1,12 @@
 #include "stage/cli/plot_command.h"
 
 #include "stage/base/file.h"
-#include "stage/base/text.h"
-#include "stage/formats/format.h"
 #include "stage/plot/plot.h"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
 
 namespace cadencora::stage {
-
-namespace {
-
-ExitStatus fail(ExitStatus status, const Problem& problem) {
-    std::cerr << "cadencora: " << problem.text() << "\n";
-    return status;
-}
-
-Result<Scene> readInput(const std::string& path, std::optional<FrameRate> rate) {
-    ReadOptions reading;
-    reading.rate = rate;
-    auto loaded = readScene(path, reading);
-    if (!loaded) return loaded.problem();
-    for (const std::string& warning : loaded->warnings)
-        std::cerr << "warning: " << warning << "\n";
-    return std::move(loaded->scene);
-}
-
-} // namespace
 
 CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
     CLI::App* plot = app.add_subcommand("plot", "Draw animation curves as an SVG picture");
@@ -42,32 +21,26 @@ CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
                      "Draw the channels as they are in this file faintly below");
     plot->add_option("--from", options.from, "First frame (default: all frames)");
     plot->add_option("--to", options.to, "Last frame");
-    plot->add_option("--fps", options.rate,
-                     "Set the frame rate; keys keep their times (30, 23.976, 24000/1001)");
+    addReading(*plot, options.reading);
     plot->footer("Example:\n"
                  "  cadencora plot after.bvh --before walk.bvh --channel Hips/Rotation.H -o a.svg");
     return plot;
 }
 
 ExitStatus plot(const PlotOptions& options) {
-    std::optional<FrameRate> rate;
-    if (!options.rate.empty()) {
-        rate = FrameRate::parse(options.rate);
-        if (!rate)
-            return fail(exitUsage, {"not a frame rate: " + inQuotes(options.rate), "--fps",
-                                    "expected a number such as 30, 23.976 or 24000/1001"});
-    }
-    auto scene = readInput(options.input, rate);
-    if (!scene) return fail(exitFailed, scene.problem());
-    std::optional<Scene> before;
+    const auto reading = readOptionsOf(options.reading);
+    if (!reading) return fail(exitUsage, reading.problem());
+    auto loaded = readInput(options.input, reading.value());
+    if (!loaded) return fail(exitFailed, loaded.problem());
+    std::optional<Loaded> before;
     if (!options.before.empty()) {
-        auto read = readInput(options.before, rate);
+        auto read = readInput(options.before, reading.value());
         if (!read) return fail(exitFailed, read.problem());
         before = std::move(read).value();
     }
-    auto svg = plotSvg({.scene = *scene,
+    auto svg = plotSvg({.scene = loaded->scene,
                         .channels = options.channels,
-                        .before = before ? &*before : nullptr,
+                        .before = before ? &before->scene : nullptr,
                         .from = options.from,
                         .to = options.to});
     if (!svg) {

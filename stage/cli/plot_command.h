@@ -1,21 +1,18 @@
 // `plot`: draws animation curves of a file as an SVG picture.
 #pragma once
 
-#include "stage/cli/exit_status.h"
+#include "stage/cli/reading.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace cadencora::stage {
 
 struct PlotOptions {
-    std::string input, before, output, rate; // no output: standard output
+    std::string input, before, output; // no output: standard output
+    ReadingArguments reading;
     std::vector<std::string> channels;
     std::optional<std::int64_t> from, to; // frames
 };

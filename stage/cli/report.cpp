@@ -230,8 +230,17 @@ void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostre
     print({{"files", std::move(files)}}, out);
 }
 
-void printInfo(const Scene& scene, std::ostream& out) {
+void printInfo(const Loaded& loaded, std::ostream& out) {
+    const Scene& scene = loaded.scene;
     out << scene.name << ": " << summary(scene) << "\n";
+    if (!loaded.clips.empty()) {
+        out << "  clips:";
+        for (std::size_t i = 0; i < loaded.clips.size(); ++i)
+            out << (i == 0 ? " " : ", ") << inQuotes(loaded.clips[i]);
+        out << "; open is " << inQuotes(loaded.clip) << "\n";
+    }
+    for (const std::string& note : loaded.notes)
+        out << "  " << note << "\n";
     for (const ItemType type : itemTypes)
         if (const std::size_t count = scene.itemCount(type))
             out << "  " << counted(count, itemTypeName(type)) << "\n";
@@ -248,7 +257,8 @@ void printInfo(const Scene& scene, std::ostream& out) {
     }
 }
 
-void printInfoJson(const Scene& scene, std::ostream& out) {
+void printInfoJson(const Loaded& loaded, std::ostream& out) {
+    const Scene& scene = loaded.scene;
     Json items = Json::array();
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const ItemId id = Scene::itemAt(i);
@@ -271,6 +281,9 @@ void printInfoJson(const Scene& scene, std::ostream& out) {
            {"lastFrame", scene.lastFrame},
            {"previewFirstFrame", scene.previewFirst},
            {"previewLastFrame", scene.previewLast},
+           {"clips", loaded.clips},
+           {"clip", loaded.clips.empty() ? Json(nullptr) : Json(loaded.clip)},
+           {"notes", loaded.notes},
            {"itemCount", scene.itemCount()},
            {"keyCount", scene.keyCount()},
            {"items", std::move(items)}},

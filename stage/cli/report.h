@@ -23,8 +23,8 @@ FileReport unpacked(std::string_view bytes);
 // file's name for each of several.
 void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostream& out);
 
-void printInfo(const Scene& scene, std::ostream& out);
-void printInfoJson(const Scene& scene, std::ostream& out);
+void printInfo(const Loaded& loaded, std::ostream& out);
+void printInfoJson(const Loaded& loaded, std::ostream& out);
 
 void printPanels(const PluginOffer& offer, std::ostream& out);
 void printPanelsJson(const PluginOffer& offer, std::ostream& out);

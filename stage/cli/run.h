@@ -2,6 +2,7 @@
 #pragma once
 
 #include "stage/cli/exit_status.h"
+#include "stage/formats/format.h"
 #include "stage/module/module.h"
 #include "stage/panels/scripted_user.h"
 #include "stage/scene/journal.h"
@@ -18,7 +19,7 @@ struct RunOptions {
     std::vector<Step> steps;
     std::filesystem::path output;       // of a single input; empty: none
     std::filesystem::path outputFolder; // keeps the inputs' file names; empty: none
-    std::optional<FrameRate> rate;
+    ReadOptions reading;
     bool dryRun = false;
     std::filesystem::path saveRecipe; // where the steps are written; empty: nowhere
     std::size_t jobs = 1; // inputs worked on at a time; 0: as many as there are processors

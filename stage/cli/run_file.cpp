@@ -86,9 +86,7 @@ FileOutcome runFile(const RunOptions& options, const Module& module,
         outcome.problems.push_back(problem);
         outcome.status = exitFailed;
     };
-    ReadOptions reading;
-    reading.rate = options.rate;
-    auto loaded = readScene(input, reading);
+    auto loaded = readScene(input, options.reading);
     if (!loaded) {
         fail(loaded.problem());
         return outcome;

@@ -79,6 +79,9 @@ Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& o
         if (!bytes) return bytes.problem();
         if (auto problem = contentMismatch(*format, bytes.value(), path)) return *problem;
         auto loaded = format->read(bytes.value(), path, options);
+        if (loaded && options.clip && loaded->clips.empty())
+            return Problem{"no clip is named " + inQuotes(*options.clip), path.string(),
+                           "the file holds one animation without a name"};
         if (loaded && options.rate) loaded->scene.setRate(*options.rate);
         return loaded;
     } catch (const std::bad_alloc&) {

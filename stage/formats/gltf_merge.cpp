@@ -247,7 +247,10 @@ bool sameGltfKeys(const KeyStore& keys, const KeyStore& remembered) {
     if (keys.size() != remembered.size()) return false;
     auto a = keys.begin(), b = remembered.begin();
     while (a) {
-        if (skipSameKeys(a, b)) continue;
+        if (sharedKey(a, b)) {
+            skipSameKeys(a, b);
+            continue;
+        }
         if (!sameGltfKey(a, b)) return false;
         a.advance();
         b.advance();

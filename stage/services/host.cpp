@@ -76,6 +76,7 @@ ChangeReport Host::event(std::string name, const std::function<void()>& action,
     }
     scope_.reset();
     forgetEnvelope();
+    savedMotionPath.clear();
     return report;
 }
 

@@ -127,8 +127,8 @@ public:
     std::map<std::uintptr_t, LoadFile> loadFiles;
     std::uintptr_t nextFile = 1;
     std::map<std::filesystem::path, std::string> dryFiles; // what a dry run would have written
-    // The motion saved last, which is read back as it was saved: other processes may use the same
-    // scratch file at the same time.
+    // The motion that the event saved last, which it reads back as it was saved: other processes
+    // may use the same scratch file at the same time.
     std::filesystem::path savedMotionPath;
     std::string savedMotion;
     std::set<std::string, std::less<>> chosenDirectories; // that a plug-in was told by a control
