@@ -3,6 +3,7 @@
 #include "formats_gltf_document.h"
 #include "stage/formats/gltf_quaternion.h"
 #include "stage/scene/transform.h"
+#include "tests/stage/program.h"
 
 #include <cmath>
 #include <functional>
@@ -437,6 +438,33 @@ TEST(GltfWrite, a_scene_from_elsewhere_becomes_a_document_of_its_own) {
     EXPECT_EQ(loaded("empty.glb", written(empty, "empty.glb")).scene.itemCount(), 0u);
 }
 
+// Everything but one clip, and every buffer view that it does not use, is what it was.
+void expectOthersKept(const std::string& was, const std::string& is, const std::string& open) {
+    const auto before = documentOf(was), after = documentOf(is);
+    for (const char* table : {"nodes", "meshes", "skins", "materials", "samplers", "scenes"})
+        EXPECT_EQ(after.json[table], before.json[table]) << table;
+    std::set<std::size_t> used; // accessors of the open clip
+    std::size_t walking = 0, clips = before.json["animations"].size();
+    for (std::size_t clip = 0; clip < clips; ++clip) {
+        const GltfJson& animation = before.json["animations"][clip];
+        if (animation["name"] != open) {
+            EXPECT_EQ(after.json["animations"][clip], animation);
+            continue;
+        }
+        walking = clip;
+        for (const GltfJson& sampler : animation["samplers"])
+            for (const char* end : {"input", "output"})
+                used.insert(sampler[end].get<std::size_t>());
+    }
+    EXPECT_GT(walking, 0u);
+    for (std::size_t i = 0; i < before.json["accessors"].size(); ++i) {
+        if (used.contains(i)) continue;
+        EXPECT_EQ(after.json["accessors"][i], before.json["accessors"][i]);
+        const auto view = before.json["accessors"][i]["bufferView"].get<std::size_t>();
+        EXPECT_EQ(viewBytes(after, view), viewBytes(before, view)) << "accessor " << i;
+    }
+}
+
 TEST(GltfWrite, real_clips_are_opened_written_and_edited_alone) {
     const auto robot = dataFile("robot_expressive.glb"), test = dataFile("interpolation_test.gltf");
     if (robot.empty() || test.empty()) GTEST_SKIP() << "the files are not at hand";
@@ -467,29 +495,7 @@ TEST(GltfWrite, real_clips_are_opened_written_and_edited_alone) {
     keyAt(scene, "Body", positionY, 7, 0.01);
     keyAt(scene, "Body", positionY, 40, 0.02); // beyond the last key of the clip
     keyAt(scene, "Head", scaleX, 3, 1.5);
-    const auto before = documentOf(source), after = documentOf(written(scene, "robot.glb"));
-    for (const char* table : {"nodes", "meshes", "skins", "materials", "samplers", "scenes"})
-        EXPECT_EQ(after.json[table], before.json[table]) << table;
-    std::set<std::size_t> used; // accessors of the open clip
-    std::size_t walking = 0;
-    for (std::size_t clip = 0; clip < 14; ++clip) {
-        const GltfJson& animation = before.json["animations"][clip];
-        if (animation["name"] != "Walking") {
-            EXPECT_EQ(after.json["animations"][clip], animation);
-            continue;
-        }
-        walking = clip;
-        for (const GltfJson& sampler : animation["samplers"])
-            for (const char* end : {"input", "output"})
-                used.insert(sampler[end].get<std::size_t>());
-    }
-    EXPECT_EQ(walking, 10u);
-    for (std::size_t i = 0; i < before.json["accessors"].size(); ++i) {
-        if (used.contains(i)) continue;
-        EXPECT_EQ(after.json["accessors"][i], before.json["accessors"][i]);
-        const auto view = before.json["accessors"][i]["bufferView"].get<std::size_t>();
-        EXPECT_EQ(viewBytes(after, view), viewBytes(before, view)) << "accessor " << i;
-    }
+    expectOthersKept(source, written(scene, "robot.glb"), "Walking");
     const auto back = readScene(scratch("robot.glb"), options);
     ASSERT_TRUE(back.ok());
     for (std::size_t i = 0; i < scene.itemCount(); ++i)
@@ -506,6 +512,44 @@ TEST(GltfWrite, real_clips_are_opened_written_and_edited_alone) {
     EXPECT_GT(old->size(), 0u);
     for (const std::string& error : *now)
         EXPECT_TRUE(old->contains(error)) << error;
+}
+
+TEST(GltfWrite, commands_on_a_real_clip_are_written_and_read_back) {
+    const auto robot = dataFile("robot_expressive.glb");
+    if (robot.empty()) GTEST_SKIP() << "the file is not at hand";
+    const auto path = scratch("commands.glb");
+    const auto everything = [](std::string press) {
+        return std::vector<std::string>{"--press", std::move(press), "--set",
+                                        "Use selected objects only=off"};
+    };
+    std::vector<std::string> arguments{"run",     robot.string(), "--clip",
+                                       "Walking", "-o",           path.string()};
+    for (auto step : {everything("Defractionalize"), everything("Key All Morphs"),
+                      everything("Cycle (Bake) Keys")})
+        arguments.insert(arguments.end(), step.begin(), step.end());
+    arguments.insert(arguments.end(), {"--set", "Repeats=3"});
+    const auto result = runProgramFile(arguments, scratch("errors"));
+    ASSERT_EQ(result.status, 0) << result.errors;
+    expectOthersKept(bytesOf(robot), bytesOf(path), "Walking");
+
+    ReadOptions options;
+    options.clip = "Walking";
+    const auto was = readScene(robot, options), is = readScene(path, options);
+    ASSERT_TRUE(was && is);
+    EXPECT_EQ(is.value().scene.lastFrame, 92);
+    for (std::size_t i = 0; i < was.value().scene.itemCount(); ++i)
+        for (std::size_t c = 0; c < motionChannelCount; ++c) {
+            const auto channel = static_cast<MotionChannel>(c);
+            const Envelope& once = was.value().scene.motion(Scene::itemAt(i), channel);
+            const Envelope& often = is.value().scene.motion(Scene::itemAt(i), channel);
+            for (int frame = 1; frame < 23; ++frame)
+                for (int turn = 0; turn <= 3 && !once.keys.empty(); ++turn)
+                    ASSERT_NEAR(std::remainder(often.evaluate((frame + 23 * turn) / 24.0) -
+                                                   once.evaluate(frame / 24.0),
+                                               c >= heading && c <= bank ? 2 * pi : 1e9),
+                                0, 1e-4)
+                        << was.value().scene.item(Scene::itemAt(i)).name << " " << frame;
+        }
 }
 
 TEST(GltfWrite, the_validator_finds_nothing_wrong_with_what_is_written) {
