@@ -1,5 +1,5 @@
-#include "fuzz/reading.h"
 #include "stage/formats/gltf.h"
+#include "fuzz/reading.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace cadencora::stage;

@@ -152,8 +152,8 @@ void Editor::release() {
             if (accessor != none && uses_.accessors[accessor] == 0)
                 freeAccessors_.push_back(accessor);
     std::ranges::sort(freeAccessors_);
-    const auto rest = std::ranges::unique(freeAccessors_);
-    freeAccessors_.erase(rest.begin(), rest.end());
+    freeAccessors_.erase(std::unique(freeAccessors_.begin(), freeAccessors_.end()),
+                         freeAccessors_.end());
 }
 
 void Editor::needNumbers() {

@@ -14,9 +14,8 @@ void unite(std::vector<double>& times, const std::vector<double>& further) {
     std::vector<double> all;
     all.reserve(times.size() + further.size());
     std::ranges::merge(times, further, std::back_inserter(all));
-    const auto rest =
-        std::ranges::unique(all, [](double a, double b) { return gltfTime(a) == gltfTime(b); });
-    all.erase(rest.begin(), rest.end());
+    const auto sameTime = [](double a, double b) { return gltfTime(a) == gltfTime(b); };
+    all.erase(std::unique(all.begin(), all.end(), sameTime), all.end());
     times = std::move(all);
 }
 
