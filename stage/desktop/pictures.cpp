@@ -1,0 +1,95 @@
+#include "stage/desktop/pictures.h"
+
+#include "stage/desktop/main_window.h"
+#include "stage/desktop/panel_view.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabBar>
+
+#include <cstdio>
+
+namespace cadencora::stage {
+
+namespace {
+
+QString fileName(QString text) {
+    for (QChar& c : text)
+        if (!c.isLetterOrNumber()) c = QLatin1Char('-');
+    while (text.contains(QLatin1String("--")))
+        text.replace(QLatin1String("--"), QLatin1String("-"));
+    return text.toLower();
+}
+
+// Takes the dialogs that open, one by one, and closes them.
+class DialogCamera : public QObject {
+public:
+    QDir folder;
+    QString name;
+    bool accepts = false;
+    bool failed = false;
+
+    void take(QWidget& widget, const QString& picture) {
+        QApplication::processEvents();
+        if (!widget.grab().save(folder.filePath(picture + QStringLiteral(".png")))) failed = true;
+    }
+
+private:
+    bool eventFilter(QObject* object, QEvent* event) override {
+        auto* dialog = event->type() == QEvent::Show ? qobject_cast<QDialog*>(object) : nullptr;
+        if (dialog && dialog->isModal())
+            QMetaObject::invokeMethod(
+                dialog, [this, dialog] { close(*dialog); }, Qt::QueuedConnection);
+        return false;
+    }
+    void close(QDialog& dialog) {
+        if (!name.isEmpty()) take(dialog, std::exchange(name, {}));
+        if (!accepts) return dialog.reject();
+        if (auto* box = qobject_cast<QMessageBox*>(&dialog))
+            if (auto* yes = box->button(QMessageBox::Yes)) return yes->click();
+        dialog.accept();
+    }
+};
+
+PanelWindow* panelWindow() {
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        if (auto* panel = dynamic_cast<PanelWindow*>(widget)) return panel;
+    return nullptr;
+}
+
+} // namespace
+
+int drawPictures(MainWindow& window, const QString& folder) {
+    DialogCamera camera;
+    camera.folder.setPath(folder);
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "cannot make the folder %s\n", qPrintable(folder));
+        return 1;
+    }
+    camera.take(window, QStringLiteral("main"));
+    if (!panelWindow() && !window.startPlugin()) return 1;
+    PanelWindow* panel = panelWindow();
+    auto* tabs = panel ? panel->findChild<QTabBar*>() : nullptr;
+    if (!tabs) return 1;
+    qApp->installEventFilter(&camera);
+    for (int tab = 0; tab < tabs->count(); ++tab) {
+        tabs->setCurrentIndex(tab);
+        camera.take(*panel, QStringLiteral("panel-") + fileName(tabs->tabText(tab)));
+        for (QPushButton* button : panel->findChildren<QPushButton*>()) {
+            if (!button->isVisible()) continue;
+            camera.name = QStringLiteral("dialog-") + fileName(button->text());
+            button->click();
+        }
+    }
+    tabs->setCurrentIndex(0);
+    camera.name.clear();
+    camera.accepts = true;
+    for (QPushButton* button : panel->findChildren<QPushButton*>())
+        if (button->text() == QLatin1String("Destroy Keys")) button->click();
+    camera.take(window, QStringLiteral("after"));
+    return camera.failed ? 1 : 0;
+}
+
+} // namespace cadencora::stage
