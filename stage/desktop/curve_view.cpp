@@ -124,7 +124,8 @@ void CurveView::paintGrid(QPainter& painter) const {
         painter.setPen(line);
         painter.drawLine(QPointF(x, 0), QPointF(x, height()));
         painter.setPen(text);
-        painter.drawText(QPointF(x + 3, height() - 4), QString::number(i * frames, 'g', 7));
+        if (x + 30 < width())
+            painter.drawText(QPointF(x + 3, height() - 4), QString::number(i * frames, 'g', 7));
     }
 }
 
@@ -159,6 +160,15 @@ void CurveView::paintNames(QPainter& painter) const {
     const auto fit = static_cast<std::size_t>(std::max(height() / line - 2, 0));
     const std::size_t names =
         curves_.size() <= fit ? curves_.size() : std::max<std::size_t>(fit, 1) - 1;
+    int wide = 0;
+    for (std::size_t i = 0; i < names; ++i)
+        wide = std::max(wide,
+                        fontMetrics().horizontalAdvance(QString::fromStdString(curves_[i].name)));
+    QColor behind = palette().color(QPalette::Base);
+    behind.setAlpha(190);
+    if (names > 0)
+        painter.fillRect(width() - wide - 12, 2, wide + 10, line * static_cast<int>(names) + 4,
+                         behind);
     QRect row(0, 4, width() - 8, line);
     for (std::size_t i = 0; i < names; ++i, row.translate(0, line)) {
         painter.setPen(curveColour(curves_[i].colour, isDark(palette())));

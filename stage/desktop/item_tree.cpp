@@ -22,6 +22,7 @@ ItemTree::ItemTree(Document& document, QWidget* parent) : QTreeWidget(parent), d
     setHeaderHidden(true);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setUniformRowHeights(true);
+    setIndentation(fontMetrics().height()); // skeletons are deep
     header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     header()->setStretchLastSection(false);
     connect(this, &QTreeWidget::itemSelectionChanged, this, &ItemTree::takeSelection);

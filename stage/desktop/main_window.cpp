@@ -29,6 +29,7 @@ MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
     connect(&document_, &Document::changed, this, &MainWindow::showNews);
     showNews();
     resize(1180, 760);
+    tree_->setFocus();
 }
 
 MainWindow::~MainWindow() {

@@ -23,12 +23,12 @@ QString fileName(QString text) {
     return text.toLower();
 }
 
-// Takes the dialogs that open, one by one, and closes them.
+// Takes the dialogs that open, one by one, and accepts them.
 class DialogCamera : public QObject {
 public:
     QDir folder;
-    QString name;
-    bool accepts = false;
+    QString name; // empty: none are taken
+    int count = 0;
     bool failed = false;
 
     void take(QWidget& widget, const QString& picture) {
@@ -45,8 +45,7 @@ private:
         return false;
     }
     void close(QDialog& dialog) {
-        if (!name.isEmpty()) take(dialog, std::exchange(name, {}));
-        if (!accepts) return dialog.reject();
+        if (!name.isEmpty()) take(dialog, name + QLatin1Char('-') + QString::number(++count));
         if (auto* box = qobject_cast<QMessageBox*>(&dialog))
             if (auto* yes = box->button(QMessageBox::Yes)) return yes->click();
         dialog.accept();
@@ -80,12 +79,14 @@ int drawPictures(MainWindow& window, const QString& folder) {
         for (QPushButton* button : panel->findChildren<QPushButton*>()) {
             if (!button->isVisible()) continue;
             camera.name = QStringLiteral("dialog-") + fileName(button->text());
+            camera.count = 0;
             button->click();
+            window.document().undo();
         }
     }
     tabs->setCurrentIndex(0);
     camera.name.clear();
-    camera.accepts = true;
+    window.document().clearRecording();
     for (QPushButton* button : panel->findChildren<QPushButton*>())
         if (button->text() == QLatin1String("Destroy Keys")) button->click();
     camera.take(window, QStringLiteral("after"));

@@ -46,6 +46,8 @@ TransportBar::TransportBar(Document& document, Playback& playback, QWidget* pare
     row->addWidget(new QLabel(tr("Frame")));
     frame_ = new TypedField([this](const std::string& text) { return goTo(text); }, this);
     frame_->setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("00000.000")) + 16);
+    frame_->setFocusPolicy(Qt::ClickFocus); // the keys belong to the time until it is asked for
+    connect(frame_, &QLineEdit::returnPressed, frame_, &QWidget::clearFocus);
     frame_->setObjectName(QStringLiteral("frame"));
     row->addWidget(frame_);
     row->addStretch();
@@ -76,6 +78,7 @@ QSpinBox* TransportBar::addRangeField(const QString& tip) {
     auto* field = new QSpinBox;
     field->setRange(-9'999'999, 9'999'999);
     field->setToolTip(tip);
+    field->setFocusPolicy(Qt::ClickFocus);
     field->setKeyboardTracking(false);
     layout()->addWidget(field);
     connect(field, &QSpinBox::valueChanged, this, [this] {
