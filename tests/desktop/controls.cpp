@@ -59,7 +59,8 @@ TEST(Controls, views_lie_where_the_model_puts_them_and_their_texts_fit) {
             ++seen;
             EXPECT_EQ(view->geometry(), metrics.place(view->model().rect));
             for (const QPushButton* part : view->findChildren<QPushButton*>())
-                EXPECT_LE(part->fontMetrics().horizontalAdvance(part->text()), part->width())
+                EXPECT_TRUE(!part->isVisible() ||
+                            part->fontMetrics().horizontalAdvance(part->text()) <= part->width())
                     << part->text().toStdString();
         }
         EXPECT_GT(seen, 2);
@@ -132,8 +133,8 @@ TEST(Controls, choices_numbers_and_integers_are_taken_over) {
         clickOk(dialog);
         EXPECT_EQ(model(dialog, "Max Keys").integer, 3);
     });
-    desk.hand.then([](QDialog& answer) { answer.accept(); });
     desk.press("Create Random Keys");
+    EXPECT_NE(desk.news(), "Create Random Keys: nothing changed");
 
     desk.hand.then(&clickOk);
     desk.hand.then([&](QDialog& dialog) {
@@ -179,24 +180,22 @@ TEST(Controls, rows_are_marked_removed_and_drawn_again) {
 
 TEST(Controls, item_lists_offer_every_item) {
     Desk desk;
-    desk.document().select({desk.item("Box"), desk.item("Lid")});
     desk.document().setTime(1.0);
     desk.hand.then([&](QDialog& dialog) {
         auto* source = part<QComboBox>(dialog, "Source");
         ASSERT_EQ(source->count(), 8) << "none, and seven items";
-        EXPECT_EQ(source->currentText(), QStringLiteral("Box"));
+        EXPECT_EQ(source->currentText(), QStringLiteral("Hero"));
         auto* target = part<QComboBox>(dialog, "Target");
         target->setFocus();
         QTest::keyClick(target, Qt::Key_Down);
-        EXPECT_EQ(model(dialog, "Target").item, desk.item("Sun"));
+        EXPECT_EQ(model(dialog, "Target").item, desk.item("Spine"));
         clickOk(dialog);
     });
-    desk.press("Node-to-Node Frame Copy"); // its tab is another: out of reach, so nothing happens
     click(desk.panel().findChild<QTabBar*>(),
           desk.panel().findChild<QTabBar*>()->tabRect(1).center());
     desk.press("Node-to-Node Frame Copy");
-    EXPECT_EQ(desk.times("Sun", positionX), std::vector<double>{30});
-    EXPECT_EQ(desk.scene().selection, std::vector{desk.item("Sun")}) << "the command selects it";
+    EXPECT_EQ(desk.times("Spine", positionX), std::vector<double>{30});
+    EXPECT_EQ(desk.scene().selection, std::vector{desk.item("Spine")}) << "the command selects it";
 }
 
 TEST(Controls, path_fields_are_typed_into_or_picked) {
@@ -219,11 +218,11 @@ TEST(Controls, path_fields_are_typed_into_or_picked) {
     desk.hand.then(&clickOk);
     desk.hand.then([&](QDialog& dialog) {
         desk.hand.then([&](QDialog& picker) { pick(dynamic_cast<QFileDialog&>(picker), saved); });
-        desk.hand.then([](QDialog& said) { said.accept(); });
         click(part<QToolButton>(dialog, "Load file full path"));
         EXPECT_EQ(model(dialog, "Load file full path").text, saved.toStdString());
         clickOk(dialog);
     });
+    desk.hand.then([](QDialog& said) { said.accept(); });
     desk.document().setTime(desk.scene().rate.timeOf(5));
     desk.press("Load Single Frame data");
     EXPECT_EQ(desk.times("Hips", heading).size(), 8u) << desk.news();

@@ -62,19 +62,23 @@ inline void pick(QFileDialog& picker, const QString& path) {
         if (auto* accepts = picker.findChild<QDialogButtonBox*>()->button(which)) click(accepts);
 }
 
-// Acts in each modal dialog that opens, in the order in which the acts were given.
+// Acts in each modal dialog that opens, in the order in which the acts were given. What is given
+// within an act is for the dialogs that open within it.
 class Hand : public QObject {
 public:
     using Act = std::function<void(QDialog&)>;
 
-    Hand() { qApp->installEventFilter(this); }
+    Hand() : acts_(1) { qApp->installEventFilter(this); }
     ~Hand() override {
         qApp->removeEventFilter(this);
-        EXPECT_TRUE(acts_.empty()) << acts_.size() << " dialogs did not open";
+        checkNoneLeft();
     }
-    void then(Act act) { acts_.push_back(std::move(act)); }
+    void then(Act act) { acts_.back().push_back(std::move(act)); }
 
 private:
+    void checkNoneLeft() {
+        EXPECT_TRUE(acts_.back().empty()) << acts_.back().size() << " dialogs did not open";
+    }
     bool eventFilter(QObject* object, QEvent* event) override {
         auto* dialog = event->type() == QEvent::Show ? qobject_cast<QDialog*>(object) : nullptr;
         if (dialog && dialog->isModal())
@@ -83,20 +87,24 @@ private:
         return false;
     }
     void act(QDialog& dialog) {
-        if (acts_.empty()) {
+        if (acts_.back().empty()) {
             ADD_FAILURE() << "unexpected: " << dialog.windowTitle().toStdString();
             return dialog.reject();
         }
-        const Act next = std::move(acts_.front());
-        acts_.pop_front();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog)); // so that the focus is where it belongs
+        const Act next = std::move(acts_.back().front());
+        acts_.back().pop_front();
+        acts_.emplace_back();
         const QPointer<QDialog> acted(&dialog);
         next(dialog);
+        checkNoneLeft();
+        acts_.pop_back();
         if (!acted || !acted->isVisible()) return;
         ADD_FAILURE() << "left open: " << dialog.windowTitle().toStdString();
         dialog.reject();
     }
 
-    std::deque<Act> acts_;
+    std::vector<std::deque<Act>> acts_; // by depth of dialogs
 };
 
 struct Desk {
