@@ -115,7 +115,8 @@ void CurveView::paintGrid(QPainter& painter) const {
         painter.setPen(line);
         painter.drawLine(QPointF(0, y), QPointF(width(), y));
         painter.setPen(text);
-        painter.drawText(QPointF(4, y - 2), QString::number(i * step, 'g', 5));
+        if (y < height() - 2 * fontMetrics().height()) // the frames are at the bottom
+            painter.drawText(QPointF(4, y - 2), QString::number(i * step, 'g', 5));
     }
     const double fps = scene.rate.perSecond();
     const double frames = niceStep((times_.last - times_.first) * fps, width() / 70.0);

@@ -57,36 +57,45 @@ bool isDark(const QPalette& palette) {
     return palette.color(QPalette::Base).lightness() < 128;
 }
 
+namespace {
+
+QPixmap itemPicture(ItemType type, const QColor& colour, int scale) {
+    QPixmap picture(16 * scale, 16 * scale);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(scale, scale);
+    painter.setPen(QPen(colour, 1.2));
+    QColor fill = colour;
+    fill.setAlpha(70);
+    painter.setBrush(fill);
+    switch (type) {
+    case ItemType::object:
+        drawCube(painter);
+        break;
+    case ItemType::light:
+        drawLight(painter);
+        break;
+    case ItemType::camera:
+        drawCamera(painter);
+        break;
+    case ItemType::bone:
+        drawBone(painter);
+        break;
+    }
+    painter.end();
+    picture.setDevicePixelRatio(scale);
+    return picture;
+}
+
+} // namespace
+
 QIcon itemIcon(ItemType type, const QPalette& palette) {
-    const QColor colour = itemColour(type, isDark(palette));
     QIcon icon;
     for (const int scale : {1, 2, 3}) {
-        QPixmap picture(16 * scale, 16 * scale);
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.scale(scale, scale);
-        painter.setPen(QPen(colour, 1.2));
-        QColor fill = colour;
-        fill.setAlpha(70);
-        painter.setBrush(fill);
-        switch (type) {
-        case ItemType::object:
-            drawCube(painter);
-            break;
-        case ItemType::light:
-            drawLight(painter);
-            break;
-        case ItemType::camera:
-            drawCamera(painter);
-            break;
-        case ItemType::bone:
-            drawBone(painter);
-            break;
-        }
-        painter.end();
-        picture.setDevicePixelRatio(scale);
-        icon.addPixmap(picture);
+        icon.addPixmap(itemPicture(type, itemColour(type, isDark(palette)), scale));
+        const QColor marked = palette.color(QPalette::HighlightedText);
+        icon.addPixmap(itemPicture(type, marked, scale), QIcon::Selected);
     }
     return icon;
 }

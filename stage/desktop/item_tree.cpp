@@ -23,8 +23,6 @@ ItemTree::ItemTree(Document& document, QWidget* parent) : QTreeWidget(parent), d
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setUniformRowHeights(true);
     setIndentation(fontMetrics().height()); // skeletons are deep
-    header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    header()->setStretchLastSection(false);
     connect(this, &QTreeWidget::itemSelectionChanged, this, &ItemTree::takeSelection);
     connect(&document, &Document::changed, this, [this](Changes what) {
         if (what.testFlag(Change::scene)) rebuild();
@@ -54,6 +52,7 @@ void ItemTree::rebuild() {
     addTopLevelItems(top);
     setIcons();
     if (rows_.size() <= mostExpanded) expandAll();
+    header()->setMinimumSectionSize(sizeHintForColumn(0)); // scrolls where names are long
 }
 
 void ItemTree::setIcons() {

@@ -67,6 +67,7 @@ void MainWindow::addViews() {
     resizeDocks({items, steps}, {430, 230}, Qt::Vertical);
 
     news_ = new QLabel;
+    news_->setContentsMargins(4, 0, 0, 0);
     news_->setTextFormat(Qt::PlainText);
     news_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     news_->setObjectName(QStringLiteral("news"));

@@ -58,6 +58,14 @@ PanelWindow* panelWindow() {
     return nullptr;
 }
 
+QPalette darkPalette() {
+    QPalette dark(QColor(53, 53, 53));
+    dark.setColor(QPalette::Base, QColor(35, 35, 35));
+    dark.setColor(QPalette::AlternateBase, QColor(45, 45, 45));
+    dark.setColor(QPalette::Highlight, QColor(52, 120, 190));
+    return dark;
+}
+
 } // namespace
 
 int drawPictures(MainWindow& window, const QString& folder) {
@@ -90,6 +98,14 @@ int drawPictures(MainWindow& window, const QString& folder) {
     for (QPushButton* button : panel->findChildren<QPushButton*>())
         if (button->text() == QLatin1String("Destroy Keys")) button->click();
     camera.take(window, QStringLiteral("after"));
+
+    QApplication::setPalette(darkPalette());
+    camera.take(window, QStringLiteral("dark-main"));
+    camera.take(*panel, QStringLiteral("dark-panel"));
+    camera.name = QStringLiteral("dark-dialog");
+    camera.count = 0;
+    for (QPushButton* button : panel->findChildren<QPushButton*>())
+        if (button->text() == QLatin1String("MoveRotateScale")) button->click();
     return camera.failed ? 1 : 0;
 }
 

@@ -4,11 +4,12 @@
 #include "stage/desktop/typed_field.h"
 #include "stage/scene/summary.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QSignalBlocker>
 #include <QSpinBox>
-#include <QStyle>
 #include <QToolButton>
 
 #include <cmath>
@@ -21,11 +22,11 @@ TransportBar::TransportBar(Document& document, Playback& playback, QWidget* pare
     row->setContentsMargins(4, 2, 4, 2);
     row->setSpacing(3);
 
-    auto* start = addButton(QStyle::SP_MediaSkipBackward, tr("First frame of the preview (Home)"));
-    auto* back = addButton(QStyle::SP_MediaSeekBackward, tr("A frame back (Left)"));
-    auto* play = addButton(QStyle::SP_MediaPlay, tr("Play the preview range (Space)"));
-    auto* forward = addButton(QStyle::SP_MediaSeekForward, tr("A frame on (Right)"));
-    auto* end = addButton(QStyle::SP_MediaSkipForward, tr("Last frame of the preview (End)"));
+    auto* start = addButton(Sign::first, tr("First frame of the preview (Home)"));
+    auto* back = addButton(Sign::back, tr("A frame back (Left)"));
+    auto* play = addButton(Sign::play, tr("Play the preview range (Space)"));
+    auto* forward = addButton(Sign::forward, tr("A frame on (Right)"));
+    auto* end = addButton(Sign::last, tr("Last frame of the preview (End)"));
     play->setObjectName(QStringLiteral("play"));
     const auto toFrame = [this](std::int64_t frame) {
         document_.setTime(document_.scene().rate.timeOf(frame));
@@ -38,8 +39,9 @@ TransportBar::TransportBar(Document& document, Playback& playback, QWidget* pare
     connect(forward, &QToolButton::clicked, this, [this] { document_.stepFrames(1); });
     connect(play, &QToolButton::clicked, &playback, &Playback::toggle);
     connect(&playback, &Playback::playingChanged, this, [this, play](bool playing) {
-        play->setIcon(
-            style()->standardIcon(playing ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
+        for (auto& [button, sign] : signs_)
+            if (button == play) sign = playing ? Sign::pause : Sign::play;
+        setSigns();
     });
 
     row->addSpacing(10);
@@ -60,18 +62,67 @@ TransportBar::TransportBar(Document& document, Playback& playback, QWidget* pare
         if (what & (Changes(Change::time) | Change::scene)) showTime();
         if (what & (Changes(Change::range) | Change::scene)) showRange();
     });
+    setSigns();
     showTime();
     showRange();
 }
 
-QToolButton* TransportBar::addButton(int standardIcon, const QString& tip) {
+QToolButton* TransportBar::addButton(Sign sign, const QString& tip) {
     auto* button = new QToolButton;
-    button->setIcon(style()->standardIcon(static_cast<QStyle::StandardPixmap>(standardIcon)));
+    signs_.emplace_back(button, sign);
     button->setToolTip(tip);
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::NoFocus); // Space plays, wherever the focus is
     layout()->addWidget(button);
     return button;
+}
+
+// Own pictures, since those of the style are black on a dark palette.
+QIcon TransportBar::signIcon(Sign sign, const QColor& colour) {
+    constexpr int scale = 3;
+    QPixmap picture(16 * scale, 16 * scale);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(scale, scale);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    if (sign == Sign::first || sign == Sign::back) {
+        painter.translate(16, 0);
+        painter.scale(-1, 1);
+    }
+    switch (sign) {
+    case Sign::play:
+        painter.drawPolygon(QPolygonF{{4, 2}, {13, 8}, {4, 14}});
+        break;
+    case Sign::pause:
+        painter.drawRect(QRectF(4, 3, 3, 10));
+        painter.drawRect(QRectF(9, 3, 3, 10));
+        break;
+    case Sign::back:
+    case Sign::forward:
+        painter.drawRect(QRectF(4, 4, 2, 8));
+        painter.drawPolygon(QPolygonF{{7.5, 4}, {13, 8}, {7.5, 12}});
+        break;
+    case Sign::first:
+    case Sign::last:
+        painter.drawPolygon(QPolygonF{{4, 4}, {10, 8}, {4, 12}});
+        painter.drawRect(QRectF(10.5, 4, 2, 8));
+        break;
+    }
+    painter.end();
+    picture.setDevicePixelRatio(scale);
+    return picture;
+}
+
+void TransportBar::setSigns() {
+    for (const auto& [button, sign] : signs_)
+        button->setIcon(signIcon(sign, palette().color(QPalette::ButtonText)));
+}
+
+void TransportBar::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) setSigns();
+    QWidget::changeEvent(event);
 }
 
 QSpinBox* TransportBar::addRangeField(const QString& tip) {

@@ -17,13 +17,18 @@ public:
     TransportBar(Document& document, Playback& playback, QWidget* parent = nullptr);
 
 private:
-    QToolButton* addButton(int standardIcon, const QString& tip);
+    enum class Sign { first, back, play, pause, forward, last };
+    QToolButton* addButton(Sign sign, const QString& tip);
+    void setSigns();
+    static QIcon signIcon(Sign sign, const QColor& colour);
+    void changeEvent(QEvent* event) override;
     QSpinBox* addRangeField(const QString& tip);
     Result<> goTo(const std::string& frame);
     void showTime();
     void showRange();
 
     Document& document_;
+    std::vector<std::pair<QToolButton*, Sign>> signs_;
     TypedField* frame_ = nullptr;
     QSpinBox* first_ = nullptr;
     QSpinBox* last_ = nullptr;

@@ -65,6 +65,7 @@ TEST(Drawing, curves_on_show_are_keyed_or_were_before_the_last_edit) {
     ASSERT_EQ(curves.size(), 2u);
     ASSERT_NE(curves[0].before, nullptr);
     EXPECT_EQ(curves[0].before->keys.size(), 7u);
+    EXPECT_EQ(valueRange(scene, curves, {0, 2, 100})->high, 60) << "the ghost has room";
     journal.undo(scene);
     EXPECT_EQ(shownCurves(scene, items, journal)[0].before, nullptr);
 }

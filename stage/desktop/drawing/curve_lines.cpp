@@ -124,8 +124,10 @@ std::optional<Range> valueRange(const Scene& scene, const std::vector<ShownCurve
         range->high = std::max(range->high, value);
     };
     for (const ShownCurve& curve : curves)
-        for (const CurvePoint& point : curveLine(scene.envelope(curve.envelope), window))
-            cover(point.value * curve.factor);
+        for (const Envelope* shown : {&scene.envelope(curve.envelope), curve.before})
+            if (shown)
+                for (const CurvePoint& point : curveLine(*shown, window))
+                    cover(point.value * curve.factor);
     return range;
 }
 

@@ -55,7 +55,8 @@ struct Range {
     double low = 0, high = 0;
 };
 
-// The values, times their factors, that the curves take over the window; nothing: no curves.
+// The values, times their factors, that the curves take over the window and took before the last
+// edit; nothing: no curves.
 std::optional<Range> valueRange(const Scene& scene, const std::vector<ShownCurve>& curves,
                                 const TimeWindow& window);
 
