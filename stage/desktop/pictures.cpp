@@ -81,6 +81,7 @@ int drawPictures(MainWindow& window, const QString& folder) {
     auto* tabs = panel ? panel->findChild<QTabBar*>() : nullptr;
     if (!tabs) return 1;
     qApp->installEventFilter(&camera);
+    const auto selection = window.document().scene().selection;
     for (int tab = 0; tab < tabs->count(); ++tab) {
         tabs->setCurrentIndex(tab);
         camera.take(*panel, QStringLiteral("panel-") + fileName(tabs->tabText(tab)));
@@ -94,6 +95,7 @@ int drawPictures(MainWindow& window, const QString& folder) {
     }
     tabs->setCurrentIndex(0);
     camera.name.clear();
+    window.document().select(selection); // some commands select
     window.document().clearRecording();
     for (QPushButton* button : panel->findChildren<QPushButton*>())
         if (button->text() == QLatin1String("Destroy Keys")) button->click();

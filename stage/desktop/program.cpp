@@ -47,9 +47,9 @@ int runDesktop(int argc, char** argv) {
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("the scene to open"),
                                  QStringLiteral("[file]"));
-    const QCommandLineOption plugin(
-        QStringLiteral("plugin"), QStringLiteral("the plug-in to start, in place of the usual one"),
-        QStringLiteral("path"));
+    const QCommandLineOption start(QStringLiteral("plugin"),
+                                   QStringLiteral("a plug-in to start at once"),
+                                   QStringLiteral("path"));
     const QCommandLineOption select(QStringLiteral("select"),
                                     QStringLiteral("an item to select; may be given again"),
                                     QStringLiteral("name"));
@@ -59,7 +59,7 @@ int runDesktop(int argc, char** argv) {
         QStringLiteral("pictures"),
         QStringLiteral("draw the windows into PNG files for the manual, and end"),
         QStringLiteral("folder"));
-    parser.addOptions({plugin, select, frame, pictures});
+    parser.addOptions({start, select, frame, pictures});
     parser.process(application);
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) {
@@ -70,7 +70,7 @@ int runDesktop(int argc, char** argv) {
     MainWindow window;
     window.show();
     if (!files.isEmpty() && !window.openFile(files.first())) return 1;
-    if (parser.isSet(plugin) && !window.startPlugin(parser.value(plugin))) return 1;
+    if (parser.isSet(start) && !window.startPlugin(parser.value(start))) return 1;
     if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;
     if (parser.isSet(pictures)) return drawPictures(window, parser.value(pictures));
     return QApplication::exec();
