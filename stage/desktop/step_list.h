@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+class QPushButton;
 class QTreeWidget;
 
 namespace cadencora::stage {
@@ -15,9 +16,11 @@ public:
 
 private:
     void rebuild();
+    void askSave(); // as a recipe
 
     Document& document_;
     QTreeWidget* steps_;
+    QPushButton* save_;
 };
 
 } // namespace cadencora::stage

@@ -1,3 +1,4 @@
+#include "stage/panels/recipe.h"
 #include "stage/services/host.h"
 #include "tests/desktop/desk.h"
 
@@ -169,7 +170,7 @@ TEST(Commands, what_was_recorded_does_the_same_when_a_script_performs_it) {
     desk.document().host().makeActive();
 }
 
-TEST(Commands, an_undone_command_is_no_longer_among_the_steps) {
+TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     Desk desk;
     desk.select("Hips");
     destroySome(desk);
@@ -177,8 +178,19 @@ TEST(Commands, an_undone_command_is_no_longer_among_the_steps) {
         desk.window.findChild<QWidget*>(QStringLiteral("steps"))->findChild<QTreeWidget*>();
     ASSERT_EQ(list->topLevelItemCount(), 1);
     EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("Destroy Keys"));
+
+    desk.hand.then([&](QDialog& picker) {
+        pick(dynamic_cast<QFileDialog&>(picker), desk.file("steps.recipe"));
+    });
+    click(button(desk.window, "Save Recipe…"));
+    const auto saved = readRecipe(desk.file("steps.recipe").toStdString());
+    ASSERT_TRUE(saved.ok()) << saved.problem().text();
+    ASSERT_EQ(saved.value().size(), 1u);
+    EXPECT_EQ(saved.value()[0].settings[1].value, "40");
+
     desk.document().undo();
     EXPECT_EQ(list->topLevelItemCount(), 0);
+    EXPECT_FALSE(button(desk.window, "Save Recipe…")->isEnabled());
     desk.document().redo();
     EXPECT_EQ(list->topLevelItemCount(), 1);
     desk.document().clearRecording();
