@@ -16,10 +16,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string counted(std::size_t count, std::string_view noun) {
-    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
-}
-
 std::string_view kindName(MessageKind kind) {
     switch (kind) {
     case MessageKind::error:
@@ -36,25 +32,6 @@ std::string joined(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines)
         if (!line.empty()) text += (text.empty() ? "" : " / ") + line;
-    return text;
-}
-
-// A frame for people: thousandths are as fine as they read.
-std::string frameText(double frame) {
-    return shortest(std::round(frame * 1000) / 1000);
-}
-
-std::string changeText(const ChangeReport& changes) {
-    if (changes.empty()) return "nothing changed";
-    std::string text = "changed " + counted(changes.channels.size(), "channel") + " of " +
-                       counted(changes.items, "item") + ": " + counted(changes.keysAdded, "key") +
-                       " added, " + std::to_string(changes.keysRemoved) + " removed, " +
-                       std::to_string(changes.keysChanged) + " changed";
-    if (changes.firstFrame)
-        text +=
-            ", frames " + frameText(*changes.firstFrame) + " to " + frameText(*changes.lastFrame);
-    if (!changes.channelsAdded.empty())
-        text += ", " + counted(changes.channelsAdded.size(), "channel") + " added";
     return text;
 }
 
@@ -131,16 +108,6 @@ std::size_t depthOf(const Scene& scene, ItemId item) {
         ++depth;
     return depth;
 }
-
-} // namespace
-
-std::string summary(const Scene& scene) {
-    return counted(scene.itemCount(), "item") + ", " + counted(scene.keyCount(), "key") +
-           ", frames 0 to " + std::to_string(scene.lastFrame) + " at " + scene.rate.text() +
-           " per second";
-}
-
-namespace {
 
 void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
     if (!outcome.summary.empty()) out << outcome.input.string() << ": " << outcome.summary << "\n";

@@ -3,13 +3,11 @@
 
 #include "stage/cli/explore.h"
 #include "stage/cli/run.h"
+#include "stage/scene/summary.h"
 
 #include <iosfwd>
 
 namespace cadencora::stage {
-
-// "31 items, 50304 keys, 120 frames per second" of a scene.
-std::string summary(const Scene& scene);
 
 // Messages, changes and the written file for people; the toolbox's error messages, problems and
 // warnings, one line each; and all of it as JSON.

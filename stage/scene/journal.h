@@ -94,6 +94,8 @@ public:
 
     const std::string* undoName() const; // null where there is nothing to undo
     const std::string* redoName() const;
+    // What the next undo takes back, with the state before it; null where there is nothing.
+    const JournalEntry* lastEdit() const { return done_.empty() ? nullptr : &done_.back(); }
     bool undo(Scene& scene); // false where there is nothing to undo
     bool redo(Scene& scene);
     void clear();

@@ -1,0 +1,66 @@
+// Curves as points to draw: which ones to show, their lines, their keys, their range.
+//
+// Calls stage/scene alone. Whatever the number of keys, the number of points follows the columns.
+#pragma once
+
+#include "stage/scene/journal.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cadencora::stage {
+
+// A stretch of time over columns of pixels.
+struct TimeWindow {
+    double first = 0, last = 1; // seconds
+    int columns = 1;
+
+    double timeOf(double column) const { return first + (last - first) * column / columns; }
+    double columnOf(double time) const { return (time - first) / (last - first) * columns; }
+};
+
+struct CurvePoint {
+    double time = 0; // seconds
+    double value = 0;
+    bool operator==(const CurvePoint&) const = default;
+};
+
+// One curve on show.
+struct ShownCurve {
+    EnvelopeId envelope = EnvelopeId::none;
+    std::string name;                 // "Hips/Rotation.H"
+    int colour = 0;                   // curves of the same channel name have the same
+    double factor = 1;                // from the curve's values to the ones shown: degrees
+    const Envelope* before = nullptr; // as it was before the last edit, if that touched it;
+                                      // the journal's, until the next edit
+};
+
+// The curves of the items' channels that have keys or had some before the last edit.
+std::vector<ShownCurve> shownCurves(const Scene& scene, const std::vector<ItemId>& items,
+                                    const Journal& journal);
+
+// The curve over the window, from its left edge to its right one. Dense keys show as the stretch
+// of values that they cover.
+std::vector<CurvePoint> curveLine(const Envelope& curve, const TimeWindow& window);
+
+// The keys in the window, at most one for every `spacing` columns.
+std::vector<CurvePoint> keyPoints(const Envelope& curve, const TimeWindow& window, int spacing);
+
+// The columns in which the items' channels have keys, in order.
+std::vector<int> keyColumns(const Scene& scene, const std::vector<ItemId>& items,
+                            const TimeWindow& window);
+
+struct Range {
+    double low = 0, high = 0;
+};
+
+// The values, times their factors, that the curves take over the window and took before the last
+// edit; nothing: no curves.
+std::optional<Range> valueRange(const Scene& scene, const std::vector<ShownCurve>& curves,
+                                const TimeWindow& window);
+
+// A step of 1, 2 or 5 times a power of ten, of which `most` or fewer fit into a span.
+double niceStep(double span, double most);
+
+} // namespace cadencora::stage

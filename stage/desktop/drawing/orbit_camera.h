@@ -1,0 +1,51 @@
+// The viewport's camera: circles a point, and carries points of the world to the screen.
+//
+// Right-handed, Y up. Calls stage/scene alone.
+#pragma once
+
+#include "stage/scene/rotation.h"
+
+#include <optional>
+#include <utility>
+
+namespace cadencora::stage {
+
+struct ScreenPoint {
+    double x = 0, y = 0; // pixels from the top left corner
+    double depth = 0;    // distance in front of the eye
+};
+
+struct OrbitCamera {
+    Vec3 target{};
+    double heading = 0.6, pitch = -0.35; // radians: where the eye looks, as items turn
+    double distance = 10;                // from the eye to the target
+
+    void orbit(double acrossRadians, double downRadians); // never over the poles
+    void pan(double right, double up);                    // in screen heights at the target's depth
+    void zoom(double factor);                             // of the distance
+    void frame(const Vec3& center, double radius);        // fills the view with a sphere
+
+    Vec3 eye() const;
+};
+
+// A camera's view onto a screen of a size in pixels.
+class View {
+public:
+    View(const OrbitCamera& camera, double width, double height);
+
+    // Nothing behind the eye or too near to it.
+    std::optional<ScreenPoint> point(const Vec3& world) const;
+    // The part of the line in front of the eye.
+    std::optional<std::pair<ScreenPoint, ScreenPoint>> line(const Vec3& a, const Vec3& b) const;
+
+private:
+    Vec3 toEye(const Vec3& world) const;
+    ScreenPoint project(const Vec3& seen) const;
+
+    Mat3 axes_; // rows: right, up, back
+    Vec3 eye_;
+    double near_;
+    double scale_, centerX_, centerY_;
+};
+
+} // namespace cadencora::stage

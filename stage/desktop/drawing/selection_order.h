@@ -1,0 +1,26 @@
+// The order of a selection that grows click by click.
+//
+// Calls stage/scene alone.
+#pragma once
+
+#include "stage/scene/scene.h"
+
+#include <unordered_set>
+#include <vector>
+
+namespace cadencora::stage {
+
+// What stays selected keeps its place; what is new follows in the order given.
+inline std::vector<ItemId> inOrderOfSelection(const std::vector<ItemId>& before,
+                                              const std::vector<ItemId>& now) {
+    const std::unordered_set<ItemId> old(before.begin(), before.end());
+    const std::unordered_set<ItemId> kept(now.begin(), now.end());
+    std::vector<ItemId> order;
+    for (const ItemId item : before)
+        if (kept.contains(item)) order.push_back(item);
+    for (const ItemId item : now)
+        if (!old.contains(item)) order.push_back(item);
+    return order;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,91 @@
+// Number fields, and sliders with their value.
+
+#include "stage/desktop/control_view.h"
+#include "stage/desktop/typed_field.h"
+#include "stage/panels/actions.h"
+
+#include <QSignalBlocker>
+#include <QSlider>
+
+namespace cadencora::stage {
+
+namespace {
+
+class NumberView : public ControlView {
+public:
+    NumberView(ControlModel& model, const PanelContext& context, QWidget* parent)
+        : ControlView(model, context, parent),
+          field_(new TypedField([this](const std::string& text) { return enter(text); }, this)) {
+        setFocusProxy(field_);
+    }
+    bool settle() override {
+        if (field_->settle()) return true;
+        field_->setFocus();
+        return false;
+    }
+
+private:
+    Result<> enter(const std::string& text) {
+        return use([&](ControlModel& control) { return setByText(control, text, scene()); });
+    }
+    void showValue() override { field_->showText(shown(valueText(model_, scene()))); }
+    void place() override { field_->setGeometry(besideLabel()); }
+
+    TypedField* field_;
+};
+
+class SliderView : public ControlView {
+public:
+    SliderView(ControlModel& model, const PanelContext& context, QWidget* parent)
+        : ControlView(model, context, parent), slider_(new QSlider(Qt::Horizontal, this)),
+          field_(new TypedField([this](const std::string& text) { return enter(text); }, this)),
+          fieldWidth_(context.metrics.toScreen(context.metrics.width("-000000"))) {
+        slider_->setRange(model.minimum, std::max(model.minimum, model.maximum));
+        slider_->setPageStep(10);
+        setFocusProxy(slider_);
+        connect(slider_, &QSlider::valueChanged, this, [this](int value) {
+            (void)use([value](ControlModel& control) { return setInteger(control, value); });
+            showValue();
+        });
+    }
+    bool settle() override {
+        if (field_->settle()) return true;
+        field_->setFocus();
+        return false;
+    }
+
+private:
+    Result<> enter(const std::string& text) {
+        auto entered =
+            use([&](ControlModel& control) { return setByText(control, text, scene()); });
+        if (entered) showValue();
+        return entered;
+    }
+    void showValue() override {
+        const QSignalBlocker quiet(slider_);
+        slider_->setValue(model_.integer);
+        field_->showText(shown(valueText(model_, scene())));
+    }
+    void place() override {
+        QRect box = besideLabel();
+        field_->setGeometry(box.right() + 1 - fieldWidth_, 0, fieldWidth_, height());
+        box.setWidth(box.width() - fieldWidth_ - gap());
+        slider_->setGeometry(box);
+    }
+
+    QSlider* slider_;
+    TypedField* field_;
+    int fieldWidth_;
+};
+
+} // namespace
+
+ControlView* makeNumber(ControlModel& model, const PanelContext& context, QWidget* parent) {
+    return new NumberView(model, context, parent);
+}
+
+ControlView* makeSlider(ControlModel& model, const PanelContext& context, QWidget* parent) {
+    return new SliderView(model, context, parent);
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,90 @@
+#include "stage/desktop/item_tree.h"
+
+#include "stage/desktop/drawing/selection_order.h"
+#include "stage/desktop/item_icons.h"
+
+#include <QEvent>
+#include <QHeaderView>
+#include <QSignalBlocker>
+
+#include <algorithm>
+
+namespace cadencora::stage {
+
+namespace {
+
+constexpr int numberRole = Qt::UserRole; // the item's number from 0
+constexpr std::size_t mostExpanded = 2000;
+
+} // namespace
+
+ItemTree::ItemTree(Document& document, QWidget* parent) : QTreeWidget(parent), document_(document) {
+    setHeaderHidden(true);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setUniformRowHeights(true);
+    setIndentation(fontMetrics().height()); // skeletons are deep
+    connect(this, &QTreeWidget::itemSelectionChanged, this, &ItemTree::takeSelection);
+    connect(&document, &Document::changed, this, [this](Changes what) {
+        if (what.testFlag(Change::scene)) rebuild();
+        if (what & (Changes(Change::scene) | Change::selection)) markSelection();
+    });
+    rebuild();
+    markSelection();
+}
+
+void ItemTree::rebuild() {
+    const QSignalBlocker quiet(this);
+    const Scene& scene = document_.scene();
+    clear();
+    rows_.clear();
+    QList<QTreeWidgetItem*> top;
+    for (std::size_t i = 0; i < scene.itemCount(); ++i) { // parents come before their children
+        const Item& item = scene.item(Scene::itemAt(i));
+        auto* row = new QTreeWidgetItem;
+        row->setText(0, QString::fromStdString(item.name));
+        row->setData(0, numberRole, static_cast<qulonglong>(i));
+        if (item.parent == ItemId::none)
+            top.push_back(row);
+        else
+            rows_[static_cast<std::size_t>(item.parent) - 1]->addChild(row);
+        rows_.push_back(row);
+    }
+    addTopLevelItems(top);
+    setIcons();
+    if (rows_.size() <= mostExpanded) expandAll();
+    header()->setMinimumSectionSize(sizeHintForColumn(0)); // scrolls where names are long
+}
+
+void ItemTree::setIcons() {
+    std::array<QIcon, itemTypes.size()> icons;
+    for (const ItemType type : itemTypes)
+        icons[static_cast<std::size_t>(type)] = itemIcon(type, palette());
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        const ItemType type = document_.scene().item(Scene::itemAt(i)).type;
+        rows_[i]->setIcon(0, icons[static_cast<std::size_t>(type)]);
+    }
+}
+
+void ItemTree::markSelection() {
+    const QSignalBlocker quiet(this);
+    clearSelection();
+    for (const ItemId item : document_.scene().selection)
+        rows_[static_cast<std::size_t>(item) - 1]->setSelected(true);
+    viewport()->update(); // the selection model told nobody
+}
+
+void ItemTree::takeSelection() {
+    std::vector<ItemId> marked;
+    for (const QTreeWidgetItem* row : selectedItems())
+        marked.push_back(
+            Scene::itemAt(static_cast<std::size_t>(row->data(0, numberRole).toULongLong())));
+    std::ranges::sort(marked);
+    document_.select(inOrderOfSelection(document_.scene().selection, marked));
+}
+
+void ItemTree::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) setIcons();
+    QTreeWidget::changeEvent(event);
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,79 @@
+#include "stage/desktop/program.h"
+
+#include "stage/desktop/main_window.h"
+#include "stage/desktop/pictures.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace cadencora::stage {
+
+namespace {
+
+// Selects the items and goes to the frame that the arguments name.
+bool showPlace(Document& document, const QStringList& names, const QString& frame) {
+    const Scene& scene = document.scene();
+    std::vector<ItemId> items;
+    for (const QString& name : names) {
+        items.push_back(scene.findItem(name.toStdString()));
+        if (items.back() != ItemId::none) continue;
+        std::fprintf(stderr, "cadencora-desktop: no item is named \"%s\" (%s)\n", qPrintable(name),
+                     scene.namesLike(name.toStdString()).c_str());
+        return false;
+    }
+    if (!items.empty()) document.select(std::move(items));
+    if (frame.isEmpty()) return true;
+    bool isNumber = false;
+    const int number = frame.toInt(&isNumber);
+    if (isNumber)
+        document.setTime(scene.rate.timeOf(number));
+    else
+        std::fprintf(stderr, "cadencora-desktop: \"%s\" is no frame\n", qPrintable(frame));
+    return isNumber;
+}
+
+} // namespace
+
+int runDesktop(int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Cadencora"));
+    QApplication::setApplicationName(QStringLiteral("cadencora-desktop"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("A keyframe toolbox for 3D animators."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("the scene to open"),
+                                 QStringLiteral("[file]"));
+    const QCommandLineOption start(QStringLiteral("plugin"),
+                                   QStringLiteral("a plug-in to start at once"),
+                                   QStringLiteral("path"));
+    const QCommandLineOption select(QStringLiteral("select"),
+                                    QStringLiteral("an item to select; may be given again"),
+                                    QStringLiteral("name"));
+    const QCommandLineOption frame(QStringLiteral("frame"), QStringLiteral("the frame to go to"),
+                                   QStringLiteral("number"));
+    const QCommandLineOption pictures(
+        QStringLiteral("pictures"),
+        QStringLiteral("draw the windows into PNG files for the manual, and end"),
+        QStringLiteral("folder"));
+    parser.addOptions({start, select, frame, pictures});
+    parser.process(application);
+    const QStringList files = parser.positionalArguments();
+    if (files.size() > 1) {
+        std::fputs("cadencora-desktop: one file at most\n", stderr);
+        return 2;
+    }
+
+    MainWindow window;
+    window.show();
+    if (!files.isEmpty() && !window.openFile(files.first())) return 1;
+    if (parser.isSet(start) && !window.startPlugin(parser.value(start))) return 1;
+    if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;
+    if (parser.isSet(pictures)) return drawPictures(window, parser.value(pictures));
+    return QApplication::exec();
+}
+
+} // namespace cadencora::stage

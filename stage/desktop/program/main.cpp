@@ -1,0 +1,5 @@
+#include "stage/desktop/program.h"
+
+int main(int argc, char** argv) {
+    return cadencora::stage::runDesktop(argc, argv);
+}

@@ -1,0 +1,42 @@
+// The scene in space at the current time, drawn without a graphics card.
+//
+// Left orbits, middle (or Shift and left) pans, right and the wheel zoom.
+#pragma once
+
+#include "stage/desktop/document.h"
+#include "stage/desktop/drawing/orbit_camera.h"
+#include "stage/desktop/drawing/scene_shapes.h"
+
+#include <QWidget>
+
+namespace cadencora::stage {
+
+class Viewport : public QWidget {
+public:
+    explicit Viewport(Document& document, QWidget* parent = nullptr);
+
+    void frameSelection(); // all items where none is selected
+
+    const OrbitCamera& camera() const { return camera_; }
+
+protected:
+    QSize sizeHint() const override { return {600, 420}; }
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void takeSizes();
+    void paintGrid(QPainter& painter, const View& view) const;
+    void paintShapes(QPainter& painter, const View& view) const;
+    QColor colourOf(ItemId item) const;
+
+    Document& document_;
+    OrbitCamera camera_;
+    Sphere whole_;    // around the scene as it was opened
+    double unit_ = 1; // of shapes that have no size of their own
+    QPointF dragged_;
+};
+
+} // namespace cadencora::stage

@@ -1,0 +1,220 @@
+#include "stage/panels/recipe.h"
+#include "stage/services/host.h"
+#include "tests/desktop/desk.h"
+
+#include <QAction>
+#include <QFile>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSlider>
+
+#include <sys/stat.h>
+
+namespace cadencora::stage {
+namespace {
+
+using Frames = std::vector<double>;
+
+// Destroys the keys of Hips, and below, from 20 to 40.
+void destroySome(Desk& desk) {
+    desk.hand.then([](QDialog& dialog) {
+        type(part<QLineEdit>(dialog, "Start"), QStringLiteral("20"));
+        type(part<QLineEdit>(dialog, "End"), QStringLiteral("40"));
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& dialog) {
+        auto& box = dynamic_cast<QMessageBox&>(dialog);
+        EXPECT_EQ(box.text(), QStringLiteral("Do you want to clear the channel data"));
+        EXPECT_EQ(box.informativeText(), QStringLiteral("for the selected items?"));
+        click(box.button(QMessageBox::Yes));
+    });
+    desk.press("Destroy Keys");
+}
+
+TEST(Commands, destroying_keys_by_clicks_reports_and_is_undone_and_redone_by_name) {
+    Desk desk;
+    auto* tree = desk.window.findChild<QTreeWidget*>();
+    QTreeWidgetItem* hips = tree->topLevelItem(0)->child(0);
+    click(tree->viewport(), tree->visualItemRect(hips).center());
+    ASSERT_EQ(desk.scene().selection, std::vector{desk.item("Hips")});
+
+    destroySome(desk);
+    EXPECT_EQ(desk.times("Hips", heading), (Frames{0, 10, 50, 60}));
+    EXPECT_EQ(desk.times("Spine", heading), (Frames{0, 10, 50, 60}));
+    EXPECT_EQ(desk.times("Box", positionX).size(), 7u);
+    const std::string news =
+        "Destroy Keys: changed 2 channels of 2 items: 0 keys added, 6 removed, "
+        "0 changed, frames 20 to 40";
+    EXPECT_EQ(desk.window.findChild<QLabel*>(QStringLiteral("news"))->text().toStdString(), news);
+    EXPECT_TRUE(desk.window.isWindowModified());
+    const auto* undo = desk.window.menuBar()->actions().at(1)->menu()->actions().at(0);
+    EXPECT_EQ(undo->text(), QStringLiteral("&Undo Destroy Keys"));
+
+    desk.key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(desk.times("Hips", heading).size(), 7u);
+    EXPECT_FALSE(desk.window.isWindowModified()) << "as it was opened";
+    EXPECT_FALSE(undo->isEnabled());
+    desk.key(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(desk.times("Hips", heading), (Frames{0, 10, 50, 60}));
+    EXPECT_TRUE(desk.window.isWindowModified());
+}
+
+TEST(Commands, a_dialog_a_file_picker_and_a_message_nest) {
+    Desk desk;
+    desk.select("Hips");
+    desk.hand.then([&](QDialog& dialog) {
+        const auto saveTo = [&](const QString& path) {
+            desk.hand.then([path](QDialog& picker) {
+                auto& files = dynamic_cast<QFileDialog&>(picker);
+                EXPECT_EQ(files.nameFilters().first(), QStringLiteral("*.lw_items"));
+                pick(files, path);
+            });
+        };
+        saveTo(desk.file("set"));
+        click(button(dialog, "Save", 1));
+        QFile set(desk.file("set.lw_items"));
+        EXPECT_TRUE(set.open(QIODevice::ReadOnly)) << "with the pattern's ending";
+        EXPECT_EQ(set.readAll(), QByteArray("Hips\nSpine\n"));
+
+        // A socket is there but cannot be opened, whoever runs the tests.
+        const QString socket = desk.file("socket.lw_items");
+        ASSERT_EQ(mknod(qPrintable(socket), S_IFSOCK | 0600, 0), 0);
+        desk.hand.then([&](QDialog& picker) {
+            desk.hand.then([](QDialog& replaces) {
+                click(dynamic_cast<QMessageBox&>(replaces).button(QMessageBox::Yes));
+            });
+            pick(dynamic_cast<QFileDialog&>(picker), socket);
+        });
+        desk.hand.then([](QDialog& said) {
+            auto& box = dynamic_cast<QMessageBox&>(said);
+            EXPECT_EQ(box.icon(), QMessageBox::Critical);
+            EXPECT_FALSE(box.text().isEmpty());
+            box.accept();
+        });
+        click(button(dialog, "Save", 1));
+        EXPECT_TRUE(dialog.isVisible());
+        EXPECT_TRUE(desk.document().isBusy());
+        desk.document().undo(); // not while a command is under way
+        desk.window.playback().setPlaying(true);
+        EXPECT_FALSE(desk.window.playback().isPlaying());
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& question) { question.reject(); });
+    desk.press("Destroy Keys");
+    EXPECT_EQ(desk.news(), "Destroy Keys: nothing changed");
+    EXPECT_FALSE(desk.document().isBusy());
+    EXPECT_FALSE(desk.window.isWindowModified());
+}
+
+TEST(Commands, what_was_recorded_does_the_same_when_a_script_performs_it) {
+    Desk desk;
+    desk.select("Hips");
+    desk.document().setTime(desk.scene().rate.timeOf(10));
+    destroySome(desk);
+    desk.select("Box");
+    desk.hand.then([](QDialog& dialog) {
+        QTest::keyClick(part<QSlider>(dialog, "End"), Qt::Key_Left);
+        QTest::keyClick(part<QSlider>(dialog, "End"), Qt::Key_Left);
+        auto* rows = part<QListWidget>(dialog, "Affected Channels");
+        click(rows->viewport(), rows->visualItemRect(rows->item(3)).center());
+        click(button(dialog, "Remove"));
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& dialog) {
+        click(button(dialog, "Multiply"));
+        type(part<QLineEdit>(dialog, "Position.X"), QStringLiteral("2.5"));
+        clickOk(dialog);
+    });
+    desk.press("MoveRotateScale");
+    desk.hand.then([](QDialog& dialog) { dialog.reject(); });
+    desk.press("Defractionalize");
+
+    const auto steps = desk.document().recorder().steps();
+    ASSERT_EQ(steps.size(), 3u);
+    EXPECT_EQ(steps[0].select, std::vector<std::string>{"Hips"});
+    EXPECT_EQ(steps[0].time, 10);
+    EXPECT_EQ(steps[0].answers, std::vector<bool>{true});
+    EXPECT_EQ(steps[1].time, std::nullopt);
+    ASSERT_EQ(steps[1].settings.size(), 5u);
+    EXPECT_EQ(steps[1].settings[0].value, "58") << "the last value of a slide";
+    EXPECT_EQ(steps[1].settings[2].label, "Affected Channels/Remove");
+    EXPECT_TRUE(steps[2].cancel);
+    for (const RecordedStep& recorded : desk.document().recorder().recorded())
+        EXPECT_EQ(recorded.shortfall, "");
+
+    ScriptedUser user;
+    Host host(someScene(), user);
+    user.lookAt(host.scene());
+    auto module = Module::open(CADENCORA_BIN_DIR "/cadencora.so");
+    ASSERT_TRUE(module->activate(&Host::lookup, Host::layoutGeneric()).ok());
+    for (const Step& step : steps) {
+        if (step.select) {
+            std::vector<ItemId> items;
+            for (const std::string& name : *step.select)
+                items.push_back(host.scene().findItem(name));
+            host.select(items);
+        }
+        Result<> performed = done();
+        host.event(step.press, [&] { performed = user.perform(step); });
+        EXPECT_TRUE(performed.ok()) << performed.problem().text();
+    }
+    for (std::uint32_t i = 1; i <= host.scene().envelopeCount(); ++i) {
+        const auto& ours = host.scene().envelope(static_cast<EnvelopeId>(i)).keys;
+        const auto& theirs = desk.scene().envelope(static_cast<EnvelopeId>(i)).keys;
+        ASSERT_EQ(ours.size(), theirs.size());
+        for (auto a = ours.begin(), b = theirs.begin(); a; a.advance(), b.advance())
+            EXPECT_TRUE(sameKey(a, b));
+    }
+    desk.document().host().makeActive();
+}
+
+TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
+    Desk desk;
+    desk.select("Hips");
+    destroySome(desk);
+    auto* list =
+        desk.window.findChild<QWidget*>(QStringLiteral("steps"))->findChild<QTreeWidget*>();
+    ASSERT_EQ(list->topLevelItemCount(), 1);
+    EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("Destroy Keys"));
+
+    desk.hand.then([&](QDialog& picker) {
+        pick(dynamic_cast<QFileDialog&>(picker), desk.file("steps.recipe"));
+    });
+    click(button(desk.window, "Save Recipe…"));
+    const auto saved = readRecipe(desk.file("steps.recipe").toStdString());
+    ASSERT_TRUE(saved.ok()) << saved.problem().text();
+    ASSERT_EQ(saved.value().size(), 1u);
+    EXPECT_EQ(saved.value()[0].settings[1].value, "40");
+
+    desk.document().undo();
+    EXPECT_EQ(list->topLevelItemCount(), 0);
+    EXPECT_FALSE(button(desk.window, "Save Recipe…")->isEnabled());
+    desk.document().redo();
+    EXPECT_EQ(list->topLevelItemCount(), 1);
+    desk.document().clearRecording();
+    EXPECT_EQ(list->topLevelItemCount(), 0);
+}
+
+TEST(Commands, another_file_closes_the_panel_of_the_first_and_opens_its_own) {
+    Desk desk;
+    desk.select("Hips");
+    destroySome(desk);
+    desk.panel().close();
+    desk.document().setTime(0.5);
+    ASSERT_TRUE(desk.window.openFile(desk.file("scene.stage")));
+    int panels = 0;
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        panels += dynamic_cast<PanelWindow*>(widget) != nullptr;
+    EXPECT_EQ(panels, 1);
+    EXPECT_TRUE(desk.panel().isVisible());
+    EXPECT_EQ(desk.times("Hips", heading).size(), 7u);
+    EXPECT_FALSE(desk.window.isWindowModified());
+    desk.select("Hips");
+    destroySome(desk);
+    EXPECT_EQ(desk.times("Hips", heading).size(), 4u);
+}
+
+} // namespace
+} // namespace cadencora::stage

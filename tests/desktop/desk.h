@@ -1,0 +1,149 @@
+// The desktop for tests: a main window without a display, a scene in it, the loaded plug-in, and a
+// hand that acts in the dialogs that open.
+#pragma once
+
+#include "stage/desktop/main_window.h"
+#include "stage/desktop/panel_view.h"
+#include "stage/formats/format.h"
+#include "tests/desktop/some_scene.h"
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeWidget>
+
+#include <deque>
+#include <gtest/gtest.h>
+
+namespace cadencora::stage {
+
+inline void click(QWidget* widget, QPoint at = {}) {
+    ASSERT_NE(widget, nullptr);
+    QTest::mouseClick(widget, Qt::LeftButton, {}, at);
+}
+
+// Types over what a field holds.
+inline void type(QLineEdit* field, const QString& text) {
+    ASSERT_NE(field, nullptr);
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClicks(field, text);
+}
+
+// The part of a control of a panel or dialog that has a label; the nth of that label.
+template <class Part>
+Part* part(QWidget& window, const char* label, int nth = 0) {
+    const auto controls = window.findChildren<QWidget*>(QString::fromUtf8(label));
+    return nth < controls.size() ? controls[nth]->findChild<Part*>() : nullptr;
+}
+
+inline QPushButton* button(QWidget& window, const char* text, int nth = 0) {
+    for (QPushButton* found : window.findChildren<QPushButton*>())
+        if (found->text() == QString::fromUtf8(text) && nth-- == 0) return found;
+    return nullptr;
+}
+
+inline void clickOk(QWidget& dialog) {
+    click(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok));
+}
+
+// Types a file's name into a picker and accepts it.
+inline void pick(QFileDialog& picker, const QString& path) {
+    picker.setDirectory(QFileInfo(path).path());
+    type(picker.findChild<QLineEdit*>(QStringLiteral("fileNameEdit")), QFileInfo(path).fileName());
+    for (const auto which : {QDialogButtonBox::Save, QDialogButtonBox::Open})
+        if (auto* accepts = picker.findChild<QDialogButtonBox*>()->button(which)) click(accepts);
+}
+
+// Acts in each modal dialog that opens, in the order in which the acts were given. What is given
+// within an act is for the dialogs that open within it.
+class Hand : public QObject {
+public:
+    using Act = std::function<void(QDialog&)>;
+
+    Hand() : acts_(1) { qApp->installEventFilter(this); }
+    ~Hand() override {
+        qApp->removeEventFilter(this);
+        checkNoneLeft();
+    }
+    void then(Act act) { acts_.back().push_back(std::move(act)); }
+
+private:
+    void checkNoneLeft() {
+        EXPECT_TRUE(acts_.back().empty()) << acts_.back().size() << " dialogs did not open";
+    }
+    bool eventFilter(QObject* object, QEvent* event) override {
+        auto* dialog = event->type() == QEvent::Show ? qobject_cast<QDialog*>(object) : nullptr;
+        if (dialog && dialog->isModal())
+            QMetaObject::invokeMethod(
+                dialog, [this, dialog] { act(*dialog); }, Qt::QueuedConnection);
+        return false;
+    }
+    void act(QDialog& dialog) {
+        if (acts_.back().empty()) {
+            ADD_FAILURE() << "unexpected: " << dialog.windowTitle().toStdString();
+            return dialog.reject();
+        }
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog)); // so that the focus is where it belongs
+        const Act next = std::move(acts_.back().front());
+        acts_.back().pop_front();
+        acts_.emplace_back();
+        const QPointer<QDialog> acted(&dialog);
+        next(dialog);
+        checkNoneLeft();
+        acts_.pop_back();
+        if (!acted || !acted->isVisible()) return;
+        ADD_FAILURE() << "left open: " << dialog.windowTitle().toStdString();
+        dialog.reject();
+    }
+
+    std::vector<std::deque<Act>> acts_; // by depth of dialogs
+};
+
+struct Desk {
+    QTemporaryDir folder;
+    MainWindow window;
+    Hand hand;
+
+    explicit Desk(const Scene& scene = someScene()) {
+        EXPECT_TRUE(writeScene(scene, file("scene.stage").toStdString()).ok());
+        EXPECT_TRUE(window.openFile(file("scene.stage")));
+        EXPECT_TRUE(window.startPlugin());
+        window.show();
+    }
+    QString file(const char* name) const { return folder.filePath(QString::fromUtf8(name)); }
+
+    Document& document() { return window.document(); }
+    const Scene& scene() { return document().scene(); }
+    ItemId item(const char* name) { return scene().findItem(name); }
+    void select(const char* name) { document().select({item(name)}); }
+
+    PanelWindow& panel() {
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            if (auto* found = dynamic_cast<PanelWindow*>(widget)) return *found;
+        throw std::runtime_error("the plug-in has no panel");
+    }
+    void press(const char* text) { click(button(panel(), text)); }
+
+    std::vector<double> times(const char* name, MotionChannel which) {
+        std::vector<double> frames;
+        for (auto key = scene().motion(item(name), which).keys.begin(); key; key.advance())
+            frames.push_back(scene().rate.frameOf(key.time()));
+        return frames;
+    }
+    std::string news() { return document().news(); }
+    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        QTest::keyClick(&window, key, modifiers);
+    }
+};
+
+} // namespace cadencora::stage

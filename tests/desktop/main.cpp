@@ -1,0 +1,22 @@
+// Runs the desktop's tests without a display and without the user's settings.
+
+#include <QApplication>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("CADENCORA_PLUGIN", CADENCORA_BIN_DIR "/cadencora.so");
+    testing::InitGoogleTest(&argc, argv);
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Cadencora"));
+    QApplication::setApplicationName(QStringLiteral("desktop-tests"));
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    QApplication::setEffectEnabled(Qt::UI_AnimateCombo, false);
+    const QTemporaryDir settings;
+    QSettings::setDefaultFormat(QSettings::IniFormat);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
+    return RUN_ALL_TESTS();
+}
