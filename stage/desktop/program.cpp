@@ -47,7 +47,7 @@ int runDesktop(int argc, char** argv) {
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("the scene to open"),
                                  QStringLiteral("[file]"));
-    const QCommandLineOption start(QStringLiteral("plugin"),
+    const QCommandLineOption start(QStringLiteral("start"),
                                    QStringLiteral("a plug-in to start at once"),
                                    QStringLiteral("path"));
     const QCommandLineOption select(QStringLiteral("select"),
