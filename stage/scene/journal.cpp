@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cassert>
-#include <unordered_map>
 
 namespace cadencora::stage {
 
@@ -95,20 +94,20 @@ void EditScope::removeEnvelope(EnvelopeId id) {
 }
 
 ChangeReport EditScope::report() const {
-    // Which channel an envelope belongs to is asked for once per report, not kept in each envelope.
-    std::unordered_map<EnvelopeId, const Envelope*> before;
-    before.reserve(entry_.envelopes.size());
+    // By envelope: its copy, if one was kept. Which channel an envelope belongs to is asked for
+    // once per report, not kept in each envelope.
+    std::vector<const Envelope*> before(entry_.envelopes.empty() ? 0 : scene_.envelopeCount() + 1);
     for (const auto& copy : entry_.envelopes)
-        before.emplace(copy.id, &copy.other);
+        before[static_cast<std::size_t>(copy.id)] = &copy.other;
 
     ChangeReport report;
     double first = 0, last = 0;
     ItemId lastItem = ItemId::none;
     const auto visit = [&](ChannelId id) {
         const Channel& channel = scene_.channel(id);
-        const auto found = before.find(channel.envelope);
-        if (found == before.end()) return;
-        ChannelChange change = compare(*found->second, scene_.envelope(channel.envelope));
+        const Envelope* copy = before[static_cast<std::size_t>(channel.envelope)];
+        if (!copy) return;
+        ChannelChange change = compare(*copy, scene_.envelope(channel.envelope));
         if (change.keys() == 0 && !change.settingsChanged) return;
         change.channel = id;
         if (change.keys() > 0) {
