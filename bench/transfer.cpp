@@ -16,6 +16,7 @@ using Clock = std::chrono::steady_clock;
 
 struct TimedUser : ScriptedUser {
     Clock::time_point accepted; // the dialog closed last
+    Clock::time_point returned; // the handler
     bool runModal(PanelModel& panel) override {
         const bool ok = ScriptedUser::runModal(panel);
         accepted = Clock::now();
@@ -36,7 +37,10 @@ struct Stage {
 
     bool perform(const Step& step) {
         Result<> performed = done();
-        host.event(step.press, [&] { performed = user.perform(step); });
+        host.event(step.press, [&] {
+            performed = user.perform(step);
+            user.returned = Clock::now();
+        });
         return performed.ok() && !user.sawError() && host.misuses.empty() && host.problems.empty();
     }
 
@@ -46,16 +50,20 @@ struct Stage {
         Step step;
         step.press = press;
         step.settings = std::move(settings);
-        double nanoseconds = 0;
+        double nanoseconds = 0, inHandler = 0;
         for (auto _ : state) {
             const bool good = perform(step);
             const std::chrono::duration<double, std::nano> took = Clock::now() - user.accepted;
             state.SetIterationTime(took.count() * 1e-9);
             nanoseconds += took.count();
+            inHandler +=
+                std::chrono::duration<double, std::nano>(user.returned - user.accepted).count();
             if (!good) state.SkipWithError("the command did not do its work");
             host.undo();
         }
-        state.counters[counter] = nanoseconds / per / static_cast<double>(state.iterations());
+        const double runs = per * static_cast<double>(state.iterations());
+        state.counters[counter] = nanoseconds / runs;
+        state.counters["in_handler"] = inHandler / runs; // without journal and change report
     }
 };
 

@@ -32,7 +32,9 @@ static void translateTo(Mat4* m, const DVec3& position) {
     translate(m, narrow(position.x), narrow(position.y), narrow(position.z));
 }
 
+// Pivots and second rotations are mostly zero: the identity that they make changes nothing.
 static void shiftPivot(Mat4* m, const DVec3& pivot) {
+    if (pivot.x == 0 && pivot.y == 0 && pivot.z == 0) return;
     translate(m, -narrow(pivot.x), -narrow(pivot.y), -narrow(pivot.z));
 }
 
@@ -46,6 +48,7 @@ static void scaleBy(Mat4* m, const DVec3& scale) {
 }
 
 static void rotateBy(Mat4* m, const HPB& angles) {
+    if (angles.heading == 0 && angles.pitch == 0 && angles.bank == 0) return;
     Mat4 factor;
     identity4(&factor);
     get_rotate(&angles, &factor);

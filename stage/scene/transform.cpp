@@ -23,8 +23,9 @@ Vec3 motionValues(const Scene& scene, ItemId item, MotionChannel first, double t
 
 Affine localTransform(const Scene& scene, ItemId id, double time) {
     const Item& item = scene.item(id);
-    const Mat3 turned = product(rotation(item.secondRotation, headingPitchBank),
-                                rotation(motionValues(scene, id, heading, time), headingPitchBank));
+    Mat3 turned = rotation(motionValues(scene, id, heading, time), headingPitchBank);
+    if (item.secondRotation != Vec3{}) // rarely there
+        turned = product(rotation(item.secondRotation, headingPitchBank), turned);
     const Vec3 scale = motionValues(scene, id, scaleX, time);
     Affine local;
     for (std::size_t r = 0; r < 3; ++r)
