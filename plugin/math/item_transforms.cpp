@@ -8,13 +8,13 @@ static float narrow(double number) {
     return static_cast<float>(number);
 }
 
-static DVec3 readVector(const host::ItemInfo* info, host::Item item, int code, double time) {
+DVec3 readVector(const host::ItemInfo* info, host::Item item, int code, double time) {
     double values[3] = {0, 0, 0};
     info->param(item, code, time, values);
     return {values[0], values[1], values[2]};
 }
 
-static HPB readAngles(const host::ItemInfo* info, host::Item item, int code, double time) {
+HPB readAngles(const host::ItemInfo* info, host::Item item, int code, double time) {
     const DVec3 values = readVector(info, item, code, time);
     return {values.x, values.y, values.z};
 }

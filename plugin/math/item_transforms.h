@@ -15,6 +15,10 @@ struct HPB {
     double heading, pitch, bank; // about Y, X and Z; a vector is banked first, headed last
 };
 
+// A three-component parameter of an item by its ItemParam code, and one that holds angles.
+DVec3 readVector(const host::ItemInfo* info, host::Item item, int code, double time);
+HPB readAngles(const host::ItemInfo* info, host::Item item, int code, double time);
+
 // Writes the rotation into the upper left three rows and columns; the rest stays.
 void get_rotate(const HPB* a, Mat4* m);
 

@@ -6,12 +6,17 @@ static Vec3 narrowed(const DVec3& v) {
     return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
 }
 
+// The identity where there is no inverse.
+static Mat4 inverseOf(const Mat4& m) {
+    Mat4 inverse;
+    identity4(&inverse);
+    inverse4(&m, &inverse);
+    return inverse;
+}
+
 void getWorldPos(const host::ItemInfo* info, host::Item item, double time, DVec3* out) {
     *out = {0, 0, 0};
-    if (!info) return;
-    double values[3] = {0, 0, 0};
-    info->param(item, host::itemWorldPosition, time, values);
-    *out = {values[0], values[1], values[2]};
+    if (info) *out = readVector(info, item, host::itemWorldPosition, time);
 }
 
 void getLocalPos(const host::ItemInfo* info, host::Item item, double time, const DVec3* world,
@@ -26,11 +31,10 @@ void getLocalPos(const host::ItemInfo* info, host::Item item, double time, const
     const DVec3 origin = {0, 0, 0};
     const HPB unturned = {0, 0, 0};
     const DVec3 unscaled = {1, 1, 1};
-    Mat4 toWorld, fromWorld;
+    Mat4 toWorld;
     identity4(&toWorld);
     get_transform_NO_INITIAL_VALUES(info, item, time, &toWorld, &origin, &unturned, &unscaled);
-    identity4(&fromWorld);
-    inverse4(&toWorld, &fromWorld);
+    const Mat4 fromWorld = inverseOf(toWorld);
     const Vec3 point = narrowed(place);
     Vec3 local;
     transformp(&point, &fromWorld, &local);
@@ -55,9 +59,7 @@ void getWorldRot(const host::ItemInfo* info, host::Item item, double time, HPB* 
         getRotations(m, out);
         return;
     }
-    double angles[3] = {0, 0, 0};
-    info->param(item, host::itemRotation, time, angles);
-    *out = {angles[0], angles[1], angles[2]};
+    *out = readAngles(info, item, host::itemRotation, time);
     get_rotate(out, m);
 }
 
@@ -71,11 +73,10 @@ void getLocalRot(const host::ItemInfo* info, host::Item item, double time, const
         *out = world;
         return;
     }
-    Mat4 chain, fromWorld, local;
+    Mat4 chain, local;
     identity4(&chain);
     get_transform_ONLY_ROTATIONS(info, parent, time, &chain);
-    identity4(&fromWorld);
-    inverse4(&chain, &fromWorld);
+    const Mat4 fromWorld = inverseOf(chain);
     matmul4(worldMatrix, &fromWorld, &local);
     getRotations(&local, out);
 }
@@ -84,9 +85,7 @@ void getWorldScale(const host::ItemInfo* info, host::Item item, double time, DVe
     *out = {1, 1, 1};
     if (!info) return;
     if (!info->parent(item)) {
-        double values[3] = {1, 1, 1};
-        info->param(item, host::itemScale, time, values);
-        *out = {values[0], values[1], values[2]};
+        *out = readVector(info, item, host::itemScale, time);
         return;
     }
     Mat4 scales;
@@ -105,11 +104,10 @@ void getLocalScale(const host::ItemInfo* info, host::Item item, double time,
         *out = world;
         return;
     }
-    Mat4 chain, fromWorld, local;
+    Mat4 chain, local;
     identity4(&chain);
     get_transform_ONLY_SCALE(info, parent, time, &chain);
-    identity4(&fromWorld);
-    inverse4(&chain, &fromWorld);
+    const Mat4 fromWorld = inverseOf(chain);
     const Vec3 factors = narrowed(world);
     identity4(&local);
     local.m[0] = factors.x;

@@ -3,7 +3,7 @@
 // Calls the host's item service. Use a world routine on the source and the local routine of the
 // same kind on the target, at the same time in seconds. Nothing is reported: a null service gives
 // position and rotation 0 and scale 1; where a parent chain cannot be inverted, the world value
-// passes as if it could be: there is no answer then. What goes through a matrix is good to single
+// passes as if the chain were neutral. What goes through a matrix is good to single
 // precision. `out` is the caller's.
 #pragma once
 

@@ -44,12 +44,6 @@ static bool runOptions(host::Panel panel, ToolState* state, FrameCopy* copy) {
     return readPair(pair, &copy->items);
 }
 
-static DVec3 ownValues(const host::ItemInfo* info, host::Item item, int code, double time) {
-    double values[3] = {0, 0, 0};
-    info->param(item, code, time, values);
-    return {values[0], values[1], values[2]};
-}
-
 // The values are worked out before the target is selected; each command line may change the scene.
 static void keyTarget(const FrameCopy& copy, const char* command, double x, double y, double z) {
     selectItem(copy.items.target);
@@ -62,7 +56,7 @@ static void copyPosition(const host::ItemInfo* info, const FrameCopy& copy, doub
         getWorldPos(info, copy.items.source, time, &v);
         getLocalPos(info, copy.items.target, time, &v, &v);
     } else {
-        v = ownValues(info, copy.items.source, host::itemPosition, time);
+        v = readVector(info, copy.items.source, host::itemPosition, time);
     }
     keyTarget(copy, "Position", v.x, v.y, v.z);
 }
@@ -80,8 +74,7 @@ static void copyRotation(const host::ItemInfo* info, const FrameCopy& copy, doub
         getWorldRot(info, copy.items.source, time, &v, &turn);
         getLocalRot(info, copy.items.target, time, &v, &v, &turn);
     } else {
-        const DVec3 own = ownValues(info, copy.items.source, host::itemRotation, time);
-        v = {own.x, own.y, own.z};
+        v = readAngles(info, copy.items.source, host::itemRotation, time);
     }
     keyTarget(copy, "Rotation", toDegrees(v.heading), toDegrees(v.pitch), toDegrees(v.bank));
 }
@@ -92,7 +85,7 @@ static void copyScale(const host::ItemInfo* info, const FrameCopy& copy, double 
         getWorldScale(info, copy.items.source, time, &v);
         getLocalScale(info, copy.items.target, time, &v, &v);
     } else {
-        v = ownValues(info, copy.items.source, host::itemScale, time);
+        v = readVector(info, copy.items.source, host::itemScale, time);
     }
     keyTarget(copy, "Scale", v.x, v.y, v.z);
 }
