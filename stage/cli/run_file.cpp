@@ -35,15 +35,6 @@ Result<> prepare(Host& host, const Step& step) {
     return done();
 }
 
-std::vector<Problem> collectProblems(Host& host) {
-    std::vector<Problem> problems = std::exchange(host.problems, {});
-    for (const Misuse& misuse : std::exchange(host.misuses, {}))
-        problems.push_back({"the plug-in misused a service: " + misuse.reason,
-                            misuse.service + "." + misuse.slot,
-                            {}});
-    return problems;
-}
-
 // Presses one button. False: the run of this file ends here.
 bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outcome) {
     if (auto ready = prepare(host, step); !ready) {
@@ -60,7 +51,7 @@ bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outc
     result.messages = user.messages();
     outcome.steps.push_back(std::move(result));
 
-    const auto problems = collectProblems(host);
+    const auto problems = host.takeProblems();
     outcome.problems.insert(outcome.problems.end(), problems.begin(), problems.end());
     if (!performed) {
         outcome.problems.push_back(performed.problem());

@@ -114,11 +114,7 @@ void Document::finishEdit(const ControlModel& control, ChangeReport report) {
 }
 
 void Document::tellProblems() {
-    std::vector<Problem> problems = std::exchange(host_->problems, {});
-    for (const Misuse& misuse : std::exchange(host_->misuses, {}))
-        problems.push_back({"the plug-in misused a service: " + misuse.reason,
-                            misuse.service + "." + misuse.slot,
-                            {}});
+    const std::vector<Problem> problems = host_->takeProblems();
     if (problems.empty()) return;
     std::string text;
     for (const Problem& problem : problems)

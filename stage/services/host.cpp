@@ -90,6 +90,15 @@ void Host::report(Problem problem) {
         problems.push_back(std::move(problem));
 }
 
+std::vector<Problem> Host::takeProblems() {
+    std::vector<Problem> taken = std::exchange(problems, {});
+    for (const Misuse& misuse : std::exchange(misuses, {}))
+        taken.push_back({"the plug-in misused a service: " + misuse.reason,
+                         misuse.service + "." + misuse.slot,
+                         {}});
+    return taken;
+}
+
 void Host::recordMisuse(std::string_view service, std::string_view slot, std::string reason) {
     // A plug-in that goes wrong in a loop must not fill the memory with the same complaint.
     constexpr std::size_t most = 1000;

@@ -113,6 +113,8 @@ public:
     std::vector<Misuse> misuses;
     std::vector<Problem> problems;
     void report(Problem problem); // once, however often it happens
+    // All of it so far, misuses in the words of problems; then there is none.
+    std::vector<Problem> takeProblems();
     void recordMisuse(std::string_view service, std::string_view slot, std::string reason);
     void recordThrown(const char* service, const char* slot) noexcept; // in a catch block
 
