@@ -18,11 +18,7 @@ public:
           field_(new TypedField([this](const std::string& text) { return enter(text); }, this)) {
         setFocusProxy(field_);
     }
-    bool settle() override {
-        if (field_->settle()) return true;
-        field_->setFocus();
-        return false;
-    }
+    bool settle() override { return field_->settleOrStay(); }
 
 private:
     Result<> enter(const std::string& text) {
@@ -48,11 +44,7 @@ public:
             showValue();
         });
     }
-    bool settle() override {
-        if (field_->settle()) return true;
-        field_->setFocus();
-        return false;
-    }
+    bool settle() override { return field_->settleOrStay(); }
 
 private:
     Result<> enter(const std::string& text) {

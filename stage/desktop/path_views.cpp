@@ -55,11 +55,7 @@ public:
             showValue();
         });
     }
-    bool settle() override {
-        if (field_->settle()) return true;
-        field_->setFocus();
-        return false;
-    }
+    bool settle() override { return field_->settleOrStay(); }
 
 private:
     Result<> choose(const std::string& path) {

@@ -15,6 +15,12 @@ void TypedField::showText(const QString& value) {
     mark({});
 }
 
+bool TypedField::settleOrStay() {
+    if (settle()) return true;
+    setFocus();
+    return false;
+}
+
 bool TypedField::settle() {
     if (text() == shown_) {
         mark({});

@@ -21,6 +21,7 @@ public:
 
     // Enters what was typed; false where it was refused.
     bool settle();
+    bool settleOrStay(); // the same, taking the focus where it is refused
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
