@@ -40,7 +40,7 @@ std::size_t touching(const std::vector<std::string>& warnings, const std::string
 
 // The errors of the validator in a file, one per line; nothing where it cannot be had.
 std::optional<std::set<std::string>> errorsOf(const fs::path& file) {
-    const fs::path list = file.string() + ".errors";
+    const fs::path list = fs::path(testing::TempDir()) / (file.filename().string() + ".errors");
     const fs::path tools = fs::path(CADENCORA_BIN_DIR).parent_path() / "gltf-validator";
     const std::string command = "'" CADENCORA_SOURCE_DIR "/scripts/check-gltf' '" + tools.string() +
                                 "' '" + file.string() + "' > '" + list.string() + "'";
