@@ -1,4 +1,4 @@
-// The wait cursor while something takes its time, and the usual one while the user is asked.
+// The wait cursor while something takes its time.
 #pragma once
 
 #include <QCursor>
@@ -12,21 +12,6 @@ public:
     ~BusyCursor() { QGuiApplication::restoreOverrideCursor(); }
     BusyCursor(const BusyCursor&) = delete;
     BusyCursor& operator=(const BusyCursor&) = delete;
-};
-
-class BusyPause {
-public:
-    BusyPause() : paused_(QGuiApplication::overrideCursor() != nullptr) {
-        if (paused_) QGuiApplication::restoreOverrideCursor();
-    }
-    ~BusyPause() {
-        if (paused_) QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    }
-    BusyPause(const BusyPause&) = delete;
-    BusyPause& operator=(const BusyPause&) = delete;
-
-private:
-    bool paused_;
 };
 
 } // namespace cadencora::stage

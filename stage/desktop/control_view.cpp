@@ -18,7 +18,9 @@ ControlView::ControlView(ControlModel& model, const PanelContext& context, QWidg
 }
 
 QRect ControlView::besideLabel() const {
-    const int start = context_.metrics.toScreen(model_.labelWidth);
+    // From where it lies on the panel, so that boxes below each other begin at the same pixel.
+    const int start = context_.metrics.toScreen(model_.rect.x + model_.labelWidth) -
+                      context_.metrics.toScreen(model_.rect.x);
     return {start, 0, width() - start, height()};
 }
 

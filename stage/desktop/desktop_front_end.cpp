@@ -1,10 +1,9 @@
 #include "stage/desktop/desktop_front_end.h"
 
-#include "stage/desktop/busy_cursor.h"
+#include "stage/desktop/document.h"
 #include "stage/desktop/panel_view.h"
 
 #include <QApplication>
-#include <QMessageBox>
 #include <QScreen>
 
 namespace cadencora::stage {
@@ -13,16 +12,6 @@ namespace {
 
 QString line(const Message& message, std::size_t index) {
     return index < message.lines.size() ? shown(message.lines[index]) : QString();
-}
-
-int run(QMessageBox::Icon icon, const QString& title, const QString& first, const QString& second,
-        QMessageBox::StandardButtons buttons, QWidget* parent) {
-    QMessageBox box(icon, title, first, buttons, parent);
-    box.setTextFormat(Qt::PlainText);
-    box.setInformativeText(second);
-    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
-    const BusyPause pause;
-    return box.exec();
 }
 
 } // namespace
@@ -64,7 +53,7 @@ bool DesktopFrontEnd::runModal(PanelModel& panel) {
     recorder.dialogOpened(panel);
     PanelDialog dialog(panel, {*document_, metrics_}, parent());
     const bool accepted = [&] {
-        const BusyPause pause;
+        const WorkClock::Pause pause(document_->clock());
         return dialog.exec() == QDialog::Accepted;
     }();
     recorder.dialogClosed(panel, accepted, document_->scene());
@@ -84,16 +73,30 @@ void DesktopFrontEnd::panelDestroyed(PanelModel& panel) {
 void DesktopFrontEnd::show(const Message& message) {
     const bool error = message.kind == MessageKind::error;
     if (error) document_->countError();
-    run(error ? QMessageBox::Critical : QMessageBox::Information,
-        error ? QStringLiteral("Error") : QStringLiteral("Information"), line(message, 0),
-        line(message, 1), QMessageBox::Ok, parent());
+    askUser(error ? QMessageBox::Critical : QMessageBox::Information,
+            error ? QStringLiteral("Error") : QStringLiteral("Information"), line(message, 0),
+            line(message, 1), QMessageBox::Ok);
 }
 
 bool DesktopFrontEnd::ask(const Message& question) {
-    const int answer = run(QMessageBox::Question, line(question, 0), line(question, 1),
-                           line(question, 2), QMessageBox::Yes | QMessageBox::No, parent());
+    const int answer = askUser(QMessageBox::Question, line(question, 0), line(question, 1),
+                               line(question, 2), QMessageBox::Yes | QMessageBox::No);
     document_->recorder().answered(answer == QMessageBox::Yes);
     return answer == QMessageBox::Yes;
+}
+
+int DesktopFrontEnd::askUser(QMessageBox::Icon icon, const QString& title, const QString& first,
+                             const QString& second, QMessageBox::StandardButtons buttons) {
+    QMessageBox box(icon, title, first, buttons, parent());
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(second);
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    const WorkClock::Pause pause(document_->clock());
+    return box.exec();
+}
+
+void DesktopFrontEnd::working() {
+    document_->clock().tick();
 }
 
 QWidget* DesktopFrontEnd::parent() const {

@@ -6,6 +6,7 @@
 #include "stage/desktop/panel_metrics.h"
 #include "stage/panels/front_end.h"
 
+#include <QMessageBox>
 #include <QPointer>
 #include <QWidget>
 
@@ -37,9 +38,12 @@ public:
     void panelDestroyed(PanelModel& panel) override;
     void show(const Message& message) override;
     bool ask(const Message& question) override;
+    void working() override;
 
 private:
     QWidget* parent() const; // of a dialog: what the user is in
+    int askUser(QMessageBox::Icon icon, const QString& title, const QString& first,
+                const QString& second, QMessageBox::StandardButtons buttons);
 
     PanelMetrics metrics_;
     Document* document_ = nullptr;

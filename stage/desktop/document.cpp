@@ -1,9 +1,8 @@
 #include "stage/desktop/document.h"
 
 #include "stage/base/text.h"
-#include "stage/desktop/busy_cursor.h"
+#include "stage/desktop/control_view.h"
 #include "stage/desktop/desktop_front_end.h"
-#include "stage/formats/format.h"
 #include "stage/panels/actions.h"
 #include "stage/scene/summary.h"
 
@@ -23,7 +22,8 @@ Document::~Document() {
 }
 
 std::string Document::name() const {
-    return path_.empty() ? "Untitled" : path_.filename().string();
+    if (path_.empty()) return "Untitled";
+    return path_.filename().string() + (imported_ ? " (imported)" : "");
 }
 
 // Hosts hand the tables back to the one before them, so the old one goes first.
@@ -36,25 +36,38 @@ void Document::adopt(Scene scene) {
     position_ = savedPosition_ = 0;
 }
 
-Result<std::vector<std::string>> Document::open(const std::filesystem::path& path) {
-    auto loaded = readScene(path);
-    if (!loaded) return loaded.problem();
-    adopt(std::move(loaded->scene));
+Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesystem::path& path,
+                                                Origin origin) {
+    adopt(std::move(loaded.scene));
     path_ = path;
+    imported_ = origin == Origin::imported;
+    clips_ = std::move(loaded.clips);
+    clip_ = std::move(loaded.clip);
     news_ = name() + ": " + summary(scene());
+    for (const std::string& note : loaded.notes)
+        news_ += "; " + note;
     emit changed(Change::scene);
     if (module_)
         if (auto active = module_->activate(&Host::lookup, Host::layoutGeneric()); !active)
             return active.problem();
-    return std::move(loaded->warnings);
+    return std::move(loaded.warnings);
 }
 
 Result<std::vector<std::string>> Document::save(const std::filesystem::path& path) {
     auto written = writeScene(scene(), path);
     if (!written) return written.problem();
     path_ = path;
+    imported_ = false;
     savedPosition_ = position_;
     news_ = "wrote " + path.string();
+    emit changed({});
+    return std::move(written->warnings);
+}
+
+Result<std::vector<std::string>> Document::exportTo(const std::filesystem::path& path) {
+    auto written = writeScene(scene(), path);
+    if (!written) return written.problem();
+    news_ = "exported " + path.string();
     emit changed({});
     return std::move(written->warnings);
 }
@@ -76,41 +89,64 @@ Changes Document::differenceFrom(const std::vector<ItemId>& selection, double ti
 }
 
 Result<> Document::use(ControlModel& control, const Action& action) {
-    const bool outermost = depth_ == 0;
+    if (depth_ > 0) { // in a dialog
+        const int errors = errors_;
+        ++depth_;
+        Result<> result = action(control);
+        --depth_;
+        // A value that the plug-in complained about is not part of what the user meant.
+        if (result && errors_ == errors) recorder_.set(control, scene());
+        emit controlsChanged();
+        return result;
+    }
     const auto selection = scene().selection;
     const double time = scene().currentTime;
-    if (outermost) recorder_.begin(control, scene());
-    std::optional<BusyCursor> busy;
-    if (outermost) busy.emplace();
-
+    recorder_.begin(control, scene());
     Result<> result = done();
-    const int errors = errors_;
+    failed_ = false;
     ++depth_;
-    ChangeReport report =
-        host_->event(std::string(shownLabel(control)), [&] { result = action(control); });
+    clock_.start(shown(shownLabel(control)));
+    ChangeReport report = host_->event(
+        std::string(shownLabel(control)), [&] { result = action(control); },
+        [&] { return !failed_; });
+    clock_.stop();
     --depth_;
-    busy.reset();
-    // A value that the plug-in complained about is not part of what the user meant.
-    if (!outermost && result && errors_ == errors) recorder_.set(control, scene());
-    if (outermost) {
-        Changes what = differenceFrom(selection, time);
-        if (!report.empty()) what |= Change::keys | Change::range;
+    Changes what = differenceFrom(selection, time);
+    if (!report.empty() || failed_) what |= Change::keys | Change::range;
+    if (failed_) {
+        finishFailed(control);
+    } else {
         recorder_.end(!report.empty(), scene());
         if (control.type == ControlType::button || !report.empty())
             finishEdit(control, std::move(report));
-        tellProblems();
-        emit changed(what);
     }
+    tellProblems();
+    emit changed(what);
     emit controlsChanged();
     return result;
+}
+
+void Document::countError() {
+    ++errors_;
+    if (depth_ == 1) failed_ = true;
 }
 
 void Document::finishEdit(const ControlModel& control, ChangeReport report) {
     lastChange_ = std::move(report);
     news_ = std::string(shownLabel(control)) + ": " + changeText(lastChange_);
+    constexpr double worthTelling = 0.1; // seconds
+    if (clock_.seconds() >= worthTelling)
+        news_ += ", in " + QString::number(clock_.seconds(), 'f', 1).toStdString() + " s";
     if (lastChange_.empty()) return;
     if (savedPosition_ > position_) savedPosition_ = -1; // what was saved could only be redone
     ++position_;
+}
+
+// As the headless program does: the scene is as it was before, and no script would get past it.
+void Document::finishFailed(const ControlModel& control) {
+    recorder_.abandon();
+    lastChange_ = {};
+    news_ = std::string(shownLabel(control)) + ": ended with an error and changed nothing";
 }
 
 void Document::tellProblems() {

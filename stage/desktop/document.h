@@ -4,6 +4,8 @@
 // changed(); whatever they let the user do goes through the functions below.
 #pragma once
 
+#include "stage/desktop/work_clock.h"
+#include "stage/formats/format.h"
 #include "stage/module/module.h"
 #include "stage/panels/recorder.h"
 #include "stage/services/host.h"
@@ -36,14 +38,23 @@ public:
     const Scene& scene() const { return host_->scene(); }
     Host& host() { return *host_; }
     const Host& host() const { return *host_; }
-    const std::filesystem::path& path() const { return path_; } // empty: never saved
-    std::string name() const;                                   // for the title
+    // The file that the scene came from or was saved to; empty: none.
+    const std::filesystem::path& path() const { return path_; }
+    bool isImported() const { return imported_; }                    // and not to be saved over
+    const std::vector<std::string>& clips() const { return clips_; } // that the file holds
+    const std::string& clip() const { return clip_; }                // that is open
+    std::string name() const;                                        // for the title
     bool isModified() const { return position_ != savedPosition_; }
     bool isBusy() const { return depth_ > 0; } // an event is under way, maybe in a dialog
 
-    // Each answers warnings. A failed open leaves the document as it was.
-    Result<std::vector<std::string>> open(const std::filesystem::path& path);
+    // Goes over to a scene that was read from `path`. Answers the warnings of the reading.
+    enum class Origin { opened, imported };
+    Result<std::vector<std::string>> show(Loaded loaded, const std::filesystem::path& path,
+                                          Origin origin = Origin::opened);
+
+    // Each answers warnings. What is exported stays under its own name, saved or not.
     Result<std::vector<std::string>> save(const std::filesystem::path& path);
+    Result<std::vector<std::string>> exportTo(const std::filesystem::path& path);
 
     // Opens the plug-in's panel; a file opened later opens it again.
     Result<> startPlugin(const std::filesystem::path& path);
@@ -69,7 +80,11 @@ public:
     Recorder& recorder() { return recorder_; }
     void clearRecording();
 
-    void countError() { ++errors_; } // an error message is being shown
+    // An error message is being shown. Outside of dialogs it ends the command, which takes back
+    // what it has done; in a dialog the user goes on.
+    void countError();
+
+    WorkClock& clock() { return clock_; } // of the command under way
 
 signals:
     void changed(cadencora::stage::Changes what);
@@ -78,6 +93,7 @@ signals:
 private:
     void adopt(Scene scene);
     void finishEdit(const ControlModel& control, ChangeReport report);
+    void finishFailed(const ControlModel& control);
     void tellProblems();
     Changes differenceFrom(const std::vector<ItemId>& selection, double time) const;
 
@@ -85,11 +101,16 @@ private:
     std::unique_ptr<Host> host_;
     std::optional<Module> module_;
     std::filesystem::path path_;
+    bool imported_ = false;
+    std::vector<std::string> clips_;
+    std::string clip_;
+    WorkClock clock_;
     Recorder recorder_;
     ChangeReport lastChange_;
     std::string news_;
     int depth_ = 0; // of events
     int errors_ = 0;
+    bool failed_ = false;                  // the command under way has shown an error of its own
     int position_ = 0, savedPosition_ = 0; // in the history of edits; -1: no longer reachable
 };
 

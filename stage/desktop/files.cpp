@@ -1,16 +1,17 @@
 // Opening and saving in the main window: pickers, dropped files, unsaved changes, messages.
 
 #include "stage/desktop/busy_cursor.h"
+#include "stage/desktop/long_work.h"
 #include "stage/desktop/main_window.h"
 #include "stage/desktop/recent_files.h"
 #include "stage/formats/format.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
-#include <QLabel>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QMimeData>
-#include <QStatusBar>
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace cadencora::stage {
@@ -39,6 +40,12 @@ QString filters(bool (*can)(const Format&), bool together) {
     return rows.join(QStringLiteral(";;"));
 }
 
+constexpr std::string_view sceneExtension = ".stage";
+
+bool isSceneFormat(const Format& format) {
+    return format.extensions.front() == sceneExtension;
+}
+
 QString droppedFile(const QDropEvent& event) {
     const QList<QUrl> urls = event.mimeData()->urls();
     return urls.size() == 1 ? urls.first().toLocalFile() : QString();
@@ -61,19 +68,23 @@ bool MainWindow::told(const Result<std::vector<std::string>>& result) {
     return true;
 }
 
-bool MainWindow::openFile(const QString& path) {
-    if (document_.isBusy()) return false;
+bool MainWindow::openFile(const QString& path, const QString& clip, Document::Origin origin) {
+    if (document_.isBusy() || isReading_) return false;
     playback_.setPlaying(false);
-    const auto opened = [&] {
-        const BusyCursor busy;
-        news_->setText(tr("Opening %1 …").arg(path));
-        news_->repaint();
-        return document_.open(path.toStdString());
-    }();
-    showNews();
-    if (!told(opened)) return false;
+    LongWork work(this, tr("Opening %1").arg(QFileInfo(path).fileName()));
+    ReadOptions options;
+    if (!clip.isEmpty()) options.clip = clip.toStdString();
+    options.progress = [&work](double share) { return work.progress(share); };
+    std::optional<Result<Loaded>> loaded;
+    isReading_ = true;
+    work.run([&] { loaded = readScene(path.toStdString(), options); });
+    isReading_ = false;
+    if (work.isCancelled()) return false;
+    if (!*loaded) return told(loaded->problem());
+    const BusyCursor busy;
+    const auto shown = document_.show(std::move(loaded->value()), path.toStdString(), origin);
     rememberFile(path);
-    return true;
+    return told(shown);
 }
 
 bool MainWindow::saveFile(const QString& path) {
@@ -87,6 +98,26 @@ bool MainWindow::saveFile(const QString& path) {
     return true;
 }
 
+bool MainWindow::exportFile(const QString& path) {
+    if (document_.isBusy()) return false;
+    const auto written = [&] {
+        const BusyCursor busy;
+        return document_.exportTo(path.toStdString());
+    }();
+    return told(written);
+}
+
+// The same file again, with the same items selected.
+void MainWindow::openClip(const QString& clip) {
+    const auto origin =
+        document_.isImported() ? Document::Origin::imported : Document::Origin::opened;
+    const auto selection = document_.scene().selection;
+    const std::size_t items = document_.scene().itemCount();
+    if (mayLeave() && openFile(QString::fromStdString(document_.path().string()), clip, origin) &&
+        document_.scene().itemCount() == items)
+        document_.select(selection);
+}
+
 bool MainWindow::startPlugin(const QString& path) {
     const auto started = document_.startPlugin(
         path.isEmpty() ? Module::defaultPath() : std::filesystem::path(path.toStdString()));
@@ -96,41 +127,72 @@ bool MainWindow::startPlugin(const QString& path) {
 }
 
 void MainWindow::askOpen() {
-    if (document_.isBusy() || !mayLeave()) return;
+    if (!mayLeave()) return;
     const QString path = QFileDialog::getOpenFileName(
-        this, tr("Open a Scene"), QString::fromStdString(document_.path().parent_path().string()),
+        this, tr("Open a Scene"), folder(),
         filters([](const Format& format) { return format.read != nullptr; }, true));
     if (!path.isEmpty()) openFile(path);
 }
 
-// A file of a kind that is only read is saved as another.
+// What comes from elsewhere is not saved over by chance.
+void MainWindow::askImport() {
+    if (!mayLeave()) return;
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Import"), folder(),
+        filters([](const Format& format) { return format.read && !isSceneFormat(format); }, true));
+    if (!path.isEmpty()) openFile(path, {}, Document::Origin::imported);
+}
+
+// A file of a kind that is only read, or an imported one, is saved as another.
 bool MainWindow::save() {
     const Format* format = formatOf(document_.path());
-    if (!format || !format->write) return askSave();
+    if (!format || !format->write || document_.isImported()) return askSave();
     return saveFile(QString::fromStdString(document_.path().string()));
 }
 
 bool MainWindow::askSave() {
-    if (document_.isBusy()) return false;
+    const Format* format = formatOf(document_.path());
+    const bool keepsKind = format && format->write && !document_.isImported();
+    const QString path =
+        askTarget(tr("Save the Scene"),
+                  keepsKind ? document_.path().extension().string() : std::string(sceneExtension));
+    return !path.isEmpty() && saveFile(path);
+}
+
+void MainWindow::askExport() {
+    const QString path = askTarget(tr("Export"), ".bvh");
+    if (!path.isEmpty()) exportFile(path);
+}
+
+QString MainWindow::folder() const {
+    return QString::fromStdString(document_.path().parent_path().string());
+}
+
+// A file to write; empty: none. The kind of the extension is offered first.
+QString MainWindow::askTarget(const QString& title, const std::string& extension) {
+    if (document_.isBusy()) return {};
     QFileDialog picker(
-        this, tr("Save the Scene"), QString::fromStdString(document_.path().parent_path().string()),
+        this, title, folder(),
         filters([](const Format& format) { return format.write != nullptr; }, false));
     picker.setAcceptMode(QFileDialog::AcceptSave);
-    const Format* format = formatOf(document_.path());
-    const std::string extension =
-        format && format->write ? document_.path().extension().string() : ".stage";
+    // The ending goes with the kind that is picked.
+    connect(&picker, &QFileDialog::filterSelected, &picker, [&](const QString& filter) {
+        const qsizetype from = filter.indexOf(QLatin1Char('*')) + 2;
+        const qsizetype to = filter.indexOf(QRegularExpression(QStringLiteral("[ )]")), from);
+        picker.setDefaultSuffix(filter.mid(from, to - from));
+    });
     picker.setDefaultSuffix(QString::fromStdString(extension.substr(1)));
     for (const QString& filter : picker.nameFilters())
         if (filter.contains(QString::fromStdString("*" + extension)))
             picker.selectNameFilter(filter);
     if (!document_.path().empty())
         picker.selectFile(QString::fromStdString(document_.path().stem().string() + extension));
-    if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) return false;
-    return saveFile(picker.selectedFiles().first());
+    if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) return {};
+    return picker.selectedFiles().first();
 }
 
 bool MainWindow::mayLeave() {
-    if (document_.isBusy()) return false;
+    if (document_.isBusy() || isReading_) return false;
     if (!document_.isModified()) return true;
     QMessageBox box(QMessageBox::Question, tr("Unsaved changes"),
                     tr("Save the changes to %1?").arg(QString::fromStdString(document_.name())),
@@ -162,7 +224,14 @@ void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
 void MainWindow::dropEvent(QDropEvent* event) {
     const QString path = droppedFile(*event);
     event->acceptProposedAction();
-    if (!path.isEmpty() && mayLeave()) openFile(path);
+    if (path.isEmpty()) return;
+    // Whoever let go of the file need not wait for the answers.
+    QMetaObject::invokeMethod(
+        this,
+        [this, path] {
+            if (mayLeave()) openFile(path);
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace cadencora::stage

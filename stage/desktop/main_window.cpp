@@ -1,5 +1,6 @@
 #include "stage/desktop/main_window.h"
 
+#include "stage/desktop/clip_picker.h"
 #include "stage/desktop/curve_view.h"
 #include "stage/desktop/item_tree.h"
 #include "stage/desktop/step_list.h"
@@ -27,6 +28,7 @@ MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
     addViewMenu();
     addPluginMenu();
     connect(&document_, &Document::changed, this, &MainWindow::showNews);
+    connect(&document_.clock(), &WorkClock::working, news_, &QLabel::setText);
     showNews();
     resize(1180, 760);
     tree_->setFocus();
@@ -51,7 +53,12 @@ void MainWindow::addViews() {
     rows->setSpacing(2);
     rows->addWidget(views, 1);
     rows->addWidget(new Timeline(document_));
-    rows->addWidget(new TransportBar(document_, playback_));
+    auto* below = new QHBoxLayout;
+    below->addWidget(new TransportBar(document_, playback_), 1);
+    auto* clips = new ClipPicker(document_);
+    connect(clips, &ClipPicker::chosen, this, &MainWindow::openClip);
+    below->addWidget(clips);
+    rows->addLayout(below);
     setCentralWidget(centre);
 
     tree_ = new ItemTree(document_);

@@ -25,8 +25,11 @@ public:
     ~MainWindow() override;
 
     // As from the menus; what goes wrong is shown, and answered with false.
-    bool openFile(const QString& path);
+    // `clip`: of the file's; empty: the first. Opening can be cancelled, too.
+    bool openFile(const QString& path, const QString& clip = {},
+                  Document::Origin origin = Document::Origin::opened);
     bool saveFile(const QString& path);
+    bool exportFile(const QString& path);
     bool startPlugin(const QString& path = {}); // empty: the usual one
 
     Document& document() { return document_; }
@@ -46,8 +49,13 @@ private:
     void addViewMenu();
     void addPluginMenu();
     void askOpen();
+    void askImport();
     bool save();
     bool askSave();
+    void askExport();
+    void openClip(const QString& clip);
+    QString folder() const; // of the open file
+    QString askTarget(const QString& title, const std::string& extension);
     bool mayLeave(); // after asking about unsaved changes
     void fillRecent(QMenu& menu);
     void showNews();
@@ -59,6 +67,7 @@ private:
     ItemTree* tree_ = nullptr;
     Viewport* viewport_ = nullptr;
     CurveView* curves_ = nullptr;
+    bool isReading_ = false; // a file
     QLabel* news_ = nullptr;
     QLabel* frame_ = nullptr;
     QAction* undo_ = nullptr;

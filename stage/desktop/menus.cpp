@@ -23,6 +23,11 @@ void MainWindow::addFileMenu() {
     menu->addAction(tr("Save &As…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this,
                     &MainWindow::askSave);
     menu->addSeparator();
+    menu->addAction(tr("&Import…"), QKeySequence(Qt::CTRL | Qt::Key_I), this,
+                    &MainWindow::askImport);
+    menu->addAction(tr("&Export…"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
+                    &MainWindow::askExport);
+    menu->addSeparator();
     menu->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &QWidget::close);
 }
 

@@ -27,8 +27,8 @@ struct TurnedJoint {
 
 class BvhReader {
 public:
-    BvhReader(std::string_view text, const std::filesystem::path& path, const ReadLimits& limits)
-        : in_(text, path.string()), path_(path), limits_(limits) {}
+    BvhReader(std::string_view text, const std::filesystem::path& path, const ReadOptions& options)
+        : in_(text, path.string()), path_(path), options_(options), limits_(options.limits) {}
 
     Result<Loaded> read() {
         if (!hierarchy() || !motionHead() || !rows()) return in_.problem();
@@ -63,12 +63,17 @@ private:
     bool row(std::vector<double>& numbers);
     void planColumns();
     void addKeys(const std::vector<double>& numbers, double time);
+    double shareDone(std::size_t frame) const {
+        const double share = static_cast<double>(frame) / static_cast<double>(claimedFrames_);
+        return claimedFrames_ > 0 ? std::min(share, 1.0) : 0;
+    }
     void finish();
 
     Scene& scene() { return loaded_.scene; }
 
     TextReader in_;
     const std::filesystem::path& path_;
+    const ReadOptions& options_;
     const ReadLimits& limits_;
     Loaded loaded_;
     std::shared_ptr<BvhMemory> memory_ = std::make_shared<BvhMemory>();
@@ -302,6 +307,7 @@ bool BvhReader::rows() {
         return in_.fail("the frames have no length", "Frame Time is 0 and yet there are rows");
     for (; !in_.atEnd(); in_.skipSpace(), ++frame) {
         if (columns_ == 0) return in_.expected("the end of the file: no joint has channels");
+        if (frame % 64 == 0 && !options_.goesOn(shareDone(frame))) return in_.fail(readingStopped);
         if ((frame + 1) * keysPerRow_ > limits_.keys)
             return in_.fail("the file has too many keys",
                             "the limit is " + std::to_string(limits_.keys));
@@ -326,7 +332,7 @@ void BvhReader::finish() {
 
 Result<Loaded> readBvh(std::string_view text, const std::filesystem::path& path,
                        const ReadOptions& options) {
-    return BvhReader(text, path, options.limits).read();
+    return BvhReader(text, path, options).read();
 }
 
 } // namespace cadencora::stage

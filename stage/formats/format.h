@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -31,7 +32,15 @@ struct ReadOptions {
     // Formats with one animation take no notice.
     std::optional<std::string> clip;
     ReadLimits limits;
+    // Told now and then which share of the work is done, 0 to 1, 0 as long as that is not known; on
+    // false the reading stops, which is a Problem then. Called on the thread that reads.
+    std::function<bool(double share)> progress;
+
+    bool goesOn(double share) const { return !progress || progress(share); }
 };
+
+// What reading says where `progress` stopped it.
+constexpr const char* readingStopped = "the reading was stopped";
 
 struct Loaded {
     Scene scene;

@@ -185,6 +185,8 @@ Result<> GltfReader::curves() {
     }
     memory_->clock = gltfClock(all, options_.rate);
     for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (!options_.goesOn(static_cast<double>(i) / static_cast<double>(channels.size())))
+            return Problem{readingStopped, where_, {}};
         const GltfChannel& channel = channels[i];
         if (channel.node == gltfNone || channel.path == GltfPath::other) continue;
         const GltfTimes& at = times[model_.clips[clip].samplers[channel.sampler].input];

@@ -33,6 +33,9 @@ public:
         JsonKind kind() const { return token().kind; }
         double number() const { return token().number; }                        // of a number
         const std::string& text() const { return tape_->texts_[token().link]; } // of a text
+        double share() const { // of the text that stands before it, 0 to 1
+            return at_ / static_cast<double>(tape_->tokens_.size());
+        }
 
         // The values in an array; in an object, names and values in turn. The value behind the
         // last one is none.

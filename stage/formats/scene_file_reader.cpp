@@ -36,8 +36,8 @@ struct Field {
 
 class SceneFileReader {
 public:
-    SceneFileReader(const std::filesystem::path& path, const ReadLimits& limits)
-        : path_(path), limits_(limits) {}
+    SceneFileReader(const std::filesystem::path& path, const ReadOptions& options)
+        : path_(path), options_(options), limits_(options.limits) {}
 
     Result<Loaded> read(Value root) {
         if (!header(root) || !scene(root)) return problem_;
@@ -111,6 +111,7 @@ private:
     bool key(const Place& place, Value value, bool asFrames, KeyStore& keys);
 
     const std::filesystem::path& path_;
+    const ReadOptions& options_;
     const ReadLimits& limits_;
     Problem problem_;
     Loaded loaded_;
@@ -401,6 +402,7 @@ bool SceneFileReader::channel(const Place& place, Value value, GroupId groupId) 
     if (!members(place, value, fields) || !text(place, name, channelName) ||
         !withinLimit(place, ++channels_, limits_.channels, "channels"))
         return false;
+    if (!options_.goesOn(value.share())) return fail(place, readingStopped);
     if (secondKeys.value && frameKeys.value)
         return fail(place, "a channel has \"keys\" or \"frames\"", "this one has both");
     Scene& scene = loaded_.scene;
@@ -467,7 +469,7 @@ Result<Loaded> readSceneFile(std::string_view text, const std::filesystem::path&
     constexpr std::size_t otherLists = 16;
     const auto tape = JsonTape::parse(text, path.string(), 2 * options.limits.depth + otherLists);
     if (!tape) return tape.problem();
-    return SceneFileReader(path, options.limits).read(tape.value().root());
+    return SceneFileReader(path, options).read(tape.value().root());
 }
 
 } // namespace cadencora::stage

@@ -27,6 +27,9 @@ public:
 
     virtual void show(const Message& message) = 0; // an error or an information
     virtual bool ask(const Message& question) = 0; // true for yes
+
+    // Told now and then while the plug-in is at work, the scene between two of its calls.
+    virtual void working() {}
 };
 
 } // namespace cadencora::stage

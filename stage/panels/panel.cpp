@@ -100,8 +100,10 @@ ControlModel& PanelSet::addControl(PanelModel& panel, ControlModel model, int wi
     byRecord_.emplace(&control.record, &control);
 
     const int line = metrics_.lineHeight();
+    // Short labels take the same room, so that what stands below each other is aligned.
     if (labelStandsBefore(control.type) && !control.label.empty())
-        control.labelWidth = metrics_.width(control.label) + gap;
+        control.labelWidth =
+            std::max(metrics_.width(control.label), metrics_.width("Selection")) + gap;
     control.rect.x = margin;
     control.rect.y = margin;
     if (!panel.controls.empty()) {

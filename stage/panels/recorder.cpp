@@ -115,6 +115,13 @@ void Recorder::end(bool changed, const Scene& scene) {
     before_ = Before{scene.selection, scene.currentTime};
 }
 
+void Recorder::abandon() {
+    if (!open_) return;
+    open_ = false;
+    steps_.pop_back();
+    changed_.pop_back();
+}
+
 void Recorder::undone() {
     const auto last = std::find(changed_.rbegin(), changed_.rend(), true);
     if (last == changed_.rend()) return;

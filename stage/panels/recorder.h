@@ -31,6 +31,9 @@ public:
     // `changed`: the step made an edit that an undo takes back.
     void end(bool changed, const Scene& scene);
 
+    // The step ended in an error and did nothing: it is none.
+    void abandon();
+
     // The last edit was taken back or made again, and its step with it.
     void undone();
     void redone();

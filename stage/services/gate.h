@@ -204,6 +204,7 @@ private:
         Host* host = Host::active();
         if (!host) return;
         try {
+            host->countCall();
             body(*host);
         } catch (...) {
             host->recordThrown(service.text, slot.text);

@@ -136,6 +136,13 @@ public:
     std::set<std::string, std::less<>> chosenDirectories; // that a plug-in was told by a control
     std::optional<ScratchFolder> scratch; // for motion files without a directory, once needed
 
+    // Lets the front end know now and then that calls are coming in.
+    void countCall() {
+        constexpr unsigned pace = 64;
+        if (++calls_ % pace == 0) [[unlikely]]
+            frontEnd_.working();
+    }
+
     // Brings the data records of "LW Scene Info 6" and "LW Interface Info 7" up to date.
     void refreshRecords();
 
@@ -152,6 +159,7 @@ private:
     std::optional<EditScope> scope_;
     std::vector<host::Item> selectedHandles_; // ends with null
     Host* previous_ = nullptr;
+    unsigned calls_ = 0; // through gates
 };
 
 } // namespace cadencora::stage

@@ -17,6 +17,10 @@ struct Command {
     double frame; // the current time
 };
 
+void PrintTo(const Command& command, std::ostream* out) {
+    *out << command.press;
+}
+
 class ExampleScene : public testing::TestWithParam<Command> {};
 
 TEST_P(ExampleScene, a_command_changes_it_and_undo_takes_that_back_to_the_bit) {
