@@ -54,14 +54,15 @@ void LongWork::run(const std::function<void()>& work) {
         box.setMinimumWidth(box.fontMetrics().averageCharWidth() * 60);
         box.setAutoReset(false);
         // The box stays until the work has stopped.
-        QObject::disconnect(&box, &QProgressDialog::canceled, &box, &QProgressDialog::cancel);
+        QObject::disconnect(&box, SIGNAL(canceled()), &box, SLOT(cancel()));
         QObject::connect(&box, &QProgressDialog::canceled, &loop, [&] {
             cancelled_ = true;
             box.setLabelText(QObject::tr("Stopping …"));
         });
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, &loop, [&] {
-            if (cancelled_) return;
+            if (ended) box.hide();
+            if (ended || cancelled_) return;
             const double share = share_;
             box.setMaximum(share > 0 ? steps : 0); // a bar that only moves where it is not known
             if (share > 0) box.setValue(static_cast<int>(std::lround(share * steps)));

@@ -1,7 +1,7 @@
 // How long a command has been at work, without the time that it waited for the user.
 //
-// While it runs, the pointer is the wait cursor. Work that takes longer than a moment shows its time
-// on the screen and lets the windows draw, since it runs on their thread.
+// While it runs, the pointer is the wait cursor. Work that takes longer than a moment shows its
+// time on the screen and lets the windows draw, since it runs on their thread.
 #pragma once
 
 #include <QElapsedTimer>

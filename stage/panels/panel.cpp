@@ -40,7 +40,7 @@ int boxWidth(const ControlModel& control, int asked, const TextMetrics& metrics)
         return std::max(asked, 100);
     case ControlType::file:
     case ControlType::directory:
-        return std::max(asked, 150);
+        return std::max(asked, 200);
     case ControlType::choice:
     case ControlType::tabs: {
         int width = 0;

@@ -3,6 +3,7 @@
 #include "tests/desktop/desk.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QFile>
 #include <QLabel>
 #include <QListWidget>
@@ -195,6 +196,26 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     EXPECT_EQ(list->topLevelItemCount(), 1);
     desk.document().clearRecording();
     EXPECT_EQ(list->topLevelItemCount(), 0);
+}
+
+TEST(Commands, an_error_of_its_own_takes_a_command_back_and_leaves_no_step) {
+    Desk desk;
+    desk.hand.then([](QDialog& dialog) {
+        part<QComboBox>(dialog, "Source")->setCurrentIndex(0); // none
+        emit part<QComboBox>(dialog, "Source")->activated(0);
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& said) {
+        EXPECT_EQ(dynamic_cast<QMessageBox&>(said).icon(), QMessageBox::Critical);
+        said.accept();
+    });
+    auto* tabs = desk.panel().findChild<QTabBar*>();
+    click(tabs, tabs->tabRect(1).center());
+    desk.press("Node-to-Node Frame Copy");
+    EXPECT_EQ(desk.news(), "Node-to-Node Frame Copy: ended with an error and changed nothing");
+    EXPECT_TRUE(desk.document().recorder().steps().empty());
+    EXPECT_FALSE(desk.window.isWindowModified());
+    EXPECT_EQ(desk.document().host().journal().undoName(), nullptr);
 }
 
 TEST(Commands, another_file_closes_the_panel_of_the_first_and_opens_its_own) {

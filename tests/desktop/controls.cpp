@@ -3,6 +3,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QListWidget>
 #include <QSlider>
 #include <QTabBar>
@@ -226,6 +227,58 @@ TEST(Controls, path_fields_are_typed_into_or_picked) {
     desk.document().setTime(desk.scene().rate.timeOf(5));
     desk.press("Load Single Frame data");
     EXPECT_EQ(desk.times("Hips", heading).size(), 8u) << desk.news();
+}
+
+TEST(Controls, directories_are_typed_into_or_picked_and_kept_for_the_next_time) {
+    Desk desk;
+    desk.select("Hips");
+    auto* tabs = desk.panel().findChild<QTabBar*>();
+    click(tabs, tabs->tabRect(1).center());
+    const QString folder = desk.file("clip");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    desk.hand.then(&clickOk);
+    desk.hand.then([&](QDialog& dialog) {
+        desk.hand.then([&](QDialog& opened) {
+            auto& picker = dynamic_cast<QFileDialog&>(opened);
+            EXPECT_EQ(picker.fileMode(), QFileDialog::Directory);
+            pick(picker, folder);
+        });
+        auto* pickButton = part<QToolButton>(dialog, "New Motion directory");
+        pickButton->setFocus();
+        QTest::keyClick(pickButton, Qt::Key_Space);
+        EXPECT_EQ(model(dialog, "New Motion directory").text, folder.toStdString());
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& said) { said.accept(); });
+    desk.press("Save Clip data");
+    EXPECT_FALSE(QDir(folder).entryList(QDir::Files).isEmpty());
+}
+
+TEST(Controls, sets_are_loaded_by_a_button_with_mouse_or_keys) {
+    Desk desk;
+    QFile set(desk.file("one.lw_items"));
+    ASSERT_TRUE(set.open(QIODevice::WriteOnly));
+    set.write("Lid\nSun\n");
+    set.close();
+    desk.hand.then([&](QDialog& dialog) {
+        auto* load = button(dialog, "Load", 1);
+        auto* items = part<QListWidget>(dialog, "Affected Objects");
+        for (const bool byKey : {false, true}) {
+            click(button(dialog, "All"));
+            EXPECT_EQ(items->count(), 7);
+            desk.hand.then([&](QDialog& picker) {
+                auto& files = dynamic_cast<QFileDialog&>(picker);
+                EXPECT_EQ(files.fileMode(), QFileDialog::ExistingFile);
+                pick(files, set.fileName());
+            });
+            load->setFocus();
+            byKey ? QTest::keyClick(load, Qt::Key_Space) : click(load);
+            ASSERT_EQ(items->count(), 2);
+            EXPECT_EQ(items->item(0)->text(), QStringLiteral("Lid"));
+        }
+        dialog.reject();
+    });
+    desk.press("Destroy Keys");
 }
 
 } // namespace

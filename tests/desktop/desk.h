@@ -54,10 +54,15 @@ inline void clickOk(QWidget& dialog) {
     click(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok));
 }
 
-// Types a file's name into a picker and accepts it.
+// Types a file's name into a picker and accepts it. A picker that is still listing its folder goes
+// back to the file that it offers, so what it has understood is waited for.
 inline void pick(QFileDialog& picker, const QString& path) {
     picker.setDirectory(QFileInfo(path).path());
-    type(picker.findChild<QLineEdit*>(QStringLiteral("fileNameEdit")), QFileInfo(path).fileName());
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        type(picker.findChild<QLineEdit*>(QStringLiteral("fileNameEdit")),
+             QFileInfo(path).fileName());
+        return picker.selectedFiles().value(0).startsWith(path);
+    })) << path.toStdString();
     for (const auto which : {QDialogButtonBox::Save, QDialogButtonBox::Open})
         if (auto* accepts = picker.findChild<QDialogButtonBox*>()->button(which)) click(accepts);
 }
@@ -88,7 +93,9 @@ private:
     }
     void act(QDialog& dialog) {
         if (acts_.back().empty()) {
-            ADD_FAILURE() << "unexpected: " << dialog.windowTitle().toStdString();
+            auto* box = qobject_cast<QMessageBox*>(&dialog);
+            ADD_FAILURE() << "unexpected: " << dialog.windowTitle().toStdString() << " "
+                          << (box ? box->text().toStdString() : "");
             return dialog.reject();
         }
         EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog)); // so that the focus is where it belongs
@@ -125,6 +132,13 @@ struct Desk {
     ItemId item(const char* name) { return scene().findItem(name); }
     void select(const char* name) { document().select({item(name)}); }
 
+    // The only view of a kind in the window.
+    template <class View>
+    View* view() {
+        for (QWidget* widget : window.findChildren<QWidget*>())
+            if (auto* found = dynamic_cast<View*>(widget)) return found;
+        return nullptr;
+    }
     PanelWindow& panel() {
         for (QWidget* widget : QApplication::topLevelWidgets())
             if (auto* found = dynamic_cast<PanelWindow*>(widget)) return *found;

@@ -1,12 +1,9 @@
-#include "stage/desktop/recent_files.h"
+#include "stage/desktop/curve_view.h"
 #include "stage/desktop/timeline.h"
 #include "tests/desktop/desk.h"
 
-#include <QDropEvent>
-#include <QFile>
-#include <QMimeData>
 #include <QToolButton>
-#include <QUrl>
+#include <QWheelEvent>
 
 namespace cadencora::stage {
 namespace {
@@ -82,11 +79,7 @@ TEST(Window, playing_shows_the_frame_that_is_due_and_starts_again_behind_the_pre
 
 TEST(Window, the_timeline_scrubs_and_its_grips_move_the_preview) {
     Desk desk;
-    auto* line = [&]() -> Timeline* {
-        for (QWidget* widget : desk.window.findChildren<QWidget*>())
-            if (auto* found = dynamic_cast<Timeline*>(widget)) return found;
-        return nullptr;
-    }();
+    auto* line = desk.view<Timeline>();
     const auto at = [&](double where, int y) {
         return QPoint(static_cast<int>(std::lround(line->xOf(where))), y);
     };
@@ -105,49 +98,49 @@ TEST(Window, the_timeline_scrubs_and_its_grips_move_the_preview) {
     EXPECT_EQ(desk.scene().previewFirst, 0);
 }
 
-TEST(Window, files_are_saved_remembered_and_opened_by_dropping) {
-    Desk desk;
-    EXPECT_TRUE(desk.window.saveFile(desk.file("other.stage")));
-    EXPECT_FALSE(desk.window.isWindowModified());
-    EXPECT_EQ(desk.news(), "wrote " + desk.file("other.stage").toStdString());
-    EXPECT_EQ(recentFiles().mid(0, 2),
-              (QStringList{desk.file("other.stage"), desk.file("scene.stage")}));
-
-    QMimeData dropped;
-    dropped.setUrls(
-        {QUrl::fromLocalFile(QStringLiteral(CADENCORA_SOURCE_DIR "/examples/room.stage"))});
-    QDragEnterEvent enter({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&desk.window, &enter);
-    EXPECT_TRUE(enter.isAccepted());
-    QDropEvent drop({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&desk.window, &drop);
-    EXPECT_EQ(desk.document().name(), "room.stage");
-    EXPECT_EQ(desk.window.windowTitle(), QStringLiteral("room.stage[*] - Cadencora"));
-
-    desk.hand.then([](QDialog& said) { said.accept(); });
-    EXPECT_FALSE(desk.window.openFile(desk.file("none.bvh")));
-    EXPECT_EQ(desk.document().name(), "room.stage") << "a failed open leaves it";
-}
-
-TEST(Window, unsaved_changes_are_asked_about) {
+TEST(Window, the_curves_are_scrubbed_panned_and_zoomed) {
     Desk desk;
     desk.select("Hips");
-    desk.hand.then(&clickOk);
-    desk.hand.then(
-        [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
-    desk.press("Destroy Keys");
-    ASSERT_TRUE(desk.window.isWindowModified());
-    const auto answer = [&](QMessageBox::StandardButton which) {
-        desk.hand.then(
-            [which](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(which)); });
-        return desk.window.close();
+    auto* view = desk.view<CurveView>();
+    ASSERT_EQ(view->curves().size(), 1u);
+    const TimeWindow before = view->times();
+    const auto at = [&](double where) {
+        const double column = view->times().columnOf(desk.scene().rate.timeOf(1) * where);
+        return QPoint(static_cast<int>(std::lround(column)), view->height() / 2);
     };
-    EXPECT_FALSE(answer(QMessageBox::Cancel));
-    EXPECT_TRUE(answer(QMessageBox::Save));
-    EXPECT_FALSE(desk.window.isWindowModified());
-    const auto saved = readScene(desk.file("scene.stage").toStdString());
-    ASSERT_TRUE(saved.ok());
-    EXPECT_EQ(saved.value().scene.keyCount(), 7u);
+    QTest::mousePress(view, Qt::LeftButton, {}, at(20));
+    EXPECT_EQ(frame(desk), 20);
+    QTest::mouseMove(view, at(33));
+    EXPECT_EQ(frame(desk), 33);
+    QTest::mouseRelease(view, Qt::LeftButton, {}, at(33));
+
+    const QPoint middle = at(30);
+    const double held = view->times().timeOf(middle.x());
+    const Range values = view->values();
+    const auto wheel = [&](Qt::KeyboardModifiers modifiers) {
+        QWheelEvent event(middle, view->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, modifiers,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view, &event);
+    };
+    wheel(Qt::ControlModifier);
+    EXPECT_NEAR(view->times().timeOf(middle.x()), held, 1e-9) << "what is under the pointer stays";
+    EXPECT_LT(view->times().last - view->times().first, before.last - before.first);
+    EXPECT_EQ(view->values().high, values.high) << "with Ctrl the time alone";
+    const double seconds = view->times().last - view->times().first;
+    wheel(Qt::ShiftModifier);
+    EXPECT_LT(view->values().high - view->values().low, values.high - values.low);
+    EXPECT_EQ(view->times().last - view->times().first, seconds) << "with Shift the values alone";
+
+    const Range zoomed = view->values();
+    QTest::mousePress(view, Qt::MiddleButton, {}, middle);
+    QTest::mouseMove(view, middle + QPoint(40, 10));
+    QTest::mouseRelease(view, Qt::MiddleButton, {}, middle + QPoint(40, 10));
+    EXPECT_NEAR(view->times().timeOf(middle.x() + 40), held, 1e-9) << "the view goes along";
+    EXPECT_GT(view->values().high, zoomed.high);
+    EXPECT_EQ(frame(desk), 33) << "the time does not";
+    desk.key(Qt::Key_F, Qt::ShiftModifier);
+    EXPECT_EQ(view->times().first, before.first);
+    EXPECT_EQ(view->values().high, values.high);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "stage/formats/scene_file.h"
+#include <algorithm>
 
 #include "formats_files.h"
 
@@ -323,6 +324,28 @@ TEST(Format, a_name_or_content_of_another_kind_is_told_so) {
     EXPECT_FALSE(readScene(scratch("missing.bvh")).ok());
     EXPECT_FALSE(writeScene(Scene(), scratch("a.fbx")).ok());
     EXPECT_FALSE(writeScene(Scene(), scratch("none") / "a.stage").ok());
+}
+
+TEST(Format, a_reader_tells_how_far_it_is_and_stops_when_told_to) {
+    const auto walk =
+        readScene(std::filesystem::path(CADENCORA_SOURCE_DIR) / "examples" / "walk.bvh");
+    ASSERT_TRUE(walk.ok());
+    for (const char* name : {"walk.bvh", "walk.stage", "walk.gltf", "walk.glb"}) {
+        const std::string text = written(walk.value().scene, name);
+        std::vector<double> shares;
+        ReadOptions options;
+        options.progress = [&](double share) { return shares.push_back(share), true; };
+        EXPECT_TRUE(readText(name, text, options).ok());
+        ASSERT_GT(shares.size(), 3u) << name;
+        EXPECT_TRUE(std::ranges::is_sorted(shares)) << name;
+        EXPECT_GE(shares.front(), 0);
+        EXPECT_LE(shares.back(), 1);
+        EXPECT_GT(shares.back(), 0.5) << name;
+        options.progress = [](double share) { return share < 0.5; };
+        const auto stopped = readText(name, text, options);
+        ASSERT_FALSE(stopped.ok()) << name;
+        EXPECT_EQ(stopped.problem().what, readingStopped) << name;
+    }
 }
 
 TEST(Format, a_given_rate_replaces_the_files_while_keys_keep_their_times) {

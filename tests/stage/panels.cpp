@@ -32,8 +32,12 @@ TEST(Panels, controls_stack_and_a_row_of_buttons_leaves_no_hole) {
     panel.askedWidth = 300;
     EXPECT_EQ(panel.width(), 300);
 
-    ControlModel& number = panels.addControl(panel, control(ControlType::number, "Höhe"), 0, 0);
-    EXPECT_EQ(number.labelWidth, metrics.width("Hohe") + 4) << "characters, not bytes";
+    ControlModel& number =
+        panels.addControl(panel, control(ControlType::number, "Größe der Höhe"), 0, 0);
+    EXPECT_EQ(number.labelWidth, metrics.width("Grosse der Hohe") - 8 + 4) << "not bytes";
+    ControlModel& source = panels.addControl(panel, control(ControlType::item, "Source"), 0, 0);
+    ControlModel& target = panels.addControl(panel, control(ControlType::item, "To"), 0, 0);
+    EXPECT_EQ(source.labelWidth, target.labelWidth) << "boxes below each other are aligned";
     EXPECT_EQ(load.section, "List");
     EXPECT_EQ(number.section, "List");
     EXPECT_EQ(list.section, "");
