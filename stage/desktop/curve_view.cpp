@@ -90,9 +90,7 @@ void CurveView::paintPicture() {
     QPainter painter(&picture_);
     painter.setFont(font());
     paintGrid(painter);
-    painter.setRenderHint(QPainter::Antialiasing);
-    for (const ShownCurve& curve : curves_)
-        paintCurve(painter, curve);
+    paintCurves(painter);
     paintNames(painter);
 }
 
@@ -130,29 +128,54 @@ void CurveView::paintGrid(QPainter& painter) const {
     }
 }
 
-void CurveView::paintCurve(QPainter& painter, const ShownCurve& curve) const {
-    const auto pathOf = [&](const Envelope& envelope) {
+void CurveView::paintCurves(QPainter& painter) const {
+    struct Line {
+        QPolygonF points;
+        QPen pen;
+    };
+    std::vector<Line> lines, ghosts;
+    qsizetype points = 0;
+    const auto add = [&](std::vector<Line>& to, const Envelope& envelope, double factor,
+                         const QColor& colour) {
         QPolygonF line;
         for (const CurvePoint& point : curveLine(envelope, times_))
-            line << QPointF(times_.columnOf(point.time), yOf(point.value * curve.factor));
-        return line;
+            line << QPointF(times_.columnOf(point.time), yOf(point.value * factor));
+        points += line.size();
+        to.push_back({std::move(line), QPen(colour, 1)});
     };
-    QColor colour = curveColour(curve.colour, isDark(palette()));
-    if (curve.before) {
-        QColor faint = colour;
-        faint.setAlpha(90);
-        painter.setPen(QPen(faint, 1.2, Qt::DashLine));
-        painter.drawPolyline(pathOf(*curve.before));
+    for (const ShownCurve& curve : curves_) {
+        QColor colour = curveColour(curve.colour, isDark(palette()));
+        add(lines, document_.scene().envelope(curve.envelope), curve.factor, colour);
+        colour.setAlpha(90);
+        if (curve.before) add(ghosts, *curve.before, curve.factor, colour);
     }
-    const Envelope& envelope = document_.scene().envelope(curve.envelope);
-    painter.setPen(QPen(colour, 1.4));
-    painter.drawPolyline(pathOf(envelope));
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(colour);
-    for (const CurvePoint& key : keyPoints(envelope, times_, keySpacing))
-        painter.drawEllipse(QPointF(times_.columnOf(key.time), yOf(key.value * curve.factor)), 2.2,
-                            2.2);
+
+    // Smooth lines are dear, and a whole captured body has a hundred times as many points as a
+    // curve has columns.
+    constexpr qsizetype mostSmooth = 10'000;
+    const bool smooth = points <= mostSmooth;
+    painter.setRenderHint(QPainter::Antialiasing, smooth);
+    for (auto* all : {&ghosts, &lines})
+        for (Line& line : *all) {
+            if (smooth) line.pen.setWidthF(all == &lines ? 1.4 : 1.2);
+            painter.setPen(line.pen);
+            painter.drawPolyline(line.points);
+        }
+    for (std::size_t i = 0; i < curves_.size(); ++i) {
+        const Envelope& envelope = document_.scene().envelope(curves_[i].envelope);
+        const QColor colour = lines[i].pen.color();
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(colour);
+        for (const CurvePoint& key : keyPoints(envelope, times_, keySpacing)) {
+            const QPointF at(times_.columnOf(key.time), yOf(key.value * curves_[i].factor));
+            if (smooth)
+                painter.drawEllipse(at, 2.2, 2.2);
+            else
+                painter.fillRect(QRectF(at.x() - 1.5, at.y() - 1.5, 3, 3), colour);
+        }
+    }
     painter.setBrush(Qt::NoBrush);
+    painter.setRenderHint(QPainter::Antialiasing);
 }
 
 // As many as fit, at the top right, each in its curve's colour.

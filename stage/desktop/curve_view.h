@@ -36,7 +36,7 @@ private:
     void redraw(); // the picture, at the next paint
     void paintPicture();
     void paintGrid(QPainter& painter) const;
-    void paintCurve(QPainter& painter, const ShownCurve& curve) const;
+    void paintCurves(QPainter& painter) const;
     void paintNames(QPainter& painter) const;
     void scrub(double x);
 

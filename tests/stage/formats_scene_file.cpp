@@ -1,8 +1,8 @@
 #include "stage/formats/scene_file.h"
-#include <algorithm>
 
 #include "formats_files.h"
 
+#include <algorithm>
 #include <random>
 
 namespace cadencora::stage {
