@@ -68,9 +68,14 @@ void ItemTree::setIcons() {
 void ItemTree::markSelection() {
     const QSignalBlocker quiet(this);
     clearSelection();
-    for (const ItemId item : document_.scene().selection)
+    const auto& selection = document_.scene().selection;
+    for (const ItemId item : selection)
         rows_[static_cast<std::size_t>(item) - 1]->setSelected(true);
     viewport()->update(); // the selection model told nobody
+    if (selection.empty()) return;
+    QTreeWidgetItem* last = rows_[static_cast<std::size_t>(selection.back()) - 1];
+    setCurrentItem(last, 0, QItemSelectionModel::NoUpdate); // where keys go on from
+    scrollToItem(last);
 }
 
 void ItemTree::takeSelection() {
