@@ -201,11 +201,12 @@ void CurveView::paintNames(QPainter& painter) const {
     painter.setPen(palette().color(QPalette::Text));
     if (names < curves_.size())
         painter.drawText(row, Qt::AlignRight, tr("and %1 more").arg(curves_.size() - names));
-    if (curves_.empty())
-        painter.drawText(rect(), Qt::AlignCenter,
-                         document_.scene().selection.empty()
-                             ? tr("Select items to see their curves")
-                             : tr("No keys on the selected items"));
+    if (!curves_.empty()) return;
+    const Scene& scene = document_.scene();
+    painter.drawText(rect(), Qt::AlignCenter,
+                     scene.itemCount() == 0    ? tr("Open a scene (Ctrl+O) or drop a file here")
+                     : scene.selection.empty() ? tr("Select items to see their curves")
+                                               : tr("No keys on the selected items"));
 }
 
 void CurveView::scrub(double x) {

@@ -5,7 +5,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QTimer>
+#include <QSettings>
 
 #include <cstdio>
 
@@ -33,6 +33,21 @@ bool showPlace(Document& document, const QStringList& names, const QString& fram
     else
         std::fprintf(stderr, "cadencora-desktop: \"%s\" is no frame\n", qPrintable(frame));
     return isNumber;
+}
+
+// The window and its docks lie where they lay at the end of the last start.
+const QString geometry = QStringLiteral("geometry"), docks = QStringLiteral("docks");
+
+void savePlaces(const MainWindow& window) {
+    QSettings settings;
+    settings.setValue(geometry, window.saveGeometry());
+    settings.setValue(docks, window.saveState());
+}
+
+void restorePlaces(MainWindow& window) {
+    const QSettings settings;
+    window.restoreGeometry(settings.value(geometry).toByteArray());
+    window.restoreState(settings.value(docks).toByteArray());
 }
 
 } // namespace
@@ -68,12 +83,16 @@ int runDesktop(int argc, char** argv) {
     }
 
     MainWindow window;
+    const bool draws = parser.isSet(pictures); // in the window's own size
+    if (!draws) restorePlaces(window);
     window.show();
     if (!files.isEmpty() && !window.openFile(files.first())) return 1;
     if (parser.isSet(start) && !window.startPlugin(parser.value(start))) return 1;
     if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;
-    if (parser.isSet(pictures)) return drawPictures(window, parser.value(pictures));
-    return QApplication::exec();
+    if (draws) return drawPictures(window, parser.value(pictures));
+    const int status = QApplication::exec();
+    savePlaces(window);
+    return status;
 }
 
 } // namespace cadencora::stage
