@@ -97,7 +97,8 @@ class NumberReader {
 public:
     NumberReader(const GltfSource& source, std::size_t index, const std::string& place)
         : source_(source), accessor_(source.model.accessors[index]),
-          where_(source.where + ": " + place + " (accessors[" + std::to_string(index) + "])"),
+          where_((source.where.empty() ? "" : source.where + ": ") + place + " (accessors[" +
+                 std::to_string(index) + "])"),
           step_(bytesOfType(accessor_.componentType)), size_(step_ * accessor_.components) {}
 
     template <class Number>
@@ -168,11 +169,10 @@ private:
             return fail("a sparse accessor's indices are bytes, shorts or integers without sign");
         if (accessor_.sparseCount > accessor_.count)
             return fail("a sparse accessor lists more elements than it has");
-        const auto indices = elementsOf(accessor_.sparseIndices, accessor_.sparseCount,
-                                        bytesOfType(type), false);
+        const auto indices =
+            elementsOf(accessor_.sparseIndices, accessor_.sparseCount, bytesOfType(type), false);
         if (!indices) return indices.problem();
-        const auto listed =
-            elementsOf(accessor_.sparseValues, accessor_.sparseCount, size_, false);
+        const auto listed = elementsOf(accessor_.sparseValues, accessor_.sparseCount, size_, false);
         if (!listed) return listed.problem();
         for (std::size_t i = 0; i < accessor_.sparseCount; ++i) {
             const std::size_t index = wholeAt(indices.value()[i], type);

@@ -16,7 +16,7 @@ constexpr std::uint32_t gltfSingle = 5126; // the component type of floating poi
 struct GltfSource {
     const GltfModel& model;
     std::span<const std::string_view> buffers;
-    const std::string& where; // the file, for problems
+    const std::string& where; // the file, for problems; may be empty
 };
 
 // Normalised integers become parts of 1. `place` names the member that counts the accessor.
