@@ -37,7 +37,9 @@ void Document::adopt(Scene scene) {
 }
 
 Result<std::vector<std::string>> Document::open(const std::filesystem::path& path) {
-    auto loaded = readScene(path);
+    ReadOptions options;
+    options.meshes = true;
+    auto loaded = readScene(path, options);
     if (!loaded) return loaded.problem();
     adopt(std::move(loaded->scene));
     path_ = path;
