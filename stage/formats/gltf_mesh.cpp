@@ -81,10 +81,12 @@ Result<Mesh> MeshAdder::meshOf(std::size_t node) {
 bool MeshAdder::spend(std::size_t node) {
     const std::size_t skin = model_.nodes[node].skin;
     std::size_t numbers = skin == gltfNone ? 0 : model_.skins[skin].joints.size() * 12;
-    for (const GltfPrimitive& primitive : model_.meshes[model_.nodes[node].mesh].primitives.value()) {
+    for (const GltfPrimitive& primitive :
+         model_.meshes[model_.nodes[node].mesh].primitives.value()) {
         const std::size_t points = model_.accessors[primitive.positions].count;
-        const auto targets = primitive.targets.size() -
-                             static_cast<std::size_t>(std::ranges::count(primitive.targets, gltfNone));
+        const auto targets =
+            primitive.targets.size() -
+            static_cast<std::size_t>(std::ranges::count(primitive.targets, gltfNone));
         numbers += points * (3 * (1 + targets) + (skin == gltfNone ? 0 : 8));
         if (primitive.indices != gltfNone) numbers += model_.accessors[primitive.indices].count;
     }
@@ -97,8 +99,7 @@ const Result<std::shared_ptr<const MeshShape>>& MeshAdder::shapeOf(std::size_t m
                                                                    std::size_t skin) {
     const auto known = shapes_.find({mesh, skin});
     if (known != shapes_.end()) return known->second;
-    auto shape =
-        gltfShape(source(), mesh, skin == gltfNone ? 0 : model_.skins[skin].joints.size());
+    auto shape = gltfShape(source(), mesh, skin == gltfNone ? 0 : model_.skins[skin].joints.size());
     Result<std::shared_ptr<const MeshShape>> kept =
         shape ? Result(std::shared_ptr<const MeshShape>(
                     std::make_shared<MeshShape>(std::move(*shape))))

@@ -18,8 +18,8 @@ public:
     Result<std::vector<GltfPrimitive>> read() {
         std::vector<GltfPrimitive> primitives;
         for (const GltfJson& from : mesh_["primitives"]) {
-            const std::string here = place_ + ".primitives[" + std::to_string(primitives.size()) +
-                                     "]";
+            const std::string here =
+                place_ + ".primitives[" + std::to_string(primitives.size()) + "]";
             if (!one(from, here, primitives.emplace_back())) return problem_;
         }
         return primitives;
@@ -33,7 +33,8 @@ private:
 
     bool one(const GltfJson& from, const std::string& here, GltfPrimitive& to) {
         const auto extensions = from.find("extensions");
-        if (extensions != from.end() && extensions->is_object() && extensions->contains(compression))
+        if (extensions != from.end() && extensions->is_object() &&
+            extensions->contains(compression))
             return fail(here, "the mesh is compressed by an extension that is not known",
                         compression);
         const auto mode = from.find("mode");
@@ -85,10 +86,9 @@ private:
 
 void takeGltfPrimitives(const GltfJson& document, GltfModel& model) {
     for (std::size_t i = 0; i < model.meshes.size(); ++i)
-        model.meshes[i].primitives =
-            PrimitiveReader(document["meshes"][i], model.accessors.size(),
-                            "meshes[" + std::to_string(i) + "]")
-                .read();
+        model.meshes[i].primitives = PrimitiveReader(document["meshes"][i], model.accessors.size(),
+                                                     "meshes[" + std::to_string(i) + "]")
+                                         .read();
 }
 
 } // namespace cadencora::stage

@@ -66,15 +66,14 @@ Result<std::vector<float>> ShapeReader::vectors(std::size_t index, std::size_t c
                     "expected " + std::to_string(components) + " in an element, found " +
                         std::to_string(accessor.components));
     if (accessor.count != count)
-        return fail("the count does not match the points",
-                    "expected " + std::to_string(count) + ", found " +
-                        std::to_string(accessor.count));
+        return fail("the count does not match the points", "expected " + std::to_string(count) +
+                                                               ", found " +
+                                                               std::to_string(accessor.count));
     auto numbers = gltfFloats(source_, index, place);
     if (!numbers) return numbers;
     const auto odd = std::ranges::find_if(*numbers, [](float n) { return !std::isfinite(n); });
     if (odd != numbers->end())
-        return fail("a number is not finite",
-                    "number " + std::to_string(odd - numbers->begin()));
+        return fail("a number is not finite", "number " + std::to_string(odd - numbers->begin()));
     return numbers;
 }
 
@@ -138,10 +137,9 @@ Result<JointWeights> ShapeReader::pullOf(const std::uint32_t* joints, const floa
             return Problem{"there is no joint " + std::to_string(joints[n]), "",
                            "the skin has " + std::to_string(joints_)};
         pull.joints[n] = static_cast<std::uint16_t>(pulls ? joints[n] : 0);
-        pull.weights[n] =
-            !pulls     ? 0.0f
-            : sum > 0 ? static_cast<float>(static_cast<double>(weights[n]) / sum)
-                      : 1.0f;
+        pull.weights[n] = !pulls    ? 0.0f
+                          : sum > 0 ? static_cast<float>(static_cast<double>(weights[n]) / sum)
+                                    : 1.0f;
     }
     return pull;
 }

@@ -17,8 +17,7 @@ std::vector<Vec3> morphedPoints(const Scene& scene, const Mesh& mesh, double tim
         points.push_back({static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)});
     for (std::size_t t = 0; t < mesh.morphs.size(); ++t) {
         if (!scene.has(mesh.morphs[t])) continue; // an undo may take channels away
-        const double weight =
-            scene.envelope(scene.channel(mesh.morphs[t]).envelope).evaluate(time);
+        const double weight = scene.envelope(scene.channel(mesh.morphs[t]).envelope).evaluate(time);
         if (weight == 0) continue;
         const MorphTarget& target = mesh.shape->targets[t];
         for (std::size_t i = 0; i < target.points.size(); ++i)

@@ -81,9 +81,9 @@ std::vector<MeshEdge> meshEdges(std::span<const MeshPoint> points,
         while (last < sides.size() && sides[last].low == side.low && sides[last].high == side.high)
             ++last;
         if (last - first == 2 && joinsHalves(side, sides[first + 1])) continue;
-        edges.push_back({{side.low, side.high},
-                         {side.triangle,
-                          last - first > 1 ? sides[first + 1].triangle : MeshEdge::none}});
+        edges.push_back(
+            {{side.low, side.high},
+             {side.triangle, last - first > 1 ? sides[first + 1].triangle : MeshEdge::none}});
     }
     return edges;
 }

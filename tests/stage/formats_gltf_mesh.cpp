@@ -120,14 +120,13 @@ TEST(GltfMesh, weights_of_any_type_are_parts_of_their_sum) {
     auto file = loadedMeshes(arm);
     file.scene.mutableMotion(itemNamed(file.scene, "High"), positionX).rest = 2;
     expectPoints(pointsOf(file.scene, "Skin"), {{0, 1, 0}, {1, 3, 0}, {1, 3, 0}});
-    const std::size_t bytes = arm.numbers<std::uint8_t>({255, 0, 0, 0, 191, 64, 0, 0, 255, 0, 0, 0},
-                                                        "VEC4", 5121, 4);
+    const std::size_t bytes =
+        arm.numbers<std::uint8_t>({255, 0, 0, 0, 191, 64, 0, 0, 255, 0, 0, 0}, "VEC4", 5121, 4);
     arm.json["accessors"][bytes]["normalized"] = true;
     arm.primitive(0)["attributes"]["WEIGHTS_0"] = bytes;
     file = loadedMeshes(arm);
     file.scene.mutableMotion(itemNamed(file.scene, "High"), positionX).rest = 2;
-    expectPoints(pointsOf(file.scene, "Skin"),
-                 {{0, 1, 0}, {2 * 191 / 255.0, 3, 0}, {1, 3, 0}});
+    expectPoints(pointsOf(file.scene, "Skin"), {{0, 1, 0}, {2 * 191 / 255.0, 3, 0}, {1, 3, 0}});
 }
 
 TEST(GltfMesh, morphs_move_the_points_by_their_channels_values) {
@@ -244,11 +243,11 @@ TEST(GltfMesh, one_that_cannot_be_shown_is_left_out_and_named) {
          set("/meshes/0/primitives/0/targets", {{{"POSITION", 50}}})},
         {"targets[0].POSITION: the count does not match the points (expected 3, found 12)",
          [](Arm& d) {
-             d.primitive(0)["targets"] = {
-                 {{"POSITION", d.floats(std::vector<float>(36), "VEC3")}}};
+             d.primitive(0)["targets"] = {{{"POSITION", d.floats(std::vector<float>(36), "VEC3")}}};
          }},
         {"the mesh is compressed by an extension that is not known (KHR_draco_mesh_compression)",
-         set("/meshes/0/primitives/0/extensions", {{"KHR_draco_mesh_compression", Json::object()}})},
+         set("/meshes/0/primitives/0/extensions",
+             {{"KHR_draco_mesh_compression", Json::object()}})},
         {"POSITION (accessors[1]): the numbers are compressed by an extension",
          set("/bufferViews/1/extensions", {{"EXT_meshopt_compression", {{"buffer", 0}}}})},
         {"primitives[0].indices: there is no point 9 (there are 3)",
@@ -368,8 +367,7 @@ TEST(GltfMesh, the_robot_stands_on_the_ground_with_its_hands_at_its_arms) {
             EXPECT_NEAR(low, 0, 0.15) << "frame " << frame;
             const Vec3 wrist = worldPosition(scene, itemNamed(scene, "Palm2.L"), time);
             for (const Vec3& point : pointsOf(scene, "Hand.L", time))
-                EXPECT_LT(std::hypot(point[0] - wrist[0], point[1] - wrist[1],
-                                     point[2] - wrist[2]),
+                EXPECT_LT(std::hypot(point[0] - wrist[0], point[1] - wrist[1], point[2] - wrist[2]),
                           1.5)
                     << "frame " << frame;
         }
