@@ -49,7 +49,7 @@ public:
         for (std::size_t i = 0; i < scene_.itemCount(); ++i) {
             const ItemId id = Scene::itemAt(i);
             const Item& item = scene_.item(id);
-            const ItemId object = item.type == ItemType::bone ? item.owner : id;
+            const ItemId object = item.type == ItemType::object ? id : item.owner;
             if (object != ItemId::none && isHidden(scene_, object, time_)) continue;
             if (item.mesh) addSurface(id);
             switch (item.type) {

@@ -133,12 +133,17 @@ private:
     std::vector<ScreenShape> all_;
 };
 
-double distance(const ScreenPoint& a, const ScreenPoint& b, double x, double y) {
+// The place on a line that is nearest to one on the screen.
+ScreenPoint nearestOn(const ScreenPoint& a, const ScreenPoint& b, double x, double y) {
     const double dx = b.x - a.x, dy = b.y - a.y;
     const double square = dx * dx + dy * dy;
     const double along =
         square > 0 ? std::clamp(((x - a.x) * dx + (y - a.y) * dy) / square, 0.0, 1.0) : 0;
-    return std::hypot(a.x + along * dx - x, a.y + along * dy - y);
+    return {a.x + along * dx, a.y + along * dy, a.depth + along * (b.depth - a.depth)};
+}
+
+bool isWithin(const ScreenPoint& point, double x, double y, double reach) {
+    return std::hypot(point.x - x, point.y - y) <= reach;
 }
 
 bool isInside(const std::vector<ScreenPoint>& outline, double x, double y) {
@@ -171,8 +176,9 @@ std::optional<double> meshDepth(const ScreenShape& drawn, double x, double y, do
     }
     for (const MeshEdge& edge : drawn.mesh->edges) {
         const ScreenPoint &a = drawn.points[edge.points[0]], &b = drawn.points[edge.points[1]];
-        if (isInFront(a) && isInFront(b) && distance(a, b, x, y) <= reach)
-            take(std::min(a.depth, b.depth));
+        if (!isInFront(a) || !isInFront(b)) continue;
+        const ScreenPoint nearby = nearestOn(a, b, x, y);
+        if (isWithin(nearby, x, y, reach)) take(nearby.depth);
     }
     return nearest;
 }
@@ -181,7 +187,8 @@ bool isAt(const ScreenShape& drawn, double x, double y, double reach) {
     const auto& points = drawn.points;
     if (points.size() > 2 && isInside(points, x, y)) return true;
     for (std::size_t i = 0; i < points.size(); ++i)
-        if (distance(points[i], points[(i + 1) % points.size()], x, y) <= reach) return true;
+        if (isWithin(nearestOn(points[i], points[(i + 1) % points.size()], x, y), x, y, reach))
+            return true;
     return false;
 }
 
