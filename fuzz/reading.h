@@ -3,7 +3,9 @@
 #pragma once
 
 #include "stage/formats/format.h"
+#include "stage/scene/mesh.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +18,8 @@ inline ReadOptions fuzzOptions() {
     options.limits.channels = 20'000;
     options.limits.keys = 200'000;
     options.limits.depth = 64;
+    options.limits.meshNumbers = 500'000;
+    options.meshes = true;
     return options;
 }
 
@@ -36,6 +40,38 @@ inline void checkCurve(const Envelope& curve) {
     require(count == curve.keys.size(), "keys are counted right");
 }
 
+// That deforming and drawing it follows no index into nowhere.
+inline void checkMesh(const Scene& scene, const Mesh& mesh) {
+    const MeshShape& shape = *mesh.shape;
+    const auto isPoint = [&](std::uint32_t point) { return point < shape.points.size(); };
+    for (const MeshTriangle& triangle : shape.triangles)
+        require(std::ranges::all_of(triangle, isPoint), "triangles have their points");
+    for (const MeshEdge& edge : shape.edges) {
+        require(std::ranges::all_of(edge.points, isPoint), "edges have their points");
+        for (const std::uint32_t beside : edge.triangles)
+            require(beside == MeshEdge::none || beside < shape.triangles.size(),
+                    "edges have their triangles");
+    }
+    for (const MeshPoint& point : shape.points)
+        for (const float number : point)
+            require(std::isfinite(number), "points are finite");
+    require(mesh.morphs.size() == shape.targets.size(), "every morph has its channel");
+    for (const ChannelId morph : mesh.morphs)
+        require(scene.has(morph), "the channels of morphs are there");
+    for (const MorphTarget& target : shape.targets)
+        require(std::ranges::all_of(target.points, isPoint) &&
+                    target.points.size() == target.moves.size(),
+                "morphs move points");
+    if (!mesh.skin) return;
+    require(shape.pulls.size() == shape.points.size(), "a skin pulls at every point");
+    require(mesh.skin->joints.size() == mesh.skin->inverseBinds.size(), "joints have their binds");
+    for (const ItemId joint : mesh.skin->joints)
+        require(scene.has(joint), "joints are items");
+    for (const JointWeights& pull : shape.pulls)
+        for (const std::uint16_t joint : pull.joints)
+            require(joint < mesh.skin->joints.size(), "joints are of the skin");
+}
+
 inline void checkScene(const Scene& scene) {
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const ItemId id = Scene::itemAt(i);
@@ -44,6 +80,7 @@ inline void checkScene(const Scene& scene) {
         require(item.type != ItemType::bone || scene.has(item.owner), "bones have an object");
         for (std::size_t c = 0; c < motionChannelCount; ++c)
             checkCurve(scene.motion(id, static_cast<MotionChannel>(c)));
+        if (item.mesh) checkMesh(scene, *item.mesh);
     }
 }
 

@@ -73,6 +73,7 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
     playback_.setPlaying(false);
     LongWork work(this, tr("Opening %1").arg(QFileInfo(path).fileName()));
     ReadOptions options;
+    options.meshes = true;
     if (!clip.isEmpty()) options.clip = clip.toStdString();
     options.progress = [&work](double share) { return work.progress(share); };
     std::optional<Result<Loaded>> loaded;

@@ -1,8 +1,10 @@
 #include "stage/desktop/viewport.h"
 
 #include "stage/desktop/drawing/curve_lines.h"
+#include "stage/desktop/drawing/selection_order.h"
 #include "stage/desktop/item_icons.h"
 
+#include <QApplication>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -41,9 +43,21 @@ void Viewport::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), palette().color(QPalette::Base));
     painter.setRenderHint(QPainter::Antialiasing);
-    const View view(camera_, width(), height());
-    paintGrid(painter, view);
-    paintShapes(painter, view);
+    paintGrid(painter, View(camera_, width(), height()));
+    const std::vector<ScreenShape> shapes = drawnShapes();
+    std::size_t lines = 0;
+    for (const ScreenShape& shape : shapes)
+        lines += shape.facing.size() + shape.away.size();
+    constexpr std::size_t mostSmooth = 20'000; // lines; a frame should take no longer than it lasts
+    for (const ScreenShape& shape : shapes) {
+        painter.setRenderHint(QPainter::Antialiasing, !shape.mesh || lines <= mostSmooth);
+        shape.mesh ? paintMesh(painter, shape) : paintShape(painter, shape);
+    }
+}
+
+std::vector<ScreenShape> Viewport::drawnShapes() const {
+    const Scene& scene = document_.scene();
+    return screenShapes(shapesAt(scene, scene.currentTime, unit_), camera_, width(), height());
 }
 
 // On the ground below the scene, lines on whole steps.
@@ -76,51 +90,51 @@ QColor Viewport::colourOf(ItemId item) const {
     return itemColour(document_.scene().item(item).type, isDark(palette()));
 }
 
-// What is farther away is drawn first.
-void Viewport::paintShapes(QPainter& painter, const View& view) const {
-    const SceneShapes shapes = shapesAt(document_.scene(), document_.scene().currentTime, unit_);
-    struct Drawn {
-        double depth = 0;
-        QPolygonF outline;
-        ItemId item = ItemId::none;
-        double light = 1;
+void Viewport::paintShape(QPainter& painter, const ScreenShape& shape) const {
+    QPolygonF outline;
+    for (const ScreenPoint& point : shape.points)
+        outline << QPointF(point.x, point.y);
+    const QColor colour = colourOf(shape.item);
+    const QColor fill = QColor::fromHsvF(colour.hsvHueF(), colour.hsvSaturationF(),
+                                         static_cast<float>(colour.valueF() * shape.light));
+    painter.setPen(QPen(outline.size() == 2 ? colour : colour.darker(150), 1));
+    painter.setBrush(fill);
+    painter.drawPolygon(outline);
+}
+
+// What faces away is faint, so that the shape is seen and not the net: the colours are mixed here,
+// since lines that let through what is behind them take twice as long.
+void Viewport::paintMesh(QPainter& painter, const ScreenShape& mesh) const {
+    const QColor colour = colourOf(mesh.item), ground = palette().color(QPalette::Base);
+    const auto draw = [&](const std::vector<ScreenLine>& lines, float share) {
+        const auto mixed = [&](float own, float behind) { return behind + share * (own - behind); };
+        QList<QLineF> all;
+        all.reserve(static_cast<qsizetype>(lines.size()));
+        for (const ScreenLine& line : lines)
+            all.emplace_back(line.x1, line.y1, line.x2, line.y2);
+        painter.setPen(QPen(QColor::fromRgbF(mixed(colour.redF(), ground.redF()),
+                                             mixed(colour.greenF(), ground.greenF()),
+                                             mixed(colour.blueF(), ground.blueF())),
+                            1));
+        painter.drawLines(all);
     };
-    std::vector<Drawn> all;
-    for (const Face& face : shapes.faces) {
-        Drawn drawn;
-        drawn.item = face.item;
-        for (const Vec3& corner : face.corners)
-            if (const auto point = view.point(corner)) {
-                drawn.outline << QPointF(point->x, point->y);
-                drawn.depth += point->depth / static_cast<double>(face.corners.size());
-            }
-        if (drawn.outline.size() < static_cast<qsizetype>(face.corners.size())) continue;
-        drawn.light = lightOf(face);
-        all.push_back(std::move(drawn));
-    }
-    for (const Edge& edge : shapes.edges)
-        if (const auto line = view.line(edge.from, edge.to))
-            all.push_back(
-                {(line->first.depth + line->second.depth) / 2,
-                 QPolygonF{{line->first.x, line->first.y}, {line->second.x, line->second.y}},
-                 edge.item, 1});
-    std::ranges::stable_sort(all, std::greater(), &Drawn::depth);
-    for (const Drawn& drawn : all) {
-        const QColor colour = colourOf(drawn.item);
-        QColor fill = QColor::fromHsvF(colour.hsvHueF(), colour.hsvSaturationF(),
-                                       static_cast<float>(colour.valueF() * drawn.light));
-        fill.setAlpha(225);
-        painter.setPen(QPen(drawn.outline.size() == 2 ? colour : colour.darker(150), 1));
-        painter.setBrush(fill);
-        painter.drawPolygon(drawn.outline);
-    }
+    draw(mesh.away, 0.2f);
+    draw(mesh.facing, 0.85f);
 }
 
 void Viewport::mousePressEvent(QMouseEvent* event) {
-    dragged_ = event->position();
+    if (event->buttons() != event->button()) { // a second button makes it no click
+        isDrag_ = true;
+        return;
+    }
+    pressed_ = dragged_ = event->position();
+    isDrag_ = false;
 }
 
 void Viewport::mouseMoveEvent(QMouseEvent* event) {
+    const qreal way = (event->position() - pressed_).manhattanLength();
+    isDrag_ = isDrag_ || way >= QApplication::startDragDistance();
+    if (!isDrag_) return; // the hand shakes when it clicks
     const QPointF moved = event->position() - dragged_;
     dragged_ = event->position();
     const bool shift = event->modifiers() & Qt::ShiftModifier;
@@ -131,6 +145,15 @@ void Viewport::mouseMoveEvent(QMouseEvent* event) {
     else if (event->buttons() & Qt::RightButton)
         camera_.zoom(std::pow(1.006, moved.y() - moved.x()));
     update();
+}
+
+void Viewport::mouseReleaseEvent(QMouseEvent* event) {
+    if (isDrag_ || event->button() != Qt::LeftButton) return;
+    constexpr double reach = 5; // pixels
+    const QPointF at = event->position();
+    const ItemId item = pickedItem(drawnShapes(), at.x(), at.y(), reach);
+    const bool toggles = event->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier);
+    document_.select(selectionAfterClick(document_.scene().selection, item, toggles));
 }
 
 void Viewport::wheelEvent(QWheelEvent* event) {

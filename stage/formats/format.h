@@ -24,6 +24,9 @@ struct ReadLimits {
     std::size_t channels = 500'000;
     std::size_t keys = 200'000'000;
     std::size_t depth = 512; // of items below items, and of groups within groups
+    // Coordinates, indices and weights of all items' meshes; an item whose mesh goes beyond has
+    // none, and a note says so.
+    std::size_t meshNumbers = 30'000'000;
 };
 
 struct ReadOptions {
@@ -31,6 +34,7 @@ struct ReadOptions {
     // Which of the animations that a file holds is opened, by name; the first one otherwise.
     // Formats with one animation take no notice.
     std::optional<std::string> clip;
+    bool meshes = false; // whether items get the meshes that the file has, for whoever draws them
     ReadLimits limits;
     // Told now and then which share of the work is done, 0 to 1, 0 as long as that is not known; on
     // false the reading stops, which is a Problem then. Called on the thread that reads.

@@ -9,9 +9,12 @@
 //   gltf_files       the files that a document names, and which of them may be touched
 //   gltf_outline     a copy of what concerns motion, every member checked
 //   gltf_model       the same as plain tables
-//   gltf_track       a sampler's numbers, bounds checked; key times on frames
+//   gltf_primitives  which accessors meshes are made of, where meshes are asked for
+//   gltf_numbers     an accessor's numbers, bounds checked
+//   gltf_track       a sampler's keys; key times on frames
 //   gltf_quaternion  rotations as the file has them and as the scene has them
 //   gltf_memory      what a scene remembers of its file
+//   gltf_mesh        the items' meshes; one that cannot be shown is left out
 //   gltf_merge       curves of one node and path as one sampler
 //   gltf_edit        putting samplers into a document, and nothing else
 #pragma once

@@ -31,6 +31,7 @@ public:
         auto model = gltfModel(document.value(), where_);
         if (!model) return model.problem();
         memory_.model = std::move(*model);
+        if (options_.meshes) takeGltfPrimitives(document.value(), memory_.model);
         if (auto read = buffers(document.value()); !read) return read;
         if (auto found = parents(); !found) return found;
         return clip();

@@ -190,9 +190,9 @@ Result<GltfModel> gltfModel(const GltfJson& document, const std::string& where) 
     for (const tinygltf::Node& node : from.nodes)
         model.nodes.push_back(nodeOf(node, model.nodes.size(), model));
     for (const tinygltf::Skin& skin : from.skins) {
-        model.skins.emplace_back();
+        model.skins.push_back({{}, indexOf(skin.inverseBindMatrices)});
         for (const int joint : skin.joints)
-            model.skins.back().push_back(indexOf(joint));
+            model.skins.back().joints.push_back(indexOf(joint));
     }
     for (const tinygltf::Accessor& accessor : from.accessors)
         model.accessors.push_back(accessorOf(accessor));

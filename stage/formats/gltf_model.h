@@ -1,4 +1,5 @@
-// What of a glTF document concerns motion, in plain tables whose indices may be followed.
+// What of a glTF document concerns motion, in plain tables whose indices may be followed; what it
+// draws is left out but for meshes where they are asked for.
 //
 // Reading a document into these tables goes through the outline (gltf_outline), so that nothing
 // unchecked reaches the library behind gltfModel. Nothing here looks into buffers.
@@ -30,9 +31,24 @@ struct GltfNode {
     std::vector<double> weights; // the mesh's where the node has none
 };
 
+// Accessors by index; none where the document has none.
+struct GltfPrimitive {
+    std::size_t mode = 4; // triangles
+    std::size_t positions = gltfNone, indices = gltfNone;
+    std::size_t joints = gltfNone, weights = gltfNone;
+    std::vector<std::size_t> targets; // what each moves the positions by
+};
+
 struct GltfMesh {
     std::vector<std::string> targets; // names of the morph targets
     std::vector<double> weights;
+    // Where meshes were asked for.
+    Result<std::vector<GltfPrimitive>> primitives{std::vector<GltfPrimitive>{}};
+};
+
+struct GltfSkin {
+    std::vector<std::size_t> joints;     // nodes
+    std::size_t inverseBinds = gltfNone; // accessor
 };
 
 struct GltfAccessor {
@@ -73,7 +89,7 @@ struct GltfClip {
 struct GltfModel {
     std::vector<GltfNode> nodes;
     std::vector<GltfMesh> meshes;
-    std::vector<std::vector<std::size_t>> skins; // joints
+    std::vector<GltfSkin> skins;
     std::vector<GltfAccessor> accessors;
     std::vector<GltfView> views;
     std::vector<GltfClip> clips;
@@ -87,5 +103,9 @@ struct GltfModel {
 };
 
 Result<GltfModel> gltfModel(const GltfJson& document, const std::string& where);
+
+// Fills in the primitives of a model's meshes from its document. A mesh that is not as it should be
+// gets its problem instead, whose place is within the document: "meshes[2].primitives[0].mode".
+void takeGltfPrimitives(const GltfJson& document, GltfModel& model);
 
 } // namespace cadencora::stage

@@ -2,6 +2,7 @@
 
 #include "stage/base/text.h"
 #include "stage/formats/gltf_memory.h"
+#include "stage/formats/gltf_mesh.h"
 
 #include <algorithm>
 #include <map>
@@ -20,6 +21,7 @@ public:
     Result<Loaded> read() {
         if (auto made = items(); !made) return made.problem();
         if (auto filled = curves(); !filled) return filled.problem();
+        if (options_.meshes) loaded_.notes = addGltfMeshes(scene(), *memory_, limits_);
         finish();
         return std::move(loaded_);
     }
@@ -75,8 +77,8 @@ void GltfReader::markBones() {
     const std::size_t count = model_.nodes.size();
     isJoint_.resize(count);
     carrier_.resize(count, gltfNone);
-    for (const auto& joints : model_.skins)
-        for (const std::size_t joint : joints)
+    for (const GltfSkin& skin : model_.skins)
+        for (const std::size_t joint : skin.joints)
             isJoint_[joint] = true;
     isBelowJoint_ = isJoint_;
     std::vector<std::size_t> open;
@@ -94,7 +96,7 @@ void GltfReader::markBones() {
     for (std::size_t i = 0; i < count; ++i) {
         const GltfNode& node = model_.nodes[i];
         if (node.skin == gltfNone || isBelowJoint_[i] || typeOf(i) != ItemType::object) continue;
-        for (const std::size_t joint : model_.skins[node.skin])
+        for (const std::size_t joint : model_.skins[node.skin].joints)
             if (carrier_[joint] == gltfNone) carrier_[joint] = i;
     }
 }
@@ -212,7 +214,7 @@ void GltfReader::finish() {
         loaded_.clips.push_back(clip.name);
     if (memory_->clip != gltfNone) loaded_.clip = loaded_.clips[memory_->clip];
     loaded_.warnings = model_.warnings;
-    loaded_.notes.push_back(memory_->clock.note);
+    loaded_.notes.insert(loaded_.notes.begin(), memory_->clock.note);
     scene().source = std::move(memory_);
 }
 

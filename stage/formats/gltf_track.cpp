@@ -4,137 +4,11 @@
 #include "stage/formats/gltf_quaternion.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstring>
 
 namespace cadencora::stage {
 
 namespace {
-
-enum ComponentType : std::uint32_t {
-    signedByte = 5120,
-    unsignedByte = 5121,
-    signedShort = 5122,
-    unsignedShort = 5123,
-    unsignedInt = 5125,
-    single = 5126
-};
-
-// 0 where there is no such type.
-std::size_t bytesOfType(std::uint32_t type) {
-    switch (type) {
-    case signedByte:
-    case unsignedByte:
-        return 1;
-    case signedShort:
-    case unsignedShort:
-        return 2;
-    case unsignedInt:
-    case single:
-        return 4;
-    default:
-        return 0;
-    }
-}
-
-template <class Number>
-Number numberAt(const char* bytes) {
-    Number number;
-    std::memcpy(&number, bytes, sizeof number);
-    return number;
-}
-
-template <class Integer>
-float whole(const char* bytes, bool normalized) {
-    const auto number = static_cast<float>(numberAt<Integer>(bytes));
-    constexpr auto most = static_cast<float>(std::numeric_limits<Integer>::max());
-    return normalized ? std::max(number / most, -1.0f) : number;
-}
-
-float componentAt(const char* bytes, std::uint32_t type, bool normalized) {
-    switch (type) {
-    case signedByte:
-        return whole<std::int8_t>(bytes, normalized);
-    case unsignedByte:
-        return whole<std::uint8_t>(bytes, normalized);
-    case signedShort:
-        return whole<std::int16_t>(bytes, normalized);
-    case unsignedShort:
-        return whole<std::uint16_t>(bytes, normalized);
-    case unsignedInt:
-        return whole<std::uint32_t>(bytes, normalized);
-    default:
-        return numberAt<float>(bytes);
-    }
-}
-
-// Elements of `size` bytes within a buffer view.
-struct Elements {
-    const char* first = nullptr;
-    std::size_t stride = 0;
-    const char* operator[](std::size_t i) const { return first + i * stride; }
-};
-
-Result<Elements> elementsOf(const GltfSource& source, const GltfAccessor::Part& part,
-                            std::size_t count, std::size_t size, bool mayStride,
-                            const std::string& place) {
-    const auto fail = [&](const std::string& what, std::string detail) {
-        return Problem{what, source.where + ": " + place, std::move(detail)};
-    };
-    const GltfView& view = source.model.views[part.view];
-    const std::string name = "bufferViews[" + std::to_string(part.view) + "]";
-    if (view.isCompressed)
-        return fail("the animation is compressed by an extension that is not known", name);
-    const std::size_t there = source.buffers[view.buffer].size();
-    if (view.offset > there || view.length > there - view.offset)
-        return fail("the numbers reach beyond their buffer",
-                    name + " ends at byte " + std::to_string(view.offset + view.length) +
-                        ", buffers[" + std::to_string(view.buffer) + "] at " +
-                        std::to_string(there));
-    const std::size_t stride = mayStride && view.stride > 0 ? view.stride : size;
-    if (stride < size) return fail("the elements overlap", name + ".byteStride is too small");
-    const std::size_t needed = count == 0 ? 0 : (count - 1) * stride + size;
-    if (part.offset > view.length || needed > view.length - part.offset)
-        return fail("the numbers reach beyond their buffer view",
-                    std::to_string(count) + " elements need " +
-                        std::to_string(part.offset + needed) + " bytes, " + name + " has " +
-                        std::to_string(view.length));
-    return Elements{source.buffers[view.buffer].data() + view.offset + part.offset, stride};
-}
-
-// Puts the elements that a sparse accessor lists into their places.
-Result<> applySparse(const GltfSource& source, const GltfAccessor& accessor, std::size_t size,
-                     std::vector<float>& values, const std::string& place) {
-    const auto fail = [&](const std::string& what, std::string detail) {
-        return Problem{what, source.where + ": " + place, std::move(detail)};
-    };
-    const std::uint32_t type = accessor.sparseIndexType;
-    if (type != unsignedByte && type != unsignedShort && type != unsignedInt)
-        return fail("a sparse accessor's indices are bytes, shorts or integers without sign", "");
-    if (accessor.sparseCount > accessor.count)
-        return fail("a sparse accessor lists more elements than it has", "");
-    const std::size_t indexSize = bytesOfType(type);
-    const auto indices =
-        elementsOf(source, accessor.sparseIndices, accessor.sparseCount, indexSize, false, place);
-    if (!indices) return indices.problem();
-    const auto listed =
-        elementsOf(source, accessor.sparseValues, accessor.sparseCount, size, false, place);
-    if (!listed) return listed.problem();
-    const std::size_t step = size / accessor.components;
-    for (std::size_t i = 0; i < accessor.sparseCount; ++i) {
-        std::size_t index = 0;
-        for (std::size_t n = indexSize; n-- > 0;)
-            index = index << 8 | static_cast<unsigned char>(indices.value()[i][n]);
-        if (index >= accessor.count)
-            return fail("a sparse accessor lists an element that it does not have",
-                        "index " + std::to_string(index) + " of " + std::to_string(accessor.count));
-        for (std::size_t c = 0; c < accessor.components; ++c)
-            values[index * accessor.components + c] = componentAt(
-                listed.value()[i] + c * step, accessor.componentType, accessor.normalized);
-    }
-    return done();
-}
 
 double framesTolerance(float time, const FrameRate& rate) {
     // Some roundings of a single-precision number, or of the sum or product that it came from.
@@ -164,42 +38,12 @@ std::string gltfSamplerPlace(std::size_t clip, std::size_t sampler) {
     return "animations[" + std::to_string(clip) + "].samplers[" + std::to_string(sampler) + "]";
 }
 
-Result<std::vector<float>> gltfFloats(const GltfSource& source, std::size_t index,
-                                      const std::string& place) {
-    const GltfAccessor& accessor = source.model.accessors[index];
-    const std::string here = place + " (accessors[" + std::to_string(index) + "])";
-    const std::size_t step = bytesOfType(accessor.componentType);
-    if (step == 0)
-        return Problem{"the numbers are of an unknown type", source.where + ": " + here,
-                       "componentType " + std::to_string(accessor.componentType)};
-    const std::size_t size = step * accessor.components;
-    Elements elements;
-    if (accessor.values.view != gltfNone) {
-        const auto found = elementsOf(source, accessor.values, accessor.count, size, true, here);
-        if (!found) return found.problem();
-        elements = found.value();
-    }
-    std::vector<float> values(accessor.count * accessor.components);
-    if (elements.first && accessor.componentType == single && elements.stride == size) {
-        if (!values.empty()) std::memcpy(values.data(), elements.first, accessor.count * size);
-    } else if (elements.first) {
-        for (std::size_t i = 0; i < accessor.count; ++i)
-            for (std::size_t c = 0; c < accessor.components; ++c)
-                values[i * accessor.components + c] = componentAt(
-                    elements[i] + c * step, accessor.componentType, accessor.normalized);
-    }
-    if (accessor.sparseCount > 0)
-        if (auto applied = applySparse(source, accessor, size, values, here); !applied)
-            return applied.problem();
-    return values;
-}
-
 Result<GltfTimes> gltfTimes(const GltfSource& source, std::size_t index, const std::string& place) {
     const auto fail = [&](const std::string& what, std::string detail = {}) {
         return Problem{what, source.where + ": " + place, std::move(detail)};
     };
     const GltfAccessor& accessor = source.model.accessors[index];
-    if (accessor.components != 1 || accessor.componentType != single)
+    if (accessor.components != 1 || accessor.componentType != gltfSingle)
         return fail("expected key times as single numbers",
                     "accessors[" + std::to_string(index) + "] is of another type");
     if (accessor.values.view == gltfNone) return fail("the key times have no bytes");

@@ -1,10 +1,7 @@
-// The numbers of an animation sampler, out of the buffers, and the keys that they are.
-//
-// Whatever a document claims, nothing outside a buffer is read, and memory is taken only for
-// numbers that are there.
+// The numbers of an animation sampler, and the keys that they are.
 #pragma once
 
-#include "stage/formats/gltf_model.h"
+#include "stage/formats/gltf_numbers.h"
 #include "stage/scene/frame_rate.h"
 #include "stage/scene/key_store.h"
 
@@ -33,18 +30,9 @@ struct GltfTrack {
     const float* leaving(std::size_t key) const { return at(key, 2); }
 };
 
-// A document's tables with its buffers' bytes, by buffer.
-struct GltfSource {
-    const GltfModel& model;
-    std::span<const std::string_view> buffers;
-    const std::string& where; // the file, for problems
-};
-
 // `place` names the member that counts the accessor.
 Result<GltfTimes> gltfTimes(const GltfSource& source, std::size_t accessor,
                             const std::string& place);
-Result<std::vector<float>> gltfFloats(const GltfSource& source, std::size_t accessor,
-                                      const std::string& place);
 
 // What a channel of a clip says; `times` are those of its sampler.
 Result<GltfTrack> gltfTrack(const GltfSource& source, std::size_t clip, std::size_t channel,

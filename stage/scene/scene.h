@@ -47,6 +47,8 @@ enum MotionChannel : std::size_t {
 };
 extern const std::array<std::string_view, motionChannelCount> motionChannelNames;
 
+struct Mesh;
+
 // How a motion-capture file writes a bone, kept so that it is written the same way again.
 struct JointLayout {
     std::vector<MotionChannel> channels; // the file's columns, in its order
@@ -67,6 +69,8 @@ struct Item {
     Vec3 pivot{};
     Vec3 secondRotation{}; // heading, pitch, bank in radians
     JointLayout joint;     // of bones from motion-capture files
+    // Its surface where the file has one and meshes were asked for; see mesh.h.
+    std::shared_ptr<const Mesh> mesh;
 };
 
 struct ChannelGroup {

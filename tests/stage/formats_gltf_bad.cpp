@@ -110,7 +110,7 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
          set("/accessors/2/sparse", {{"count", 2},
                                      {"indices", {{"bufferView", 0}, {"componentType", 5125}}},
                                      {"values", {{"bufferView", 2}}}})},
-        {"the animation is compressed by an extension that is not known (bufferViews[0])",
+        {"the numbers are compressed by an extension that is not known (bufferViews[0])",
          set("/bufferViews/0/extensions", {{"EXT_meshopt_compression", {{"buffer", 0}}}})},
     };
     for (const Case& one : cases) {

@@ -43,6 +43,18 @@ struct GltfDocument {
         return json["nodes"].size() - 1;
     }
 
+    // Adds a mesh of one primitive, its corners by index; the answer is its index.
+    std::size_t mesh(const std::vector<float>& positions, const std::vector<std::uint16_t>& corners,
+                     int mode = 4) {
+        const std::size_t points = floats(positions, "VEC3");
+        const std::size_t indices = numbers(corners, "SCALAR", 5123, 1);
+        json["meshes"].push_back(
+            {{"primitives",
+              {{{"attributes", {{"POSITION", points}}}, {"indices", indices}, {"mode", mode}}}}});
+        return json["meshes"].size() - 1;
+    }
+    GltfJson& primitive(std::size_t mesh) { return json["meshes"][mesh]["primitives"][0]; }
+
     // Adds a channel with a sampler of its own to a clip, which may be new.
     void move(std::size_t clip, std::size_t node, const std::string& path, std::size_t input,
               std::size_t output, const std::string& interpolation = "LINEAR") {

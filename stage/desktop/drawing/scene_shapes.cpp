@@ -23,6 +23,13 @@ double length(const Vec3& v) {
 Vec3 cross(const Vec3& a, const Vec3& b) {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
+double dot(const Vec3& a, const Vec3& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+// Of any length, to either side.
+Vec3 normalOf(const Face& face) {
+    return cross(face.corners[1] - face.corners[0], face.corners[2] - face.corners[0]);
+}
 Vec3 carried(const Affine& by, const Vec3& point) {
     return product(by.linear, point) + by.offset;
 }
@@ -33,18 +40,24 @@ std::size_t numberOf(ItemId item) {
 class Shaper {
 public:
     Shaper(const Scene& scene, double time, double unit)
-        : scene_(scene), time_(time), unit_(unit), world_(worldTransforms(scene, time)) {}
+        : scene_(scene), time_(time), unit_(unit), world_(worldTransforms(scene, time)) {
+        for (std::size_t i = 0; i < scene.itemCount(); ++i)
+            hasMeshes_ = hasMeshes_ || scene.item(Scene::itemAt(i)).mesh;
+    }
 
     SceneShapes shapes() {
         for (std::size_t i = 0; i < scene_.itemCount(); ++i) {
             const ItemId id = Scene::itemAt(i);
             const Item& item = scene_.item(id);
+            const ItemId object = item.type == ItemType::object ? id : item.owner;
+            if (object != ItemId::none && isHidden(scene_, object, time_)) continue;
+            if (item.mesh) addSurface(id);
             switch (item.type) {
             case ItemType::object:
-                if (!isHidden(scene_, id, time_)) addCube(id);
+                if (!item.mesh) addCube(id);
                 break;
             case ItemType::bone:
-                if (item.owner == ItemId::none || !isHidden(scene_, item.owner, time_)) addBone(id);
+                addBone(id);
                 break;
             case ItemType::light:
                 addLight(id);
@@ -65,15 +78,35 @@ private:
         return carried(place(id), scene_.item(id).pivot + unit_ * own);
     }
 
+    void addSurface(ItemId id) {
+        const Mesh& mesh = *scene_.item(id).mesh;
+        const Mat3& m = place(id).linear;
+        const Vec3 normal = cross({m[0][0], m[1][0], m[2][0]}, {m[0][1], m[1][1], m[2][1]});
+        const bool isMirrored = !mesh.skin && dot(normal, {m[0][2], m[1][2], m[2][2]}) < 0;
+        shapes_.surfaces.push_back(
+            {id, mesh.shape, meshPoints(scene_, id, time_, world_), isMirrored});
+    }
+
+    // By what a cube's edges of one unit are shortened.
+    double cubeShare(ItemId id) const {
+        const double most = hasMeshes_ ? 0.3 : 30; // units
+        const Mat3& m = place(id).linear;
+        double longest = 0;
+        for (std::size_t c = 0; c < 3; ++c)
+            longest = std::max(longest, length({m[0][c], m[1][c], m[2][c]}));
+        return longest <= most ? 1 : std::min(most, 1.0) / longest;
+    }
+
     void addCube(ItemId id) {
+        const double half = 0.5 * cubeShare(id);
         constexpr int sides[6][4] = {{0, 1, 3, 2}, {4, 5, 7, 6}, {0, 1, 5, 4},
                                      {2, 3, 7, 6}, {0, 2, 6, 4}, {1, 3, 7, 5}};
         for (const auto& side : sides) {
-            Face face{id, {}};
+            Face face{id, {}, around(id, {})};
             for (const int corner : side)
                 face.corners.push_back(
-                    around(id, {(corner & 1 ? 0.5 : -0.5), (corner & 2 ? 0.5 : -0.5),
-                                (corner & 4 ? 0.5 : -0.5)}));
+                    around(id, {(corner & 1 ? half : -half), (corner & 2 ? half : -half),
+                                (corner & 4 ? half : -half)}));
             shapes_.faces.push_back(std::move(face));
         }
     }
@@ -114,8 +147,8 @@ private:
         const Vec3 ring[4] = {middle + side, middle + other, middle - side, middle - other};
         for (std::size_t i = 0; i < 4; ++i) {
             const Vec3& next = ring[(i + 1) % 4];
-            shapes_.faces.push_back({id, {from, ring[i], next}});
-            shapes_.faces.push_back({id, {to, ring[i], next}});
+            shapes_.faces.push_back({id, {from, ring[i], next}, middle});
+            shapes_.faces.push_back({id, {to, ring[i], next}, middle});
         }
     }
 
@@ -155,6 +188,7 @@ private:
     double time_;
     double unit_;
     std::vector<Affine> world_;
+    bool hasMeshes_ = false;
     SceneShapes shapes_;
 };
 
@@ -162,11 +196,15 @@ private:
 
 double lightOf(const Face& face) {
     constexpr Vec3 light{0.36, 0.8, 0.48};
-    const Vec3 normal = cross(face.corners[1] - face.corners[0], face.corners[2] - face.corners[0]);
+    const Vec3 normal = normalOf(face);
     const double size = length(normal);
-    if (!(size > 0)) return 1;
-    const double along = normal[0] * light[0] + normal[1] * light[1] + normal[2] * light[2];
-    return 0.45 + 0.55 * std::abs(along) / size;
+    return size > 0 ? 0.45 + 0.55 * std::abs(dot(normal, light)) / size : 1;
+}
+
+bool facesEye(const Face& face, const Vec3& eye) {
+    const Vec3 normal = normalOf(face);
+    return (dot(normal, eye - face.corners[0]) > 0) ==
+           (dot(normal, face.corners[0] - face.inside) > 0);
 }
 
 std::vector<Affine> worldTransforms(const Scene& scene, double time) {
@@ -202,6 +240,10 @@ Sphere sphereAround(const Scene& scene, const std::vector<ItemId>& items, double
     };
     for (const ItemId id : items) {
         const Item& item = scene.item(id);
+        if (item.mesh)
+            for (const Vec3& point : meshPoints(scene, id, time, world))
+                cover(point);
+        if (item.mesh && item.type == ItemType::object) continue; // a skin may be far from its node
         cover(carried(world[numberOf(id)], item.pivot));
         for (const Vec3& end : item.joint.endSites)
             cover(carried(world[numberOf(id)], item.pivot + end));

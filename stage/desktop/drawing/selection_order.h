@@ -23,4 +23,13 @@ inline std::vector<ItemId> inOrderOfSelection(const std::vector<ItemId>& before,
     return order;
 }
 
+// After a click on an item, or on none. `toggles`: the item is added or, where it is in already,
+// taken out; otherwise it is all that is selected then.
+inline std::vector<ItemId> selectionAfterClick(std::vector<ItemId> before, ItemId clicked,
+                                               bool toggles) {
+    if (!toggles) before.clear();
+    if (clicked != ItemId::none && std::erase(before, clicked) == 0) before.push_back(clicked);
+    return before;
+}
+
 } // namespace cadencora::stage
