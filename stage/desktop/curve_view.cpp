@@ -15,6 +15,7 @@ namespace cadencora::stage {
 namespace {
 
 constexpr int keySpacing = 5; // pixels
+constexpr std::size_t mostCurves = 1000;
 
 QColor curveColour(int index, bool dark) {
     // Position, rotation and scale; then the channels that are none of these.
@@ -32,6 +33,8 @@ CurveView::CurveView(Document& document, QWidget* parent) : QWidget(parent), doc
         if (what & (Changes(Change::scene) | Change::selection | Change::keys)) {
             const Scene& scene = document_.scene();
             curves_ = shownCurves(scene, scene.selection, document_.host().journal());
+            left_ = curves_.size() > mostCurves ? curves_.size() - mostCurves : 0;
+            curves_.resize(curves_.size() - left_);
             redraw();
         }
         if (what & (Changes(Change::scene) | Change::selection)) fit();
@@ -200,7 +203,11 @@ void CurveView::paintNames(QPainter& painter) const {
     }
     painter.setPen(palette().color(QPalette::Text));
     if (names < curves_.size())
-        painter.drawText(row, Qt::AlignRight, tr("and %1 more").arg(curves_.size() - names));
+        painter.drawText(row, Qt::AlignRight,
+                         left_ == 0 ? tr("and %1 more").arg(curves_.size() - names)
+                                    : tr("and %1 more, %2 of them not drawn")
+                                          .arg(curves_.size() + left_ - names)
+                                          .arg(left_));
     if (!curves_.empty()) return;
     const Scene& scene = document_.scene();
     painter.drawText(rect(), Qt::AlignCenter,

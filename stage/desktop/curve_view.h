@@ -42,6 +42,7 @@ private:
 
     Document& document_;
     std::vector<ShownCurve> curves_;
+    std::size_t left_ = 0; // curves that are too many to be drawn
     TimeWindow times_;
     Range values_{-1, 1};
     QPixmap picture_; // all but the time; null: to be painted

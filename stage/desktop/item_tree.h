@@ -17,6 +17,8 @@ protected:
 private:
     void rebuild();
     void markSelection();
+    void markRows(QTreeWidgetItem& above, const std::vector<bool>& marked,
+                  QItemSelection& rows) const;
     void takeSelection();
     void setIcons();
 

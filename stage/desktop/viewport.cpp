@@ -44,6 +44,10 @@ void Viewport::paintEvent(QPaintEvent*) {
     painter.fillRect(rect(), palette().color(QPalette::Base));
     painter.setRenderHint(QPainter::Antialiasing);
     paintGrid(painter, View(camera_, width(), height()));
+    const Scene& scene = document_.scene();
+    marked_.assign(scene.itemCount(), false);
+    for (const ItemId item : scene.selection)
+        marked_[static_cast<std::size_t>(item) - 1] = true;
     const std::vector<ScreenShape> shapes = drawnShapes();
     std::size_t lines = 0;
     for (const ScreenShape& shape : shapes)
@@ -85,8 +89,7 @@ void Viewport::paintGrid(QPainter& painter, const View& view) const {
 }
 
 QColor Viewport::colourOf(ItemId item) const {
-    const auto& selection = document_.scene().selection;
-    if (std::ranges::find(selection, item) != selection.end()) return {245, 160, 40};
+    if (marked_[static_cast<std::size_t>(item) - 1]) return {245, 160, 40};
     return itemColour(document_.scene().item(item).type, isDark(palette()));
 }
 

@@ -38,8 +38,9 @@ private:
 
     Document& document_;
     OrbitCamera camera_;
-    Sphere whole_;    // around the scene as it was opened
-    double unit_ = 1; // of shapes that have no size of their own
+    Sphere whole_;             // around the scene as it was opened
+    double unit_ = 1;          // of shapes that have no size of their own
+    std::vector<bool> marked_; // which items are selected, at the last paint
     QPointF pressed_, dragged_;
     bool isDrag_ = false; // the pointer went too far since the press for a click
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
 
 namespace cadencora::stage {
 
@@ -30,9 +31,12 @@ void Recorder::begin(const ControlModel& control, const Scene& scene) {
     if (!pressed_) recorded.shortfall = inQuotes(recorded.step.press) + " is no button";
     if (!before_ || before_->selection != scene.selection) {
         auto& names = recorded.step.select.emplace();
+        std::unordered_map<std::string_view, ItemId> first; // of a name, whom a script finds
+        for (std::size_t i = 0; i < scene.itemCount(); ++i)
+            first.emplace(scene.item(Scene::itemAt(i)).name, Scene::itemAt(i));
         for (const ItemId item : scene.selection) {
             names.push_back(scene.item(item).name);
-            if (scene.findItem(names.back()) != item)
+            if (first[names.back()] != item)
                 recorded.shortfall = "several items are named " + inQuotes(names.back());
         }
     }
