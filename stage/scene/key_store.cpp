@@ -28,16 +28,6 @@ KeyData KeyStore::Cursor::data() const {
     return key;
 }
 
-void KeyStore::Cursor::stepBack() {
-    const int index = block_->indexOf(slot_);
-    if (index > 0) {
-        slot_ = block_->slotOf(index - 1);
-        return;
-    }
-    block_ = block_->previous;
-    if (block_) slot_ = block_->lastSlot();
-}
-
 bool KeyStore::Cursor::sameParameters(const Cursor& a, const Cursor& b) {
     const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
     for (std::size_t p = 0; p < parameterCount; ++p)
@@ -162,8 +152,7 @@ KeyStore::Block* KeyStore::blockFor(double time) const {
     return blocks_[static_cast<std::size_t>(above - separators_.begin()) - 1];
 }
 
-// The first key at or after the time; the block's end where all its keys are earlier.
-KeyStore::Place KeyStore::lowerBound(double time) const {
+KeyStore::Place KeyStore::searchNear(double time) const {
     // Most look-ups are for the place of the last one, or follow it closely.
     if (Block* block = finger_.block) {
         const int count = block->count;
@@ -204,22 +193,6 @@ std::size_t KeyStore::indexOf(const Block* block) const {
     if (block == head_) index = 0;
     assert(blocks_[index] == block);
     return index;
-}
-
-KeyStore::Cursor KeyStore::begin() const {
-    return head_ ? Cursor(head_, head_->firstSlot()) : Cursor();
-}
-
-KeyStore::Cursor KeyStore::last() const {
-    return tail_ ? Cursor(tail_, tail_->lastSlot()) : Cursor();
-}
-
-KeyStore::Cursor KeyStore::atOrAfter(double time) const {
-    const Place place = lowerBound(time);
-    if (!place.block) return {};
-    if (place.index < place.block->count) return {place.block, place.block->slotOf(place.index)};
-    const Block* next = place.block->next;
-    return next ? Cursor(next, next->firstSlot()) : Cursor();
 }
 
 // Handles

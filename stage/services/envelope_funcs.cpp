@@ -46,7 +46,8 @@ double evaluate(Host&, EnvelopeRef envelope, double time) {
 KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
     if (!std::isfinite(time) || !std::isfinite(value))
         throw MisuseError{"a key needs a finite time and value"};
-    return host.edit().edited(envelope.id, envelope.envelope).placeKey(time, value);
+    Envelope& edited = host.edit().edited(envelope.id, envelope.envelope);
+    return edited.keys.handle(edited.placeKey(time, value));
 }
 
 // The refusals stand apart, so that the calls that go right stay short: they are made for every
