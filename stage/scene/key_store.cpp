@@ -206,10 +206,11 @@ KeyHandle KeyStore::handleAt(Block* block, int slot) {
     return handleOf(link);
 }
 
-// Never more than there are keys: at most that many handles are in use at once.
+// As few as there are keys: at most that many handles are in use at once. Where keys come one by
+// one a quarter more, so that the entries do not move for each.
 void KeyStore::makeEntries() {
     const std::size_t used = entries_.size();
-    const std::size_t made = std::max(used + 1, std::min(2 * used + 16, size_));
+    const std::size_t made = std::max(used + used / 4 + 1, std::min(2 * used + 16, size_));
     entries_.reserve(made); // the exact room
     entries_.resize(made);
     for (std::size_t i = used; i + 1 < made; ++i)

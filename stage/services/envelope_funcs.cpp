@@ -153,16 +153,16 @@ int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void*
 }
 
 // The quick ways of the three calls that walks and copies consist of. Handles are checked as ever:
-// the envelope's is the last one that passed, the key's is looked up.
+// the envelope's is one of the last that passed, the key's is looked up.
 struct KnownKey {
     Envelope* envelope = nullptr;
     KeyStore::Cursor cursor; // none: not to be had quickly
 };
 
 [[gnu::always_inline]] inline KnownKey knownKey(Host& host, host::Envelope raw, host::Key key) {
-    const LastEnvelope& last = host.lastEnvelope;
-    if (raw != last.handle || !last.envelope) return {};
-    return {last.envelope, last.envelope->keys.at(Wire<KeyHandle>::in(host, key))};
+    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(raw);
+    if (!last) return {};
+    return {last->envelope, last->envelope->keys.at(Wire<KeyHandle>::in(host, key))};
 }
 
 bool isParameter(int attribute) {
