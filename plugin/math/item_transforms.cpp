@@ -1,5 +1,6 @@
 #include "plugin/math/item_transforms.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace cadencora {
@@ -19,13 +20,14 @@ HPB readAngles(const host::ItemInfo* info, host::Item item, int code, double tim
     return {values.x, values.y, values.z};
 }
 
-static void translate(Mat4* m, float x, float y, float z) {
-    Mat4 factor;
-    identity4(&factor);
-    factor.m[12] = x;
-    factor.m[13] = y;
-    factor.m[14] = z;
-    matmul4(m, &factor, m);
+// Translations and scales are multiplied out by hand: most of their factors would be 0 and 1.
+
+static void translate(Mat4* matrix, float x, float y, float z) {
+    for (float* row = matrix->m; row != matrix->m + 16; row += 4) {
+        row[0] += row[3] * x;
+        row[1] += row[3] * y;
+        row[2] += row[3] * z;
+    }
 }
 
 static void translateTo(Mat4* m, const DVec3& position) {
@@ -38,13 +40,13 @@ static void shiftPivot(Mat4* m, const DVec3& pivot) {
     translate(m, -narrow(pivot.x), -narrow(pivot.y), -narrow(pivot.z));
 }
 
-static void scaleBy(Mat4* m, const DVec3& scale) {
-    Mat4 factor;
-    identity4(&factor);
-    factor.m[0] = narrow(scale.x);
-    factor.m[5] = narrow(scale.y);
-    factor.m[10] = narrow(scale.z);
-    matmul4(m, &factor, m);
+static void scaleBy(Mat4* matrix, const DVec3& scale) {
+    const float x = narrow(scale.x), y = narrow(scale.y), z = narrow(scale.z);
+    for (float* row = matrix->m; row != matrix->m + 16; row += 4) {
+        row[0] *= x;
+        row[1] *= y;
+        row[2] *= z;
+    }
 }
 
 static void rotateBy(Mat4* m, const HPB& angles) {
@@ -59,15 +61,13 @@ void get_rotate(const HPB* a, Mat4* m) {
     const float sh = narrow(std::sin(a->heading)), ch = narrow(std::cos(a->heading));
     const float sp = narrow(std::sin(a->pitch)), cp = narrow(std::cos(a->pitch));
     const float sb = narrow(std::sin(a->bank)), cb = narrow(std::cos(a->bank));
-    Mat3 heading, pitch, bank, turn;
-    initm3(&heading, ch, 0, -sh, 0, 1, 0, sh, 0, ch);
-    initm3(&pitch, 1, 0, 0, 0, cp, sp, 0, -sp, cp);
-    initm3(&bank, cb, sb, 0, -sb, cb, 0, 0, 0, 1);
-    matmul3(&bank, &pitch, &turn);
-    matmul3(&turn, &heading, &turn);
+    // Bank times pitch times heading, which are (cb, sb, 0; -sb, cb, 0; 0, 0, 1),
+    // (1, 0, 0; 0, cp, sp; 0, -sp, cp) and (ch, 0, -sh; 0, 1, 0; sh, 0, ch).
+    const float rows[3][3] = {{cb * ch + sb * sp * sh, sb * cp, sb * sp * ch - cb * sh},
+                              {cb * sp * sh - sb * ch, cb * cp, cb * sp * ch + sb * sh},
+                              {cp * sh, -sp, cp * ch}};
     for (int row = 0; row < 3; ++row)
-        for (int column = 0; column < 3; ++column)
-            m->m[4 * row + column] = turn.m[3 * row + column];
+        std::copy(rows[row], rows[row] + 3, m->m + 4 * row);
 }
 
 void get_transform(const host::ItemInfo* info, host::Item item, double time, Mat4* m) {

@@ -57,28 +57,33 @@ float det3(const Mat3* matrix) {
            m[2] * (m[3] * m[7] - m[4] * m[6]);
 }
 
-// The determinant of the matrix without a row and a column.
-static float minorOf(const Mat4* matrix, int row, int column) {
-    Mat3 rest;
-    float* next = rest.m;
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            if (r != row && c != column) *next++ = matrix->m[4 * r + c];
-    return det3(&rest);
+// The determinants of three rows of a Mat4 without column 0, 1, 2 and 3, as det3 works them out;
+// what it would work out several times stands once.
+static void minorsOf(const float* a, const float* b, const float* c, float out[4]) {
+    const float p01 = b[0] * c[1] - b[1] * c[0], p02 = b[0] * c[2] - b[2] * c[0];
+    const float p03 = b[0] * c[3] - b[3] * c[0], p12 = b[1] * c[2] - b[2] * c[1];
+    const float p13 = b[1] * c[3] - b[3] * c[1], p23 = b[2] * c[3] - b[3] * c[2];
+    out[0] = a[1] * p23 - a[2] * p13 + a[3] * p12;
+    out[1] = a[0] * p23 - a[2] * p03 + a[3] * p02;
+    out[2] = a[0] * p13 - a[1] * p03 + a[3] * p01;
+    out[3] = a[0] * p12 - a[1] * p02 + a[2] * p01;
 }
 
 float det4(const Mat4* matrix) {
     const float* m = matrix->m;
-    return m[0] * minorOf(matrix, 0, 0) - m[1] * minorOf(matrix, 0, 1) +
-           m[2] * minorOf(matrix, 0, 2) - m[3] * minorOf(matrix, 0, 3);
+    float minors[4];
+    minorsOf(m + 4, m + 8, m + 12, minors);
+    return m[0] * minors[0] - m[1] * minors[1] + m[2] * minors[2] - m[3] * minors[3];
 }
 
-void adjoint4(const Mat4* m, Mat4* out) {
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c) {
-            const float minor = minorOf(m, r, c);
-            out->m[4 * c + r] = (r + c) % 2 == 0 ? minor : -minor;
-        }
+void adjoint4(const Mat4* matrix, Mat4* out) {
+    const float* m = matrix->m;
+    for (int r = 0; r < 4; ++r) {
+        float minors[4];
+        minorsOf(r > 0 ? m : m + 4, r > 1 ? m + 4 : m + 8, r > 2 ? m + 8 : m + 12, minors);
+        for (int c = 0; c < 4; ++c)
+            out->m[4 * c + r] = (r + c) % 2 == 0 ? minors[c] : -minors[c];
+    }
 }
 
 void inverse4(const Mat4* m, Mat4* out) {

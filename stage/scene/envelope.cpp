@@ -1,6 +1,7 @@
 #include "stage/scene/envelope.h"
 
 #include <cmath>
+#include <optional>
 
 namespace cadencora::stage {
 
@@ -53,17 +54,24 @@ Slopes slopesOf(const Cursor& from, const Cursor& to) {
     return {};
 }
 
-// The value inside the span, from.time() <= time < to.time().
-double insideSpan(const Cursor& from, const Cursor& to, double time) {
+// The value of a span with slopes at the part `u` of its length. The cursors come by value, so that
+// callers keep theirs in registers.
+double onCurve(Cursor from, Cursor to, double u) {
     const double v0 = from.value(), v1 = to.value();
-    if (to.shape() == Shape::hold || time == from.time()) return v0;
     const double length = to.time() - from.time();
-    const double u = (time - from.time()) / length;
-    if (to.shape() == Shape::linear) return v0 + u * (v1 - v0);
     const Slopes slopes = slopesOf(from, to);
     const double u2 = u * u, u3 = u2 * u;
     return v0 + (3 * u2 - 2 * u3) * (v1 - v0) + (u3 - 2 * u2 + u) * length * slopes.leaving +
            (u3 - u2) * length * slopes.arriving;
+}
+
+// The value inside the span, from.time() <= time < to.time().
+double insideSpan(const Cursor& from, const Cursor& to, double time) {
+    const double v0 = from.value();
+    if (to.shape() == Shape::hold || time == from.time()) return v0;
+    const double u = (time - from.time()) / (to.time() - from.time());
+    if (to.shape() == Shape::linear) return v0 + u * (to.value() - v0);
+    return onCurve(from, to, u);
 }
 
 // The slope inside a span with explicit tangents.
@@ -75,12 +83,14 @@ double slopeInside(const Cursor& from, const Cursor& to, double time) {
            (3 * u * u - 2 * u) * slopes.arriving;
 }
 
-// The value between the first and the last key, both included.
-double insideKeys(const KeyStore& keys, double time) {
+// The value between the first and the last key, both included; nothing outside.
+std::optional<double> insideKeys(const KeyStore& keys, double time) {
     const Cursor to = keys.atOrAfter(time);
+    if (!to) return std::nullopt;
     if (to.time() == time) return to.value();
     Cursor from = to;
     from.stepBack();
+    if (!from) return std::nullopt;
     return insideSpan(from, to, time);
 }
 
@@ -98,18 +108,16 @@ double outerSlope(const KeyStore& keys, bool atEnd) {
     return atEnd ? slopes.arriving : slopes.leaving;
 }
 
-} // namespace
-
-double Envelope::evaluate(double time) const {
-    if (keys.empty()) return rest;
+// The value where the time is not between the keys, of which there is one at least. Stands apart so
+// that the common case stays short.
+[[gnu::noinline]] double outsideKeys(const Envelope& envelope, double time) {
+    const KeyStore& keys = envelope.keys;
     const Cursor first = keys.begin(), last = keys.last();
     const double start = first.time(), end = last.time();
-    if (time >= start && time <= end) return insideKeys(keys, time);
-
     const bool atEnd = time > end;
     const Cursor& edge = atEnd ? last : first;
     const double length = end - start;
-    const Behaviour behaviour = atEnd ? after : before;
+    const Behaviour behaviour = atEnd ? envelope.after : envelope.before;
     if (behaviour == Behaviour::constant || length <= 0) return edge.value();
     if (behaviour == Behaviour::linear)
         return edge.value() + outerSlope(keys, atEnd) * (time - edge.time());
@@ -119,12 +127,20 @@ double Envelope::evaluate(double time) const {
     if (behaviour == Behaviour::mirror && std::fmod(std::abs(turns), 2.0) == 1.0)
         within = length - within;
     const double inside = std::fmin(std::fmax(start + within, start), end);
-    const double value = insideKeys(keys, inside);
+    const double value = *insideKeys(keys, inside);
     if (behaviour != Behaviour::offsetRepeat) return value;
     return value + turns * (last.value() - first.value());
 }
 
-KeyHandle Envelope::placeKey(double time, double value) {
+} // namespace
+
+double Envelope::evaluate(double time) const {
+    if (keys.empty()) return rest;
+    const std::optional<double> inside = insideKeys(keys, time);
+    return inside ? *inside : outsideKeys(*this, time);
+}
+
+KeyStore::Cursor Envelope::placeKey(double time, double value) {
     const Cursor behind = keys.atOrAfter(time);
     if (behind && behind.time() == time) return keys.insert(time, value, behind.shape());
     const Cursor neighbour = behind ? behind : keys.last();
@@ -135,10 +151,10 @@ KeyHandle Envelope::placeKey(double time, double value) {
         from.stepBack();
         if (from) slope = slopeInside(from, behind, time);
     }
-    const KeyHandle key = keys.insert(time, value, shape);
+    const Cursor key = keys.insert(time, value, shape);
     if (slope != 0) {
-        keys.setParameter(keys.at(key), incomingSlope, slope);
-        keys.setParameter(keys.at(key), outgoingSlope, slope);
+        keys.setParameter(key, incomingSlope, slope);
+        keys.setParameter(key, outgoingSlope, slope);
     }
     return key;
 }

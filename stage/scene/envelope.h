@@ -31,7 +31,7 @@ struct Envelope {
     // Puts a key at a finite time, as a person does who keys a value there. An existing key takes
     // the value and keeps the rest; a new one continues the shape of the span it falls into, so
     // that a key placed on the curve disturbs it as little as its shape allows.
-    KeyHandle placeKey(double time, double value);
+    KeyStore::Cursor placeKey(double time, double value);
 };
 
 // Gives `to` the keys and behaviours of `from`; handles of its old keys end.

@@ -71,6 +71,8 @@ EditScope::EditScope(Scene& scene, std::string name) : scene_(scene) {
 }
 
 void EditScope::keep(EnvelopeId id, Envelope& envelope) {
+    constexpr std::size_t few = 16; // a small edit is done with room for so many
+    if (entry_.envelopes.empty()) entry_.envelopes.reserve(few);
     if (!made_.contains(id)) entry_.envelopes.push_back({id, envelope});
     envelope.keptBy = serial_;
 }

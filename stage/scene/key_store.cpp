@@ -28,16 +28,6 @@ KeyData KeyStore::Cursor::data() const {
     return key;
 }
 
-void KeyStore::Cursor::stepBack() {
-    const int index = block_->indexOf(slot_);
-    if (index > 0) {
-        slot_ = block_->slotOf(index - 1);
-        return;
-    }
-    block_ = block_->previous;
-    if (block_) slot_ = block_->lastSlot();
-}
-
 bool KeyStore::Cursor::sameParameters(const Cursor& a, const Cursor& b) {
     const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
     for (std::size_t p = 0; p < parameterCount; ++p)
@@ -162,8 +152,7 @@ KeyStore::Block* KeyStore::blockFor(double time) const {
     return blocks_[static_cast<std::size_t>(above - separators_.begin()) - 1];
 }
 
-// The first key at or after the time; the block's end where all its keys are earlier.
-KeyStore::Place KeyStore::lowerBound(double time) const {
+KeyStore::Place KeyStore::searchNear(double time) const {
     // Most look-ups are for the place of the last one, or follow it closely.
     if (Block* block = finger_.block) {
         const int count = block->count;
@@ -206,22 +195,6 @@ std::size_t KeyStore::indexOf(const Block* block) const {
     return index;
 }
 
-KeyStore::Cursor KeyStore::begin() const {
-    return head_ ? Cursor(head_, head_->firstSlot()) : Cursor();
-}
-
-KeyStore::Cursor KeyStore::last() const {
-    return tail_ ? Cursor(tail_, tail_->lastSlot()) : Cursor();
-}
-
-KeyStore::Cursor KeyStore::atOrAfter(double time) const {
-    const Place place = lowerBound(time);
-    if (!place.block) return {};
-    if (place.index < place.block->count) return {place.block, place.block->slotOf(place.index)};
-    const Block* next = place.block->next;
-    return next ? Cursor(next, next->firstSlot()) : Cursor();
-}
-
 // Handles
 
 KeyHandle KeyStore::handleAt(Block* block, int slot) {
@@ -233,10 +206,11 @@ KeyHandle KeyStore::handleAt(Block* block, int slot) {
     return handleOf(link);
 }
 
-// Never more than there are keys: at most that many handles are in use at once.
+// As few as there are keys: at most that many handles are in use at once. Where keys come one by
+// one a quarter more, so that the entries do not move for each.
 void KeyStore::makeEntries() {
     const std::size_t used = entries_.size();
-    const std::size_t made = std::max(used + 1, std::min(2 * used + 16, size_));
+    const std::size_t made = std::max(used + used / 4 + 1, std::min(2 * used + 16, size_));
     entries_.reserve(made); // the exact room
     entries_.resize(made);
     for (std::size_t i = used; i + 1 < made; ++i)

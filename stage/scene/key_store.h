@@ -43,7 +43,12 @@ public:
             block_ = block_->next;
             if (block_) slot_ = block_->firstSlot();
         }
-        void stepBack(); // before the first key: none
+        void stepBack() { // before the first key: none
+            if (slot_ == block_->gapEnd()) slot_ = block_->gapBegin;
+            if (--slot_ >= 0) return;
+            block_ = block_->previous;
+            if (block_) slot_ = block_->lastSlot();
+        }
 
         // True where every attribute of the two keys has the same bits.
         friend bool sameKey(const Cursor& a, const Cursor& b) {
@@ -87,9 +92,14 @@ public:
     std::size_t bytes() const; // memory held, shared arrays too; for reports and tests
 
     // Reading without handles.
-    Cursor begin() const;
-    Cursor last() const;
-    Cursor atOrAfter(double time) const; // the first key at or after a time
+    Cursor begin() const { return head_ ? Cursor(head_, head_->firstSlot()) : Cursor(); }
+    Cursor last() const { return tail_ ? Cursor(tail_, tail_->lastSlot()) : Cursor(); }
+    Cursor atOrAfter(double time) const { // the first key at or after a time
+        const auto [block, index] = lowerBound(time);
+        if (!block) return {};
+        if (index < block->count) return {block, block->slotOf(index)};
+        return block->next ? Cursor(block->next, block->next->firstSlot()) : Cursor();
+    }
 
     // Handles. Asking for a key's handle again gives the same one.
     KeyHandle first();
@@ -106,7 +116,10 @@ public:
         result = handleOf(link);
         return true;
     }
-    KeyHandle find(double time);     // the key that stands exactly at the time
+    KeyHandle find(double time);   // the key that stands exactly at the time
+    KeyHandle handle(Cursor key) { // the cursor must be up to date, on a key
+        return handleAt(&mutableBlock(key), key.slot_);
+    }
     Cursor at(KeyHandle key) const { // none where the handle is no key's of this store
         const std::uint64_t word = static_cast<std::uint64_t>(key);
         const std::uint64_t link = (word & 0xffffffffu) - 1; // huge for the null handle
@@ -120,7 +133,7 @@ public:
     bool valid(KeyHandle key) const { return static_cast<bool>(at(key)); }
 
     // Puts a key at a finite time; a key that stands there gets the value and keeps the rest.
-    KeyHandle insert(double time, double value, Shape shape);
+    Cursor insert(double time, double value, Shape shape);
     void erase(KeyHandle key);
     // The cursor must be of this store and up to date.
     void setValue(Cursor key, double value) {
@@ -171,8 +184,17 @@ private:
         }
     };
 
-    Place lowerBound(double time) const;
-    Place search(double time) const; // the same, wherever the last place was
+    // The first key at or after the time; the block's end where all its keys are earlier.
+    Place lowerBound(double time) const {
+        // The item that is looked at is mostly looked at again, at the same time.
+        const auto [block, index] = finger_;
+        if (block && index > 0 && index < block->count && block->timeAt(index - 1) < time &&
+            block->timeAt(index) >= time)
+            return finger_;
+        return searchNear(time);
+    }
+    Place searchNear(double time) const; // the same, from the last place on
+    Place search(double time) const;     // the same, wherever the last place was
     Block* blockFor(double time) const;
     KeyHandle handleAt(Block* block, int slot);
     KeyHandle handleOf(std::uint32_t link) const {

@@ -162,7 +162,7 @@ int KeyStore::openSlot(Place place, double time) {
     return index;
 }
 
-KeyHandle KeyStore::insert(double time, double value, Shape shape) {
+KeyStore::Cursor KeyStore::insert(double time, double value, Shape shape) {
     Place place = lowerBound(time);
     if (place.block && place.index == place.block->count && place.block->next) {
         Block* next = place.block->next;
@@ -172,11 +172,11 @@ KeyHandle KeyStore::insert(double time, double value, Shape shape) {
         place.block->timeAt(place.index) == time) {
         const int slot = place.block->slotOf(place.index);
         place.block->edit().value[Block::at(slot)] = value;
-        return handleAt(place.block, slot);
+        return {place.block, slot};
     }
     const int slot = openSlot(place, time);
     finger_.block->put(slot, time, value, shape);
-    return handleAt(finger_.block, slot);
+    return {finger_.block, slot};
 }
 
 void KeyStore::eraseSlot(Block& block, int slot) {

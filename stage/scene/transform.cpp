@@ -15,9 +15,10 @@ Vec3 carried(const Affine& by, const Vec3& point) {
 } // namespace
 
 Vec3 motionValues(const Scene& scene, ItemId item, MotionChannel first, double time) {
+    const auto& channels = scene.item(item).motion;
     Vec3 values{};
     for (std::size_t i = 0; i < 3; ++i)
-        values[i] = scene.motion(item, static_cast<MotionChannel>(first + i)).evaluate(time);
+        values[i] = scene.envelope(scene.channel(channels[first + i]).envelope).evaluate(time);
     return values;
 }
 

@@ -46,7 +46,8 @@ double evaluate(Host&, EnvelopeRef envelope, double time) {
 KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
     if (!std::isfinite(time) || !std::isfinite(value))
         throw MisuseError{"a key needs a finite time and value"};
-    return host.edit().edited(envelope.id, envelope.envelope).placeKey(time, value);
+    Envelope& edited = host.edit().edited(envelope.id, envelope.envelope);
+    return edited.keys.handle(edited.placeKey(time, value));
 }
 
 // The refusals stand apart, so that the calls that go right stay short: they are made for every
@@ -152,16 +153,16 @@ int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void*
 }
 
 // The quick ways of the three calls that walks and copies consist of. Handles are checked as ever:
-// the envelope's is the last one that passed, the key's is looked up.
+// the envelope's is one of the last that passed, the key's is looked up.
 struct KnownKey {
     Envelope* envelope = nullptr;
     KeyStore::Cursor cursor; // none: not to be had quickly
 };
 
 [[gnu::always_inline]] inline KnownKey knownKey(Host& host, host::Envelope raw, host::Key key) {
-    const LastEnvelope& last = host.lastEnvelope;
-    if (raw != last.handle || !last.envelope) return {};
-    return {last.envelope, last.envelope->keys.at(Wire<KeyHandle>::in(host, key))};
+    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(raw);
+    if (!last) return {};
+    return {last->envelope, last->envelope->keys.at(Wire<KeyHandle>::in(host, key))};
 }
 
 bool isParameter(int attribute) {

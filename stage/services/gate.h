@@ -101,17 +101,18 @@ struct Wire<Id> {
     static Raw out(Id id) { return encode(id); }
 };
 
-// Commands call again and again for one envelope: the host remembers the last one.
+// Commands call again and again for one envelope or two: the host remembers the last ones.
 template <>
 struct Wire<EnvelopeRef> {
     using Raw = host::Envelope;
     static EnvelopeRef in(Host& host, Raw raw) {
-        LastEnvelope& last = host.lastEnvelope;
-        if (raw != last.handle || !raw) [[unlikely]] {
+        const LastEnvelopes::Entry* last = host.lastEnvelopes.find(raw);
+        if (!last) [[unlikely]] {
             const EnvelopeId id = Wire<EnvelopeId>::in(host, raw);
-            last = {raw, id, &host.mutableScene().mutableEnvelope(id)};
+            last =
+                &host.lastEnvelopes.remember({raw, id, &host.mutableScene().mutableEnvelope(id)});
         }
-        return {last.id, *last.envelope};
+        return {last->id, *last->envelope};
     }
 };
 

@@ -9,6 +9,7 @@
 #include "stage/panels/front_end.h"
 #include "stage/scene/journal.h"
 
+#include <array>
 #include <functional>
 #include <map>
 #include <optional>
@@ -32,11 +33,30 @@ struct MisuseError {
     std::string reason;
 };
 
-// The envelope that the plug-in's last call was about.
-struct LastEnvelope {
-    host::Envelope handle = nullptr;
-    EnvelopeId id = EnvelopeId::none;
-    Envelope* envelope = nullptr;
+// The two envelopes that the plug-in's last calls were about: keys are copied from one to another.
+class LastEnvelopes {
+public:
+    struct Entry {
+        host::Envelope handle = nullptr;
+        EnvelopeId id = EnvelopeId::none;
+        Envelope* envelope = nullptr;
+    };
+
+    // Null where it is neither of them; a null handle never is.
+    const Entry* find(host::Envelope handle) const {
+        for (const Entry& entry : entries_)
+            if (entry.handle == handle && entry.envelope) return &entry;
+        return nullptr;
+    }
+    const Entry& remember(const Entry& entry) {
+        oldest_ = 1 - oldest_;
+        return entries_[1 - oldest_] = entry;
+    }
+    void forget() { entries_ = {}; }
+
+private:
+    std::array<Entry, 2> entries_;
+    std::size_t oldest_ = 0;
 };
 
 // For tests of the pair of plug-in and stage.
@@ -121,8 +141,8 @@ public:
     HostFaults faults;
 
     // To be forgotten whenever an envelope goes.
-    LastEnvelope lastEnvelope;
-    void forgetEnvelope() { lastEnvelope = {}; }
+    LastEnvelopes lastEnvelopes;
+    void forgetEnvelope() { lastEnvelopes.forget(); }
 
     // File states by handle.
     std::map<std::uintptr_t, SaveFile> saveFiles;

@@ -58,6 +58,17 @@ TEST(Matrices, multiply_in_place_and_invert_what_can_be_inverted) {
         EXPECT_NEAR(unit.m[i], i % 5 == 0 ? 1 : 0, 1e-6);
     EXPECT_NEAR(det4(&a), 2 * (3 * 1.5 - 0.25) + 0.5 * 1.5, 1e-6) << "along the first row";
 
+    // Row 1, column 2 of the cofactors; the minor's columns are 0, 1 and 3.
+    const Mat4 full{{2, 0.5f, 3, 1, -1, 3, 0.25f, 5, 0, 1, 1.5f, 7, 4, -5, 6, 1}};
+    Matrix minor;
+    initm3(&minor, 2, 0.5f, 1, 0, 1, 7, 4, -5, 1);
+    Mat4 adjoint;
+    adjoint4(&full, &adjoint);
+    EXPECT_EQ(adjoint.m[4 * 2 + 1], -det3(&minor));
+    matmul4(&full, &adjoint, &unit);
+    for (int i = 0; i < 16; ++i)
+        EXPECT_NEAR(unit.m[i], i % 5 == 0 ? det4(&full) : 0, 1e-4);
+
     Mat4 singular = identity(), kept{{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}};
     singular.m[5] = 0.9e-6f;
     inverse4(&singular, &kept);
@@ -92,6 +103,16 @@ Matrix rotationOf(const HPB& angles) {
     Mat4 m = identity();
     get_rotate(&angles, &m);
     return {{m.m[0], m.m[1], m.m[2], m.m[4], m.m[5], m.m[6], m.m[8], m.m[9], m.m[10]}};
+}
+
+TEST(Rotations, about_three_axes_are_the_product_of_three_turns) {
+    const Matrix bank = rotationOf({0, 0, 0.3}), pitch = rotationOf({0, -1.1, 0});
+    const Matrix heading = rotationOf({2.5, 0, 0}), all = rotationOf({2.5, -1.1, 0.3});
+    Matrix product;
+    matmul3(&bank, &pitch, &product);
+    matmul3(&product, &heading, &product);
+    for (int i = 0; i < 9; ++i)
+        EXPECT_NEAR(all.m[i], product.m[i], 1e-6) << i;
 }
 
 TEST(Rotations, come_back_as_angles_and_near_the_vertical_as_a_bank) {

@@ -55,7 +55,7 @@ TEST(KeyStore, agrees_with_a_plain_map_over_random_edits) {
                 const double time = seed % 2 ? static_cast<double>(random() % 5000) : round * 0.5;
                 const double value = static_cast<double>(random() % 100);
                 const auto shape = random() % 2 ? Shape::linear : Shape::hold;
-                const KeyHandle handle = store.insert(time, value, shape);
+                const KeyHandle handle = store.handle(store.insert(time, value, shape));
                 const bool fresh = !model.keys.contains(time);
                 KeyData& key = model.keys[time];
                 if (fresh) key = {time, value, shape, {}};

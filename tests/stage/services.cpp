@@ -159,8 +159,15 @@ TEST_F(Services, working_envelopes_do_not_outlive_their_event) {
         const auto copy = envelopes.createEnvelope(group, "Temporary", host::floatEnvelope);
         envelopes.copyEnvelope(copy, source);
         EXPECT_EQ(envelopes.evaluate(copy, 1), 4);
-        envelopes.destroyKey(copy, envelopes.findKey(copy, 1));
+        const auto key = envelopes.findKey(copy, 1), kept = envelopes.findKey(source, 1);
+        EXPECT_EQ(envelopes.nextKey(copy, key), nullptr);
+        EXPECT_EQ(envelopes.nextKey(source, kept), nullptr);
+        envelopes.destroyKey(copy, key);
         envelopes.destroyEnvelope(copy);
+        double value = 0;
+        EXPECT_FALSE(envelopes.keyGet(copy, key, host::keyValue, &value)) << "gone at once";
+        EXPECT_EQ(std::exchange(host.misuses, {}).size(), 1u);
+        EXPECT_TRUE(envelopes.keyGet(source, kept, host::keyValue, &value));
         envelopes.createEnvelope(group, "Forgotten", host::floatEnvelope);
     });
     EXPECT_EQ(host.scene().keyCount(), keys + 1);
