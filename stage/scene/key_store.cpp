@@ -152,7 +152,8 @@ KeyStore::Block* KeyStore::blockFor(double time) const {
     return blocks_[static_cast<std::size_t>(above - separators_.begin()) - 1];
 }
 
-KeyStore::Place KeyStore::searchNear(double time) const {
+// The first key at or after the time; the block's end where all its keys are earlier.
+KeyStore::Place KeyStore::lowerBound(double time) const {
     // Most look-ups are for the place of the last one, or follow it closely.
     if (Block* block = finger_.block) {
         const int count = block->count;

@@ -95,7 +95,8 @@ public:
     Cursor begin() const { return head_ ? Cursor(head_, head_->firstSlot()) : Cursor(); }
     Cursor last() const { return tail_ ? Cursor(tail_, tail_->lastSlot()) : Cursor(); }
     Cursor atOrAfter(double time) const { // the first key at or after a time
-        const auto [block, index] = lowerBound(time);
+        // What is looked at is mostly looked at again, at the same time.
+        const auto [block, index] = isLowerBound(finger_, time) ? finger_ : lowerBound(time);
         if (!block) return {};
         if (index < block->count) return {block, block->slotOf(index)};
         return block->next ? Cursor(block->next, block->next->firstSlot()) : Cursor();
@@ -184,17 +185,14 @@ private:
         }
     };
 
-    // The first key at or after the time; the block's end where all its keys are earlier.
-    Place lowerBound(double time) const {
-        // The item that is looked at is mostly looked at again, at the same time.
-        const auto [block, index] = finger_;
-        if (block && index > 0 && index < block->count && block->timeAt(index - 1) < time &&
-            block->timeAt(index) >= time)
-            return finger_;
-        return searchNear(time);
+    // True where the place is certain to be the lower bound, from what its block alone tells.
+    static bool isLowerBound(Place place, double time) {
+        const auto [block, index] = place;
+        return block && index > 0 && index < block->count && block->timeAt(index - 1) < time &&
+               block->timeAt(index) >= time;
     }
-    Place searchNear(double time) const; // the same, from the last place on
-    Place search(double time) const;     // the same, wherever the last place was
+    Place lowerBound(double time) const;
+    Place search(double time) const; // the same, wherever the last place was
     Block* blockFor(double time) const;
     KeyHandle handleAt(Block* block, int slot);
     KeyHandle handleOf(std::uint32_t link) const {

@@ -49,14 +49,13 @@ public:
         return nullptr;
     }
     const Entry& remember(const Entry& entry) {
-        oldest_ = 1 - oldest_;
-        return entries_[1 - oldest_] = entry;
+        entries_[1] = entries_[0];
+        return entries_[0] = entry;
     }
     void forget() { entries_ = {}; }
 
 private:
-    std::array<Entry, 2> entries_;
-    std::size_t oldest_ = 0;
+    std::array<Entry, 2> entries_; // the newest first
 };
 
 // For tests of the pair of plug-in and stage.
