@@ -21,7 +21,8 @@ ClipPicker::ClipPicker(Document& document, QWidget* parent)
         if (clip != clips_->currentText()) emit chosen(clip);
     });
     connect(&document, &Document::changed, this, [this](Changes what) {
-        if (what & Change::scene) showClips();
+        const auto count = static_cast<std::size_t>(clips_->count());
+        if (what & Change::scene || count != document_.clips().size()) showClips();
     });
     showClips();
 }

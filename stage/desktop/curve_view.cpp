@@ -29,6 +29,7 @@ QColor curveColour(int index, bool dark) {
 
 CurveView::CurveView(Document& document, QWidget* parent) : QWidget(parent), document_(document) {
     setMinimumHeight(80);
+    setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
     connect(&document, &Document::changed, this, [this](Changes what) {
         if (what & (Changes(Change::scene) | Change::selection | Change::keys)) {
             const Scene& scene = document_.scene();

@@ -56,6 +56,10 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
 Result<std::vector<std::string>> Document::save(const std::filesystem::path& path) {
     auto written = writeScene(scene(), path);
     if (!written) return written.problem();
+    if (formatOf(path) != formatOf(path_)) { // which holds this one alone
+        clips_.clear();
+        clip_.clear();
+    }
     path_ = path;
     imported_ = false;
     savedPosition_ = position_;

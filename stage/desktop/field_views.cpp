@@ -4,6 +4,8 @@
 #include "stage/desktop/typed_field.h"
 #include "stage/panels/actions.h"
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QSignalBlocker>
 #include <QSlider>
 
@@ -39,6 +41,7 @@ public:
         slider_->setRange(model.minimum, std::max(model.minimum, model.maximum));
         slider_->setPageStep(10);
         setFocusProxy(slider_);
+        slider_->installEventFilter(this);
         connect(slider_, &QSlider::valueChanged, this, [this](int value) {
             (void)use([value](ControlModel& control) { return setInteger(control, value); });
             showValue();
@@ -47,6 +50,16 @@ public:
     bool settle() override { return field_->settleOrStay(); }
 
 private:
+    // Numbers that are typed on the slider are meant for its field.
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() != QEvent::KeyPress) return false;
+        const QString typed = static_cast<QKeyEvent*>(event)->text();
+        if (typed.isEmpty() || !(typed[0].isDigit() || typed[0] == QLatin1Char('-'))) return false;
+        field_->setFocus();
+        field_->selectAll();
+        QApplication::sendEvent(field_, event);
+        return true;
+    }
     Result<> enter(const std::string& text) {
         auto entered =
             use([&](ControlModel& control) { return setByText(control, text, scene()); });

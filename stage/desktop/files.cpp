@@ -46,6 +46,25 @@ bool isSceneFormat(const Format& format) {
     return format.extensions.front() == sceneExtension;
 }
 
+bool isSceneFile(const std::filesystem::path& path) {
+    const Format* format = formatOf(path);
+    return format && isSceneFormat(*format);
+}
+
+QString shownName(const std::filesystem::path& path) {
+    return QString::fromStdString(path.filename().string());
+}
+
+// A few of them, and how many more there are.
+QString lines(const std::vector<std::string>& warnings) {
+    constexpr std::size_t most = 12;
+    QStringList rows;
+    for (std::size_t i = 0; i < std::min(most, warnings.size()); ++i)
+        rows << QString::fromStdString(warnings[i]);
+    if (warnings.size() > most) rows << QObject::tr("and %1 more").arg(warnings.size() - most);
+    return rows.join(QLatin1Char('\n'));
+}
+
 QString droppedFile(const QDropEvent& event) {
     const QList<QUrl> urls = event.mimeData()->urls();
     return urls.size() == 1 ? urls.first().toLocalFile() : QString();
@@ -54,17 +73,32 @@ QString droppedFile(const QDropEvent& event) {
 } // namespace
 
 bool MainWindow::told(const Result<std::vector<std::string>>& result) {
-    if (!result) {
+    if (!result)
         QMessageBox::critical(this, tr("Error"), QString::fromStdString(result.problem().text()));
-        return false;
-    }
-    if (result.value().empty()) return true;
-    constexpr std::size_t most = 12;
-    QString text;
-    for (std::size_t i = 0; i < std::min(most, result.value().size()); ++i)
-        text += QString::fromStdString(result.value()[i]) + QLatin1Char('\n');
-    if (result.value().size() > most) text += tr("and %1 more").arg(result.value().size() - most);
-    QMessageBox::warning(this, tr("Not all of it"), text.trimmed());
+    else if (!result.value().empty())
+        QMessageBox::warning(this, tr("Not all of it"), lines(result.value()));
+    return result.ok();
+}
+
+// What a format cannot hold shows when it is written: a trial tells, before a file is replaced.
+// What was accepted once for a file is not asked about again.
+bool MainWindow::mayLose(const std::filesystem::path& path) {
+    auto scratch = ScratchFolder::create();
+    if (isSceneFile(path) || !scratch) return true;
+    auto trial = [&] {
+        const BusyCursor busy;
+        return writeScene(document_.scene(), scratch->path() / path.filename());
+    }();
+    if (!trial || trial->warnings.empty()) return true; // what is wrong shows again
+    const QString losses = lines(trial->warnings);
+    const auto question = std::pair(path, losses);
+    if (accepted_ == question) return true;
+    QMessageBox box(QMessageBox::Warning, tr("Not all of it"), losses,
+                    QMessageBox::Save | QMessageBox::Cancel, this);
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(tr("Write %1 nevertheless?").arg(shownName(path)));
+    if (box.exec() != QMessageBox::Save) return false;
+    accepted_ = question;
     return true;
 }
 
@@ -89,23 +123,25 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
 }
 
 bool MainWindow::saveFile(const QString& path) {
-    if (document_.isBusy()) return false;
+    const std::filesystem::path file = path.toStdString();
+    if (document_.isBusy() || !mayLose(file)) return false;
     const auto saved = [&] {
         const BusyCursor busy;
-        return document_.save(path.toStdString());
+        return document_.save(file);
     }();
-    if (!told(saved)) return false;
+    if (!saved) return told(saved);
     rememberFile(path);
     return true;
 }
 
 bool MainWindow::exportFile(const QString& path) {
-    if (document_.isBusy()) return false;
+    const std::filesystem::path file = path.toStdString();
+    if (document_.isBusy() || !mayLose(file)) return false;
     const auto written = [&] {
         const BusyCursor busy;
-        return document_.exportTo(path.toStdString());
+        return document_.exportTo(file);
     }();
-    return told(written);
+    return written ? true : told(written);
 }
 
 // The same file again, with the same items selected.

@@ -12,11 +12,27 @@
 #include <QAction>
 #include <QDockWidget>
 #include <QLabel>
+#include <QPainter>
+#include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QVBoxLayout>
 
 namespace cadencora::stage {
+
+namespace {
+
+// A line that shows by dots where it is cut.
+class LineLabel : public QLabel {
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        const QString line =
+            fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+        painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, line);
+    }
+};
+
+} // namespace
 
 MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
     frontEnd_.setMainWindow(this);
@@ -30,7 +46,7 @@ MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
     connect(&document_, &Document::changed, this, &MainWindow::showNews);
     connect(&document_.clock(), &WorkClock::working, news_, &QLabel::setText);
     showNews();
-    resize(1180, 760);
+    resize(QSize(1180, 760).boundedTo(screen()->availableSize() * 0.95));
     tree_->setFocus();
 }
 
@@ -73,7 +89,7 @@ void MainWindow::addViews() {
     resizeDocks({items, steps}, {230, 230}, Qt::Horizontal);
     resizeDocks({items, steps}, {430, 230}, Qt::Vertical);
 
-    news_ = new QLabel;
+    news_ = new LineLabel;
     news_->setContentsMargins(4, 0, 0, 0);
     news_->setTextFormat(Qt::PlainText);
     news_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);

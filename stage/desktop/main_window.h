@@ -60,6 +60,7 @@ private:
     void fillRecent(QMenu& menu);
     void showNews();
     bool told(const Result<std::vector<std::string>>& result);
+    bool mayLose(const std::filesystem::path& path); // what a format cannot hold
 
     DesktopFrontEnd frontEnd_;
     Document document_;
@@ -67,7 +68,8 @@ private:
     ItemTree* tree_ = nullptr;
     Viewport* viewport_ = nullptr;
     CurveView* curves_ = nullptr;
-    bool isReading_ = false; // a file
+    bool isReading_ = false;                             // a file
+    std::pair<std::filesystem::path, QString> accepted_; // losses, for a file
     QLabel* news_ = nullptr;
     QLabel* frame_ = nullptr;
     QAction* undo_ = nullptr;

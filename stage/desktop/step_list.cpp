@@ -31,21 +31,20 @@ void addRow(QTreeWidgetItem* step, const std::string& text) {
 
 StepList::StepList(Document& document, QWidget* parent)
     : QWidget(parent), document_(document), steps_(new QTreeWidget),
-      save_(new QPushButton(tr("Save Recipe…"))) {
+      save_(new QPushButton(tr("Save Recipe…"))), clear_(new QPushButton(tr("Clear"))) {
     steps_->setHeaderHidden(true);
     steps_->setUniformRowHeights(true);
-    auto* clear = new QPushButton(tr("Clear"));
-    clear->setToolTip(tr("Forget the steps; the scene stays as it is"));
+    clear_->setToolTip(tr("Forget the steps; the scene stays as it is"));
     save_->setToolTip(tr("Write the steps into a file that the program cadencora runs"));
     connect(save_, &QPushButton::clicked, this, &StepList::askSave);
-    connect(clear, &QPushButton::clicked, &document, &Document::clearRecording);
+    connect(clear_, &QPushButton::clicked, &document, &Document::clearRecording);
     auto* rows = new QVBoxLayout(this);
     rows->setContentsMargins(0, 0, 0, 0);
     rows->addWidget(steps_);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(save_);
-    buttons->addWidget(clear);
+    buttons->addWidget(clear_);
     rows->addLayout(buttons);
     connect(&document, &Document::changed, this, [this](Changes what) {
         if (!(what & Change::time) || what & ~Changes(Change::time)) rebuild();
@@ -69,7 +68,8 @@ void StepList::rebuild() {
         addRow(row, "cannot be repeated as it was: " + recorded.shortfall);
         row->setIcon(0, style()->standardIcon(QStyle::SP_MessageBoxWarning));
     }
-    save_->setEnabled(steps_->topLevelItemCount() > 0);
+    for (QPushButton* button : {save_, clear_})
+        button->setEnabled(steps_->topLevelItemCount() > 0);
     steps_->expandAll();
     steps_->scrollToBottom();
 }

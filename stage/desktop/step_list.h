@@ -21,6 +21,7 @@ private:
     Document& document_;
     QTreeWidget* steps_;
     QPushButton* save_;
+    QPushButton* clear_;
 };
 
 } // namespace cadencora::stage

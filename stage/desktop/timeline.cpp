@@ -18,6 +18,7 @@ constexpr int margin = 14;
 
 Timeline::Timeline(Document& document, QWidget* parent) : QWidget(parent), document_(document) {
     setMouseTracking(true);
+    setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(&document, &Document::changed, this, [this](Changes what) {
         if (what & ~Changes(Change::time)) findKeys();

@@ -132,6 +132,7 @@ QSpinBox* TransportBar::addRangeField(const QString& tip) {
     field->setFocusPolicy(Qt::ClickFocus);
     field->setKeyboardTracking(false);
     layout()->addWidget(field);
+    connect(field, &QSpinBox::editingFinished, field, &QWidget::clearFocus); // as the frame's
     connect(field, &QSpinBox::valueChanged, this, [this] {
         document_.setPreview(first_->value(), last_->value());
         showRange(); // a range that ends before it begins is not taken

@@ -15,6 +15,7 @@ namespace cadencora::stage {
 
 Viewport::Viewport(Document& document, QWidget* parent) : QWidget(parent), document_(document) {
     setMinimumSize(200, 120);
+    setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
     connect(&document, &Document::changed, this, [this](Changes what) {
         if (what.testFlag(Change::scene)) takeSizes();
         update();

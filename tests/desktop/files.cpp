@@ -129,6 +129,31 @@ TEST(Files, what_is_imported_is_not_saved_over_and_what_is_exported_stays_itself
     EXPECT_EQ(bytesOf(desk.file("walk.bvh")), bytesOf(walk));
 }
 
+TEST(Files, losses_are_asked_about_before_a_file_is_replaced_and_once) {
+    Desk desk;
+    ASSERT_TRUE(QFile::copy(walk, desk.file("walk.bvh")));
+    ASSERT_TRUE(desk.window.openFile(desk.file("walk.bvh")));
+    desk.select("Hips");
+    desk.hand.then(&clickOk);
+    desk.hand.then([](QDialog& dialog) {
+        click(button(dialog, "Time")); // keys leave their frames, which the format cannot hold
+        clickOk(dialog);
+    });
+    desk.press("Randomize/Jitter Keys");
+    const auto save = [&](QMessageBox::StandardButton which) {
+        desk.hand.then(
+            [which](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(which)); });
+        desk.key(Qt::Key_S, Qt::ControlModifier);
+    };
+    save(QMessageBox::Cancel);
+    EXPECT_EQ(bytesOf(desk.file("walk.bvh")), bytesOf(walk));
+    EXPECT_TRUE(desk.window.isWindowModified());
+    save(QMessageBox::Save);
+    EXPECT_NE(bytesOf(desk.file("walk.bvh")), bytesOf(walk));
+    EXPECT_FALSE(desk.window.isWindowModified());
+    desk.key(Qt::Key_S, Qt::ControlModifier); // asks no more
+}
+
 TEST(Files, another_clip_is_opened_with_the_same_items_selected) {
     Desk desk;
     const QString file = desk.file("two.gltf");
@@ -156,8 +181,8 @@ TEST(Files, another_clip_is_opened_with_the_same_items_selected) {
         [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Cancel)); });
     QTest::keyClick(clips, Qt::Key_Up);
     EXPECT_EQ(clips->currentText(), QStringLiteral("Clip 1")) << "unsaved changes are asked about";
-    ASSERT_TRUE(desk.window.openFile(desk.file("scene.stage")));
-    EXPECT_FALSE(clips->isVisible());
+    ASSERT_TRUE(desk.window.saveFile(desk.file("one.stage")));
+    EXPECT_FALSE(clips->isVisible()) << "this file holds one alone";
 }
 
 TEST(Files, a_recipe_of_what_was_done_gives_the_same_file_byte_for_byte) {

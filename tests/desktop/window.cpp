@@ -2,6 +2,7 @@
 #include "stage/desktop/timeline.h"
 #include "tests/desktop/desk.h"
 
+#include <QSpinBox>
 #include <QToolButton>
 #include <QWheelEvent>
 
@@ -50,6 +51,13 @@ TEST(Window, keys_move_the_time_and_delete_does_nothing) {
     desk.document().setPreview(5, 50);
     desk.key(Qt::Key_Home);
     EXPECT_EQ(frame(desk), 5);
+    auto* first = desk.window.findChild<QSpinBox*>();
+    first->setFocus();
+    QTest::keyClick(first, Qt::Key_Return);
+    EXPECT_FALSE(first->hasFocus()) << "the keys are the window's again";
+    first->setFocus();
+    click(desk.view<CurveView>());
+    EXPECT_FALSE(first->hasFocus());
     desk.key(Qt::Key_Delete);
     EXPECT_EQ(desk.scene().itemCount(), 7u);
     EXPECT_EQ(desk.scene().keyCount(), 21u);
