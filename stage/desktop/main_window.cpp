@@ -13,7 +13,6 @@
 #include <QDockWidget>
 #include <QLabel>
 #include <QPainter>
-#include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QVBoxLayout>
@@ -46,7 +45,7 @@ MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
     connect(&document_, &Document::changed, this, &MainWindow::showNews);
     connect(&document_.clock(), &WorkClock::working, news_, &QLabel::setText);
     showNews();
-    resize(QSize(1180, 760).boundedTo(screen()->availableSize() * 0.95));
+    resize(1180, 760);
     tree_->setFocus();
 }
 

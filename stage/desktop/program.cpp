@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QScreen>
 #include <QSettings>
 
 #include <cstdio>
@@ -46,6 +47,7 @@ void savePlaces(const MainWindow& window) {
 
 void restorePlaces(MainWindow& window) {
     const QSettings settings;
+    window.resize(window.size().boundedTo(window.screen()->availableSize() * 0.95));
     window.restoreGeometry(settings.value(geometry).toByteArray());
     window.restoreState(settings.value(docks).toByteArray());
 }
