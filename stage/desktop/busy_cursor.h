@@ -14,4 +14,10 @@ public:
     BusyCursor& operator=(const BusyCursor&) = delete;
 };
 
+template <class Work>
+auto whileBusy(const Work& work) {
+    const BusyCursor busy;
+    return work();
+}
+
 } // namespace cadencora::stage

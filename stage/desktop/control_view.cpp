@@ -72,7 +72,11 @@ QString shown(std::string_view text) {
 }
 
 QString buttonText(const ControlModel& model) {
-    return shown(shownLabel(model)).replace(QLatin1Char('&'), QLatin1String("&&"));
+    return withoutShortcut(shown(shownLabel(model)));
+}
+
+QString withoutShortcut(QString text) {
+    return text.replace(QLatin1Char('&'), QLatin1String("&&"));
 }
 
 } // namespace cadencora::stage

@@ -65,6 +65,7 @@ ControlView* makePathButton(ControlModel& model, const PanelContext& context, QW
 
 // Texts of the model as Qt has them; a label's "&" is no shortcut.
 QString shown(std::string_view text);
+QString withoutShortcut(QString text);
 QString buttonText(const ControlModel& model);
 
 } // namespace cadencora::stage

@@ -220,7 +220,7 @@ void CurveView::paintNames(QPainter& painter) const {
 void CurveView::scrub(double x) {
     const Scene& scene = document_.scene();
     const auto frame = std::llround(times_.timeOf(x) * scene.rate.perSecond());
-    document_.setTime(scene.rate.timeOf(frame));
+    document_.goToFrame(frame);
 }
 
 void CurveView::mousePressEvent(QMouseEvent* event) {

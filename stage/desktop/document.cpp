@@ -200,7 +200,7 @@ void Document::setTime(double seconds) {
 void Document::stepFrames(int frames) {
     const double frame = scene().rate.frameOf(scene().currentTime);
     const double from = frames > 0 ? std::floor(frame) : std::ceil(frame);
-    setTime(scene().rate.timeOf(static_cast<std::int64_t>(from) + frames));
+    goToFrame(static_cast<std::int64_t>(from) + frames);
 }
 
 void Document::setPreview(std::int64_t first, std::int64_t last) {

@@ -70,6 +70,7 @@ public:
 
     void select(std::vector<ItemId> items);
     void setTime(double seconds);
+    void goToFrame(std::int64_t frame) { setTime(scene().rate.timeOf(frame)); }
     void stepFrames(int frames); // to whole frames
     void setPreview(std::int64_t first, std::int64_t last);
 

@@ -85,10 +85,8 @@ bool MainWindow::told(const Result<std::vector<std::string>>& result) {
 bool MainWindow::mayLose(const std::filesystem::path& path) {
     auto scratch = ScratchFolder::create();
     if (isSceneFile(path) || !scratch) return true;
-    auto trial = [&] {
-        const BusyCursor busy;
-        return writeScene(document_.scene(), scratch->path() / path.filename());
-    }();
+    auto trial =
+        whileBusy([&] { return writeScene(document_.scene(), scratch->path() / path.filename()); });
     if (!trial || trial->warnings.empty()) return true; // what is wrong shows again
     const QString losses = lines(trial->warnings);
     const auto question = std::pair(path, losses);
@@ -116,8 +114,8 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
     isReading_ = false;
     if (work.isCancelled()) return false;
     if (!*loaded) return told(loaded->problem());
-    const BusyCursor busy;
-    const auto shown = document_.show(std::move(loaded->value()), path.toStdString(), origin);
+    const auto shown = whileBusy(
+        [&] { return document_.show(std::move(loaded->value()), path.toStdString(), origin); });
     rememberFile(path);
     return told(shown);
 }
@@ -125,10 +123,7 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
 bool MainWindow::saveFile(const QString& path) {
     const std::filesystem::path file = path.toStdString();
     if (document_.isBusy() || !mayLose(file)) return false;
-    const auto saved = [&] {
-        const BusyCursor busy;
-        return document_.save(file);
-    }();
+    const auto saved = whileBusy([&] { return document_.save(file); });
     if (!saved) return told(saved);
     rememberFile(path);
     return true;
@@ -137,10 +132,7 @@ bool MainWindow::saveFile(const QString& path) {
 bool MainWindow::exportFile(const QString& path) {
     const std::filesystem::path file = path.toStdString();
     if (document_.isBusy() || !mayLose(file)) return false;
-    const auto written = [&] {
-        const BusyCursor busy;
-        return document_.exportTo(file);
-    }();
+    const auto written = whileBusy([&] { return document_.exportTo(file); });
     return written ? true : told(written);
 }
 

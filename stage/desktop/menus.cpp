@@ -1,5 +1,6 @@
 // The main window's menus and shortcuts.
 
+#include "stage/desktop/control_view.h"
 #include "stage/desktop/curve_view.h"
 #include "stage/desktop/main_window.h"
 #include "stage/desktop/recent_files.h"
@@ -34,10 +35,9 @@ void MainWindow::addFileMenu() {
 void MainWindow::fillRecent(QMenu& menu) {
     menu.clear();
     for (const QString& file : recentFiles())
-        menu.addAction(QString(file).replace(QLatin1Char('&'), QLatin1String("&&")), this,
-                       [this, file] {
-                           if (mayLeave()) openFile(file);
-                       });
+        menu.addAction(withoutShortcut(file), this, [this, file] {
+            if (mayLeave()) openFile(file);
+        });
     if (menu.isEmpty()) menu.addAction(tr("None yet"))->setEnabled(false);
 }
 
@@ -53,17 +53,14 @@ void MainWindow::addTimeMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&Time"));
     menu->addAction(tr("&Play"), QKeySequence(Qt::Key_Space), &playback_, &Playback::toggle);
     menu->addSeparator();
-    const auto toFrame = [this](std::int64_t frame) {
-        document_.setTime(document_.scene().rate.timeOf(frame));
-    };
     menu->addAction(tr("Frame &Back"), QKeySequence(Qt::Key_Left), this,
                     [this] { document_.stepFrames(-1); });
     menu->addAction(tr("Frame &On"), QKeySequence(Qt::Key_Right), this,
                     [this] { document_.stepFrames(1); });
     menu->addAction(tr("&First Frame"), QKeySequence(Qt::Key_Home), this,
-                    [this, toFrame] { toFrame(document_.scene().previewFirst); });
+                    [this] { document_.goToFrame(document_.scene().previewFirst); });
     menu->addAction(tr("&Last Frame"), QKeySequence(Qt::Key_End), this,
-                    [this, toFrame] { toFrame(document_.scene().previewLast); });
+                    [this] { document_.goToFrame(document_.scene().previewLast); });
 }
 
 void MainWindow::addViewMenu() {

@@ -35,7 +35,7 @@ void Playback::showAfter(double seconds) {
     const std::int64_t count = std::max<std::int64_t>(scene.previewLast - first + 1, 1);
     const std::int64_t start = std::max(startFrame_, first);
     const auto passed = static_cast<std::int64_t>(seconds * scene.rate.perSecond() + 1e-6);
-    document_.setTime(scene.rate.timeOf(first + (start - first + passed) % count));
+    document_.goToFrame(first + (start - first + passed) % count);
 }
 
 } // namespace cadencora::stage

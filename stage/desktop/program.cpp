@@ -30,7 +30,7 @@ bool showPlace(Document& document, const QStringList& names, const QString& fram
     bool isNumber = false;
     const int number = frame.toInt(&isNumber);
     if (isNumber)
-        document.setTime(scene.rate.timeOf(number));
+        document.goToFrame(number);
     else
         std::fprintf(stderr, "cadencora-desktop: \"%s\" is no frame\n", qPrintable(frame));
     return isNumber;

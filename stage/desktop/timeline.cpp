@@ -150,7 +150,7 @@ void Timeline::mouseReleaseEvent(QMouseEvent*) {
 void Timeline::drag(double x) {
     const Scene& scene = document_.scene();
     const std::int64_t frame = frameAt(x);
-    if (drag_ == Drag::time) document_.setTime(scene.rate.timeOf(frame));
+    if (drag_ == Drag::time) document_.goToFrame(frame);
     if (drag_ == Drag::first) document_.setPreview(frame, scene.previewLast);
     if (drag_ == Drag::last) document_.setPreview(scene.previewFirst, frame);
 }

@@ -28,13 +28,10 @@ TransportBar::TransportBar(Document& document, Playback& playback, QWidget* pare
     auto* forward = addButton(Sign::forward, tr("A frame on (Right)"));
     auto* end = addButton(Sign::last, tr("Last frame of the preview (End)"));
     play->setObjectName(QStringLiteral("play"));
-    const auto toFrame = [this](std::int64_t frame) {
-        document_.setTime(document_.scene().rate.timeOf(frame));
-    };
     connect(start, &QToolButton::clicked, this,
-            [this, toFrame] { toFrame(document_.scene().previewFirst); });
+            [this] { document_.goToFrame(document_.scene().previewFirst); });
     connect(end, &QToolButton::clicked, this,
-            [this, toFrame] { toFrame(document_.scene().previewLast); });
+            [this] { document_.goToFrame(document_.scene().previewLast); });
     connect(back, &QToolButton::clicked, this, [this] { document_.stepFrames(-1); });
     connect(forward, &QToolButton::clicked, this, [this] { document_.stepFrames(1); });
     connect(play, &QToolButton::clicked, &playback, &Playback::toggle);

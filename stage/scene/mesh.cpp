@@ -4,11 +4,6 @@ namespace cadencora::stage {
 
 namespace {
 
-Vec3 carried(const Affine& by, const Vec3& point) {
-    const Vec3 turned = product(by.linear, point);
-    return {turned[0] + by.offset[0], turned[1] + by.offset[1], turned[2] + by.offset[2]};
-}
-
 // At rest, but for the morphs.
 std::vector<Vec3> morphedPoints(const Scene& scene, const Mesh& mesh, double time) {
     std::vector<Vec3> points;
@@ -32,8 +27,7 @@ std::vector<Affine> jointMoves(const MeshSkin& skin, std::span<const Affine> wor
     moves.reserve(skin.joints.size());
     for (std::size_t j = 0; j < skin.joints.size(); ++j) {
         const Affine& joint = world[static_cast<std::size_t>(skin.joints[j]) - 1];
-        const Affine& bind = skin.inverseBinds[j];
-        moves.push_back({product(joint.linear, bind.linear), carried(joint, bind.offset)});
+        moves.push_back(product(joint, skin.inverseBinds[j]));
     }
     return moves;
 }

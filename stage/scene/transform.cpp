@@ -2,18 +2,6 @@
 
 namespace cadencora::stage {
 
-namespace {
-
-Vec3 sum(const Vec3& a, const Vec3& b) {
-    return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
-}
-
-Vec3 carried(const Affine& by, const Vec3& point) {
-    return sum(product(by.linear, point), by.offset);
-}
-
-} // namespace
-
 Vec3 motionValues(const Scene& scene, ItemId item, MotionChannel first, double time) {
     const auto& channels = scene.item(item).motion;
     Vec3 values{};
@@ -41,10 +29,8 @@ Affine localTransform(const Scene& scene, ItemId id, double time) {
 
 Affine worldTransform(const Scene& scene, ItemId id, double time) {
     Affine world = localTransform(scene, id, time);
-    for (ItemId p = scene.item(id).parent; p != ItemId::none; p = scene.item(p).parent) {
-        const Affine outer = localTransform(scene, p, time);
-        world = {product(outer.linear, world.linear), carried(outer, world.offset)};
-    }
+    for (ItemId p = scene.item(id).parent; p != ItemId::none; p = scene.item(p).parent)
+        world = product(localTransform(scene, p, time), world);
     return world;
 }
 

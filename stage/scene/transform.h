@@ -12,6 +12,16 @@ struct Affine {
     Vec3 offset{};
 };
 
+inline Vec3 carried(const Affine& by, const Vec3& point) {
+    const Vec3 turned = product(by.linear, point);
+    return {turned[0] + by.offset[0], turned[1] + by.offset[1], turned[2] + by.offset[2]};
+}
+
+// Carries as the inner one and then as the outer one does.
+inline Affine product(const Affine& outer, const Affine& inner) {
+    return {product(outer.linear, inner.linear), carried(outer, inner.offset)};
+}
+
 // Three neighbouring motion channels at a time: position, rotation (radians) or scale.
 Vec3 motionValues(const Scene& scene, ItemId item, MotionChannel first, double time);
 

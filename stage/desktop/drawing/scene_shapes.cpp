@@ -30,9 +30,6 @@ double dot(const Vec3& a, const Vec3& b) {
 Vec3 normalOf(const Face& face) {
     return cross(face.corners[1] - face.corners[0], face.corners[2] - face.corners[0]);
 }
-Vec3 carried(const Affine& by, const Vec3& point) {
-    return product(by.linear, point) + by.offset;
-}
 std::size_t numberOf(ItemId item) {
     return static_cast<std::size_t>(item) - 1;
 }
@@ -213,10 +210,8 @@ std::vector<Affine> worldTransforms(const Scene& scene, double time) {
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const ItemId id = Scene::itemAt(i);
         Affine place = localTransform(scene, id, time);
-        if (const ItemId parent = scene.item(id).parent; parent != ItemId::none) {
-            const Affine& outer = world[numberOf(parent)]; // parents come before their children
-            place = {product(outer.linear, place.linear), carried(outer, place.offset)};
-        }
+        if (const ItemId parent = scene.item(id).parent; parent != ItemId::none)
+            place = product(world[numberOf(parent)], place); // parents come before their children
         world.push_back(place);
     }
     return world;
