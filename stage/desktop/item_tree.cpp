@@ -46,7 +46,7 @@ void ItemTree::rebuild() {
         if (item.parent == ItemId::none)
             top.push_back(row);
         else
-            rows_[static_cast<std::size_t>(item.parent) - 1]->addChild(row);
+            rows_[Scene::positionOf(item.parent)]->addChild(row);
         rows_.push_back(row);
     }
     addTopLevelItems(top);
@@ -88,14 +88,14 @@ void ItemTree::markSelection() {
     const auto& selection = document_.scene().selection;
     std::vector<bool> marked(rows_.size(), false);
     for (const ItemId item : selection)
-        marked[static_cast<std::size_t>(item) - 1] = true;
+        marked[Scene::positionOf(item)] = true;
     // In one go, neighbours together: row by row, a selection takes quadratic time.
     QItemSelection rows;
     markRows(*invisibleRootItem(), marked, rows);
     selectionModel()->select(rows, QItemSelectionModel::ClearAndSelect);
     viewport()->update(); // the selection model told nobody
     if (selection.empty()) return;
-    QTreeWidgetItem* last = rows_[static_cast<std::size_t>(selection.back()) - 1];
+    QTreeWidgetItem* last = rows_[Scene::positionOf(selection.back())];
     setCurrentItem(last, 0, QItemSelectionModel::NoUpdate); // where keys go on from
     scrollToItem(last);
 }

@@ -48,7 +48,7 @@ void Viewport::paintEvent(QPaintEvent*) {
     const Scene& scene = document_.scene();
     marked_.assign(scene.itemCount(), false);
     for (const ItemId item : scene.selection)
-        marked_[static_cast<std::size_t>(item) - 1] = true;
+        marked_[Scene::positionOf(item)] = true;
     const std::vector<ScreenShape> shapes = drawnShapes();
     std::size_t lines = 0;
     for (const ScreenShape& shape : shapes)
@@ -90,7 +90,7 @@ void Viewport::paintGrid(QPainter& painter, const View& view) const {
 }
 
 QColor Viewport::colourOf(ItemId item) const {
-    if (marked_[static_cast<std::size_t>(item) - 1]) return {245, 160, 40};
+    if (marked_[Scene::positionOf(item)]) return {245, 160, 40};
     return itemColour(document_.scene().item(item).type, isDark(palette()));
 }
 

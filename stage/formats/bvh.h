@@ -38,9 +38,7 @@ struct BvhMemory final : SourceMemory {
     std::vector<std::vector<Vec3>> angles;
 
     bool knows(ItemId item) const { return static_cast<std::size_t>(item) <= angles.size(); }
-    const std::vector<Vec3>& anglesOf(ItemId item) const {
-        return angles[static_cast<std::size_t>(item) - 1];
-    }
+    const std::vector<Vec3>& anglesOf(ItemId item) const { return angles[Scene::positionOf(item)]; }
 };
 
 // True where the character at `at` is a brace that is a word of its own: names end before it.

@@ -255,7 +255,7 @@ void BvhReader::planColumns() {
             for (std::size_t n = 0; n < 3; ++n)
                 joint.keys[n] =
                     &scene().mutableMotion(id, static_cast<MotionChannel>(heading + n)).keys;
-            joint.remembered = &memory_->angles[static_cast<std::size_t>(id) - 1];
+            joint.remembered = &memory_->angles[Scene::positionOf(id)];
             turned_.push_back(joint);
         }
         first += layout.size();

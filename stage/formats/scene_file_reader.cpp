@@ -328,7 +328,7 @@ bool SceneFileReader::sceneItem(const Place& place, Value value) {
         return fail({&place, owner.name}, "the owner is not an object",
                     "it is a " + std::string(itemTypeName(scene.item(ownerId).type)));
     const std::size_t depth =
-        parentId == ItemId::none ? 1 : depths_[static_cast<std::size_t>(parentId) - 1] + 1;
+        parentId == ItemId::none ? 1 : depths_[Scene::positionOf(parentId)] + 1;
     channels_ += motionChannelCount;
     if (!withinLimit(place, scene.itemCount() + 1, limits_.items, "items") ||
         !withinLimit(place, depth, limits_.depth, "items below items") ||

@@ -26,7 +26,7 @@ std::vector<Affine> jointMoves(const MeshSkin& skin, std::span<const Affine> wor
     std::vector<Affine> moves;
     moves.reserve(skin.joints.size());
     for (std::size_t j = 0; j < skin.joints.size(); ++j) {
-        const Affine& joint = world[static_cast<std::size_t>(skin.joints[j]) - 1];
+        const Affine& joint = world[Scene::positionOf(skin.joints[j])];
         moves.push_back(product(joint, skin.inverseBinds[j]));
     }
     return moves;
@@ -39,7 +39,7 @@ std::vector<Vec3> meshPoints(const Scene& scene, ItemId item, double time,
     const Mesh& mesh = *scene.item(item).mesh;
     std::vector<Vec3> points = morphedPoints(scene, mesh, time);
     if (!mesh.skin) {
-        const Affine& place = world[static_cast<std::size_t>(item) - 1];
+        const Affine& place = world[Scene::positionOf(item)];
         for (Vec3& point : points)
             point = carried(place, point);
         return points;

@@ -143,6 +143,7 @@ public:
 
     // Every item in the order in which it was added, which is parents before children.
     static ItemId itemAt(std::size_t position) { return static_cast<ItemId>(position + 1); }
+    static std::size_t positionOf(ItemId item) { return index(item); } // for tables by item
 
     // The first item of a name in the order of adding; none where there is none.
     ItemId findItem(std::string_view itemName) const;

@@ -30,10 +30,6 @@ double dot(const Vec3& a, const Vec3& b) {
 Vec3 normalOf(const Face& face) {
     return cross(face.corners[1] - face.corners[0], face.corners[2] - face.corners[0]);
 }
-std::size_t numberOf(ItemId item) {
-    return static_cast<std::size_t>(item) - 1;
-}
-
 class Shaper {
 public:
     Shaper(const Scene& scene, double time, double unit)
@@ -68,7 +64,7 @@ public:
     }
 
 private:
-    const Affine& place(ItemId id) const { return world_[numberOf(id)]; }
+    const Affine& place(ItemId id) const { return world_[Scene::positionOf(id)]; }
     Vec3 point(ItemId id) const { return carried(place(id), scene_.item(id).pivot); }
     // A point in an item's own axes, around its pivot.
     Vec3 around(ItemId id, const Vec3& own) const {
@@ -211,7 +207,8 @@ std::vector<Affine> worldTransforms(const Scene& scene, double time) {
         const ItemId id = Scene::itemAt(i);
         Affine place = localTransform(scene, id, time);
         if (const ItemId parent = scene.item(id).parent; parent != ItemId::none)
-            place = product(world[numberOf(parent)], place); // parents come before their children
+            place = product(world[Scene::positionOf(parent)],
+                            place); // parents come before their children
         world.push_back(place);
     }
     return world;
@@ -239,13 +236,13 @@ Sphere sphereAround(const Scene& scene, const std::vector<ItemId>& items, double
             for (const Vec3& point : meshPoints(scene, id, time, world))
                 cover(point);
         if (item.mesh && item.type == ItemType::object) continue; // a skin may be far from its node
-        cover(carried(world[numberOf(id)], item.pivot));
+        cover(carried(world[Scene::positionOf(id)], item.pivot));
         for (const Vec3& end : item.joint.endSites)
-            cover(carried(world[numberOf(id)], item.pivot + end));
+            cover(carried(world[Scene::positionOf(id)], item.pivot + end));
         if (item.type != ItemType::bone) continue;
         for (ItemId child = item.firstChild; child != ItemId::none;
              child = scene.item(child).nextSibling)
-            cover(carried(world[numberOf(child)], scene.item(child).pivot));
+            cover(carried(world[Scene::positionOf(child)], scene.item(child).pivot));
     }
     const double radius = length(high - low) / 2;
     return {0.5 * (low + high), radius > 1e-6 ? radius : 1};
