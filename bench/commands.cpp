@@ -5,8 +5,8 @@
 // cost per key grows with the length of a curve.
 
 #include "stage/module/module.h"
-#include "stage/panels/scripted_user.h"
 #include "stage/services/host.h"
+#include "stage/user/scripted_user.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>

@@ -1,7 +1,7 @@
 // Times reading and writing files, in nanoseconds per key: a motion capture of 60 joints, and 60
 // nodes that are moved, turned and scaled.
 
-#include "stage/formats/format.h"
+#include "stage/formats/registry.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>

@@ -2,8 +2,8 @@
 // dialog to the change report: the work itself, without filling in the dialogs.
 
 #include "stage/module/module.h"
-#include "stage/panels/scripted_user.h"
 #include "stage/services/host.h"
+#include "stage/user/scripted_user.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>
@@ -26,7 +26,7 @@ struct TimedUser : ScriptedUser {
 };
 
 struct Stage {
-    ScratchFolder folder = std::move(ScratchFolder::create().value());
+    TemporaryDirectory folder = std::move(TemporaryDirectory::create().value());
     TimedUser user;
     Host host;
 

@@ -1,6 +1,6 @@
-# One library per folder: cadencora_folder(<target> LINKS <targets>...) makes a static library of
-# the folder's sources, or an interface library where it has headers alone. What a folder may link
-# is what it may include; tests/check_arrows.cmake holds the folders to it.
+# One library per folder, made from the list of arrows: a folder links what it may include.
+
+include(${CMAKE_CURRENT_LIST_DIR}/arrows.cmake)
 
 add_library(cadencora_flags INTERFACE)
 target_compile_options(cadencora_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
@@ -19,16 +19,42 @@ if(CADENCORA_SANITIZE)
     target_link_options(cadencora_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
-function(cadencora_folder target)
-    cmake_parse_arguments(FOLDER "" "" "LINKS" ${ARGN})
-    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-    if(sources)
-        add_library(${target} STATIC ${sources})
-        target_link_libraries(${target} PUBLIC cadencora_flags ${FOLDER_LINKS})
-    else()
-        add_library(${target} INTERFACE)
-        target_link_libraries(${target} INTERFACE cadencora_flags ${FOLDER_LINKS})
-    endif()
+# Makes the libraries of all folders of one half: "stage/formats/text" becomes stage_formats_text, an
+# interface library where it has only headers. Folders that begin with one of the words after EXCEPT
+# are left out, and so are folders named "program", whose sources are those of executables.
+function(cadencora_folders half)
+    cmake_parse_arguments(FOLDERS "" "" "EXCEPT" ${ARGN})
+    foreach(row ${cadencora_arrows})
+        cadencora_row("${row}" folder allowed)
+        set(wanted TRUE)
+        foreach(left_out ${FOLDERS_EXCEPT})
+            string(FIND "${folder}/" "${left_out}/" at)
+            if(at EQUAL 0)
+                set(wanted FALSE)
+            endif()
+        endforeach()
+        if(NOT folder MATCHES "^${half}/" OR folder MATCHES "/program$" OR NOT wanted)
+            continue()
+        endif()
+        file(GLOB_RECURSE found RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
+             ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
+        set(sources "")
+        foreach(source ${found})
+            cadencora_owner("${source}" owner)
+            if(owner STREQUAL folder)
+                list(APPEND sources ${PROJECT_SOURCE_DIR}/${source})
+            endif()
+        endforeach()
+        string(REPLACE "/" "_" target "${folder}")
+        string(REPLACE "/" "_" links "${allowed}")
+        if(sources)
+            add_library(${target} STATIC ${sources})
+            target_link_libraries(${target} PUBLIC cadencora_flags ${links})
+        else()
+            add_library(${target} INTERFACE)
+            target_link_libraries(${target} INTERFACE cadencora_flags ${links})
+        endif()
+    endforeach()
 endfunction()
 
 # For programs that activate the plug-in.

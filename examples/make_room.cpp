@@ -1,7 +1,7 @@
 // Writes the example scene: a room with objects in a family, a lamp with bones, a face with morphs,
 // lights and a camera, with every shape of key and behaviour among their curves.
 
-#include "stage/formats/format.h"
+#include "stage/formats/registry.h"
 
 #include <cmath>
 #include <cstdio>

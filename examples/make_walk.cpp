@@ -3,7 +3,7 @@
 // Centimetres and seconds; Y is up, the walk goes along +Z, left is +X. The hips, the spine and
 // the arms swing in sines; each foot is planted, rolls over its ball and swings on; the legs reach
 // for the feet.
-#include "stage/formats/format.h"
+#include "stage/formats/registry.h"
 
 #include <algorithm>
 #include <cmath>

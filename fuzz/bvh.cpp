@@ -1,4 +1,4 @@
-#include "stage/formats/bvh.h"
+#include "stage/formats/bvh/bvh.h"
 #include "fuzz/reading.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -1,4 +1,4 @@
-#include "stage/formats/motion_file.h"
+#include "stage/formats/native/motion_file.h"
 #include "fuzz/reading.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -2,8 +2,8 @@
 // reader hands over.
 #pragma once
 
-#include "stage/formats/format.h"
-#include "stage/scene/mesh.h"
+#include "stage/formats/registry.h"
+#include "stage/scene/mesh/mesh.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,65 +3,56 @@
 #   cmake -DSOURCE_DIR=<project> -P check_arrows.cmake
 
 cmake_minimum_required(VERSION 3.25)
-
-# <folder>: the folders that it may include besides itself.
-set(arrows
-    "plugin/host:"
-    "plugin/keys:plugin/host"
-    "plugin/math:plugin/host"
-    "plugin/sets:plugin/host plugin/keys plugin/math"
-    "plugin/commands:plugin/host plugin/keys plugin/math plugin/sets"
-    "plugin/transfer:plugin/host plugin/keys plugin/math plugin/sets"
-    "plugin/shell:plugin/host plugin/keys plugin/math plugin/sets plugin/commands plugin/transfer"
-    "stage/base:"
-    "stage/scene:stage/base"
-    "stage/plot:stage/base stage/scene"
-    "stage/panels:stage/base stage/scene plugin/host"
-    "stage/formats:stage/base stage/scene"
-    "stage/services:stage/base stage/scene stage/panels stage/formats plugin/host"
-    "stage/module:stage/base plugin/host"
-    "stage/cli:stage/base stage/scene stage/panels stage/formats stage/services stage/module stage/plot"
-    "stage/desktop:stage/base stage/scene stage/panels stage/formats stage/services stage/module stage/plot")
-set(state_header "plugin/shell/tool_state.h") # read by nearly all; includes plugin/host/ alone
+include(${SOURCE_DIR}/cmake/arrows.cmake)
 
 set(wrong "")
+set(ground "")
+foreach(row ${cadencora_ground_headers})
+    cadencora_row("${row}" header allowed)
+    list(APPEND ground "${header}")
+    set("allowed by ${header}" ${allowed})
+endforeach()
+foreach(row ${cadencora_arrows})
+    cadencora_row("${row}" folder allowed)
+    set("allowed by ${folder}" ${allowed})
+endforeach()
+
+file(GLOB_RECURSE files RELATIVE ${SOURCE_DIR}
+     ${SOURCE_DIR}/plugin/*.h ${SOURCE_DIR}/plugin/*.cpp
+     ${SOURCE_DIR}/stage/*.h ${SOURCE_DIR}/stage/*.cpp)
 set(checked 0)
-foreach(arrow ${arrows})
-    string(REPLACE ":" ";" parts "${arrow} ")
-    list(GET parts 0 folder)
-    string(REGEX REPLACE "^[^:]*:" "" allowed "${arrow}")
-    separate_arguments(allowed)
-    file(GLOB_RECURSE files ${SOURCE_DIR}/${folder}/*.h ${SOURCE_DIR}/${folder}/*.cpp)
-    foreach(file ${files})
-        math(EXPR checked "${checked} + 1")
-        file(RELATIVE_PATH name ${SOURCE_DIR} ${file})
-        file(STRINGS ${file} includes REGEX "^#include ")
-        foreach(include ${includes})
-            if(include MATCHES "^#include [<\"]Q" AND NOT folder STREQUAL "stage/desktop")
-                list(APPEND wrong "${name}: ${include}")
-            endif()
-            if(NOT include MATCHES "^#include \"((plugin|stage)/[a-z]+)/")
-                continue()
-            endif()
-            set(target ${CMAKE_MATCH_1})
-            if(include MATCHES "${state_header}" AND name MATCHES "^plugin/")
-                continue()
-            endif()
-            if(NOT target STREQUAL folder AND NOT target IN_LIST allowed)
-                list(APPEND wrong "${name}: ${include}")
-            endif()
-        endforeach()
+foreach(file ${files})
+    math(EXPR checked "${checked} + 1")
+    cadencora_owner("${file}" owner)
+    set(place "${owner}")
+    if(file IN_LIST ground)
+        set(place "${file}")
+        set(owner "no folder")
+    elseif(owner STREQUAL "")
+        list(APPEND wrong "${file}: no row of the arrows covers its folder")
+        continue()
+    endif()
+    file(STRINGS ${SOURCE_DIR}/${file} includes REGEX "^#include ")
+    foreach(include ${includes})
+        if(include MATCHES "^#include [<\"]Q" AND NOT file MATCHES "^stage/desktop/")
+            list(APPEND wrong "${file}: ${include}")
+        endif()
+        if(NOT include MATCHES "^#include \"((plugin|stage)/[^\"]*)\"")
+            continue()
+        endif()
+        set(header "${CMAKE_MATCH_1}")
+        set(half "${CMAKE_MATCH_2}")
+        if(header IN_LIST ground AND file MATCHES "^${half}/")
+            continue()
+        endif()
+        cadencora_owner("${header}" target)
+        if(NOT target STREQUAL owner AND NOT target IN_LIST "allowed by ${place}")
+            list(APPEND wrong "${file}: ${include}")
+        endif()
     endforeach()
 endforeach()
 
-file(STRINGS ${SOURCE_DIR}/${state_header} includes REGEX "^#include \"")
-foreach(include ${includes})
-    if(NOT include MATCHES "\"plugin/host/")
-        list(APPEND wrong "${state_header}: ${include}")
-    endif()
-endforeach()
-
-if(checked LESS 40)
+if(checked LESS 200)
     message(FATAL_ERROR "only ${checked} files were found below ${SOURCE_DIR}")
 endif()
 if(wrong)

@@ -60,15 +60,15 @@ Result<std::string> readFile(const std::filesystem::path& path, std::uintmax_t l
     return bytes;
 }
 
-AsideFile::AsideFile(int descriptor, std::filesystem::path path, std::filesystem::path aside)
+AtomicFile::AtomicFile(int descriptor, std::filesystem::path path, std::filesystem::path aside)
     : descriptor_(descriptor), path_(std::move(path)), aside_(std::move(aside)) {}
 
-AsideFile::AsideFile(AsideFile&& other) noexcept
+AtomicFile::AtomicFile(AtomicFile&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)), error_(other.error_),
       path_(std::move(other.path_)), aside_(std::move(other.aside_)),
       buffer_(std::move(other.buffer_)) {}
 
-AsideFile& AsideFile::operator=(AsideFile&& other) noexcept {
+AtomicFile& AtomicFile::operator=(AtomicFile&& other) noexcept {
     if (this != &other) {
         discard();
         descriptor_ = std::exchange(other.descriptor_, -1);
@@ -80,11 +80,11 @@ AsideFile& AsideFile::operator=(AsideFile&& other) noexcept {
     return *this;
 }
 
-AsideFile::~AsideFile() {
+AtomicFile::~AtomicFile() {
     discard();
 }
 
-Result<AsideFile> AsideFile::create(const std::filesystem::path& path) {
+Result<AtomicFile> AtomicFile::create(const std::filesystem::path& path) {
     std::error_code ignored;
     // Writing through a link changes what it points at, as an editor would.
     std::filesystem::path target = path;
@@ -104,15 +104,15 @@ Result<AsideFile> AsideFile::create(const std::filesystem::path& path) {
     const mode_t mode = stat(target.c_str(), &old) == 0 ? (old.st_mode & 07777) : newFileMode();
     if (fchmod(descriptor, mode) != 0) { /* the data matters more than the mode */
     }
-    return AsideFile(descriptor, std::move(target), aside);
+    return AtomicFile(descriptor, std::move(target), aside);
 }
 
-void AsideFile::write(std::string_view bytes) {
+void AtomicFile::write(std::string_view bytes) {
     buffer_ += bytes;
     if (buffer_.size() >= bufferSize) flush();
 }
 
-void AsideFile::flush() {
+void AtomicFile::flush() {
     std::string_view rest = buffer_;
     while (error_ == 0 && !rest.empty()) {
         const ssize_t n = ::write(descriptor_, rest.data(), rest.size());
@@ -126,7 +126,7 @@ void AsideFile::flush() {
     buffer_.clear();
 }
 
-Result<> AsideFile::commit(Sync sync) {
+Result<> AtomicFile::commit(Sync sync) {
     flush();
     if (error_ == 0 && sync == Sync::wait && fsync(descriptor_) != 0 && errno != EINVAL)
         error_ = errno;
@@ -137,22 +137,22 @@ Result<> AsideFile::commit(Sync sync) {
     return Problem{"cannot write the file", path_.string(), reason(error_)};
 }
 
-void AsideFile::discard() {
+void AtomicFile::discard() {
     if (descriptor_ < 0) return;
     close(std::exchange(descriptor_, -1));
     unlink(aside_.c_str());
 }
 
-Result<ScratchFolder> ScratchFolder::create() {
+Result<TemporaryDirectory> TemporaryDirectory::create() {
     std::error_code error;
     const auto place = std::filesystem::temp_directory_path(error);
     if (error) return Problem{"there is no place for temporary files", {}, error.message()};
     std::string path = (place / "cadencora-XXXXXX").string();
     if (!mkdtemp(path.data())) return Problem{"cannot make a directory", path, reason(errno)};
-    return ScratchFolder(path);
+    return TemporaryDirectory(path);
 }
 
-ScratchFolder::~ScratchFolder() {
+TemporaryDirectory::~TemporaryDirectory() {
     std::error_code ignored;
     if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
 }
@@ -169,7 +169,7 @@ Result<> checkWritable(const std::filesystem::path& path) {
 }
 
 Result<> writeFile(const std::filesystem::path& path, std::string_view bytes) {
-    auto file = AsideFile::create(path);
+    auto file = AtomicFile::create(path);
     if (!file) return file.problem();
     file->write(bytes);
     return file->commit();

@@ -18,14 +18,14 @@ Result<std::string> readFile(const std::filesystem::path& path,
 
 // A file under construction beside its final place. Until commit() the old file, if any, stays as
 // it is; without commit() nothing is left behind.
-class AsideFile {
+class AtomicFile {
 public:
     // Fails where the directory is missing or may not be written, or where `path` is a directory.
-    static Result<AsideFile> create(const std::filesystem::path& path);
+    static Result<AtomicFile> create(const std::filesystem::path& path);
 
-    AsideFile(AsideFile&& other) noexcept;
-    AsideFile& operator=(AsideFile&& other) noexcept;
-    ~AsideFile();
+    AtomicFile(AtomicFile&& other) noexcept;
+    AtomicFile& operator=(AtomicFile&& other) noexcept;
+    ~AtomicFile();
 
     // Adds bytes; what cannot be written is reported by commit().
     void write(std::string_view bytes);
@@ -36,7 +36,7 @@ public:
     Result<> commit(Sync sync = Sync::wait);
 
 private:
-    AsideFile(int descriptor, std::filesystem::path path, std::filesystem::path aside);
+    AtomicFile(int descriptor, std::filesystem::path path, std::filesystem::path aside);
     void flush();
     void discard();
 
@@ -48,21 +48,22 @@ private:
 
 // A directory of this process alone, in the system's place for temporary files; it goes, with what
 // is in it, with the value.
-class ScratchFolder {
+class TemporaryDirectory {
 public:
-    static Result<ScratchFolder> create();
+    static Result<TemporaryDirectory> create();
 
-    ScratchFolder(ScratchFolder&& other) noexcept : path_(std::exchange(other.path_, {})) {}
-    ScratchFolder& operator=(ScratchFolder&& other) noexcept {
+    TemporaryDirectory(TemporaryDirectory&& other) noexcept
+        : path_(std::exchange(other.path_, {})) {}
+    TemporaryDirectory& operator=(TemporaryDirectory&& other) noexcept {
         std::swap(path_, other.path_);
         return *this;
     }
-    ~ScratchFolder();
+    ~TemporaryDirectory();
 
     const std::filesystem::path& path() const { return path_; }
 
 private:
-    explicit ScratchFolder(std::filesystem::path path) : path_(std::move(path)) {}
+    explicit TemporaryDirectory(std::filesystem::path path) : path_(std::move(path)) {}
     std::filesystem::path path_;
 };
 

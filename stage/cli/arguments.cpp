@@ -1,11 +1,11 @@
 #include "stage/cli/arguments.h"
 
 #include "stage/base/text.h"
-#include "stage/cli/plot_command.h"
-#include "stage/cli/report.h"
-#include "stage/cli/run.h"
-#include "stage/formats/format.h"
-#include "stage/panels/recipe.h"
+#include "stage/cli/commands/plot_command.h"
+#include "stage/cli/commands/run.h"
+#include "stage/cli/report/report.h"
+#include "stage/formats/registry.h"
+#include "stage/user/recipe.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,6 +1,5 @@
-// Files that hold whole scenes: one table of formats, chosen by a file's extension.
-//
-// This folder owns the readers and writers. It calls stage/base and stage/scene, nothing else.
+// What every format's reader and writer share: options, limits, results, and the entry of a format
+// in the table of formats (registry.h).
 #pragma once
 
 #include "stage/base/result.h"
@@ -71,16 +70,5 @@ struct Format {
     // Leaves the old file, if any, as it was unless all went well.
     Result<Written> (*write)(const Scene& scene, const std::filesystem::path& path);
 };
-
-std::span<const Format> formats();
-
-// The format that a path's extension names, in any case; null where there is none.
-const Format* formatOf(const std::filesystem::path& path);
-
-// "known are .bvh (BVH), ...": for messages about an extension that is none of them.
-std::string knownExtensions();
-
-Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& options = {});
-Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path);
 
 } // namespace cadencora::stage

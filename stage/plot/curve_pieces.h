@@ -1,8 +1,8 @@
 // A curve cut into cubic pieces at its keys, which draw it exactly.
 #pragma once
 
-#include "stage/scene/envelope.h"
-#include "stage/scene/frame_rate.h"
+#include "stage/scene/keys/envelope.h"
+#include "stage/scene/keys/frame_rate.h"
 
 #include <array>
 #include <vector>

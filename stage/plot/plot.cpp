@@ -1,8 +1,8 @@
 #include "stage/plot/plot.h"
 
 #include "stage/base/text.h"
+#include "stage/plot/chart.h"
 #include "stage/plot/find_channels.h"
-#include "stage/plot/panel.h"
 #include "stage/plot/svg_text.h"
 
 #include <algorithm>
@@ -119,9 +119,9 @@ double drawKey(std::string& svg, const Shown& shown, double left, double top) {
     return x > left ? y + layout::rowHeight : y;
 }
 
-std::vector<Panel> panelsOf(const PlotRequest& request, const std::vector<ChannelId>& channels,
+std::vector<Chart> panelsOf(const PlotRequest& request, const std::vector<ChannelId>& channels,
                             double first, double last) {
-    std::array<Panel, units.size()> all;
+    std::array<Chart, units.size()> all;
     for (const ChannelId id : channels) {
         const std::size_t unit = unitOf(request.scene, id);
         const auto drawn = [&](const Scene& scene, ChannelId channel) {
@@ -135,8 +135,8 @@ std::vector<Panel> panelsOf(const PlotRequest& request, const std::vector<Channe
         all[unit].unit = units[unit].name;
         all[unit].series.push_back(std::move(series));
     }
-    std::vector<Panel> used;
-    for (Panel& panel : all)
+    std::vector<Chart> used;
+    for (Chart& panel : all)
         if (!panel.series.empty()) used.push_back(std::move(panel));
     return used;
 }
@@ -164,7 +164,7 @@ Result<std::string> plotSvg(const PlotRequest& request) {
     auto panels = panelsOf(request, *channels, seconds.low, seconds.high);
     const double height = panels.size() == 1 ? 300 : panels.size() == 2 ? 220 : 170;
     double left = 68;
-    for (Panel& panel : panels) {
+    for (Chart& panel : panels) {
         for (const Series& series : panel.series)
             if (!series.curve.drawable() ||
                 !std::ranges::all_of(series.ghost, &DrawnCurve::drawable))
@@ -190,7 +190,7 @@ Result<std::string> plotSvg(const PlotRequest& request) {
 
     Shown shown;
     double y = 56;
-    for (const Panel& panel : panels)
+    for (const Chart& panel : panels)
         y = drawPanel(body, panel, frames, left, y, height, shown);
     y -= layout::gap;
     const double labels = y - layout::rowHeight + 16; // the baseline of the lowest frame numbers

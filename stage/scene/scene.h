@@ -5,9 +5,9 @@
 // afterwards envelopes change through an EditScope only (see journal.h).
 #pragma once
 
-#include "stage/scene/envelope.h"
-#include "stage/scene/frame_rate.h"
-#include "stage/scene/rotation.h"
+#include "stage/scene/keys/envelope.h"
+#include "stage/scene/keys/frame_rate.h"
+#include "stage/scene/math/rotation.h"
 
 #include <array>
 #include <cstdint>

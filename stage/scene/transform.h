@@ -1,7 +1,7 @@
 // Where items are: their own values and their place in the world, in double precision.
 #pragma once
 
-#include "stage/scene/rotation.h"
+#include "stage/scene/math/rotation.h"
 #include "stage/scene/scene.h"
 
 namespace cadencora::stage {

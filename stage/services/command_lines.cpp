@@ -2,7 +2,7 @@
 // reported; nothing is guessed.
 
 #include "stage/base/text.h"
-#include "stage/formats/motion_file.h"
+#include "stage/formats/native/motion_file.h"
 #include "stage/scene/transform.h"
 #include "stage/services/file_paths.h"
 #include "stage/services/gate.h"
@@ -93,7 +93,7 @@ Result<std::filesystem::path> motionPath(Host& host, std::string_view text) {
         return motions / escapedFileName(text);
     if (!host.options().writeFiles) return std::filesystem::path(text);
     if (!host.scratch) {
-        auto folder = ScratchFolder::create();
+        auto folder = TemporaryDirectory::create();
         if (!folder) return folder.problem();
         host.scratch = std::move(folder.value());
     }

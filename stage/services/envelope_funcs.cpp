@@ -1,4 +1,4 @@
-#include "stage/formats/motion_file.h"
+#include "stage/formats/native/motion_file.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 

@@ -1,4 +1,4 @@
-#include "stage/formats/motion_file.h"
+#include "stage/formats/native/motion_file.h"
 #include "stage/services/file_paths.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
@@ -33,7 +33,7 @@ host::SaveState openSave(Host& host, std::string_view text, int mode) {
     }
     SaveFile save{path.value(), std::nullopt, {}};
     if (host.options().writeFiles) {
-        auto file = AsideFile::create(save.path);
+        auto file = AtomicFile::create(save.path);
         if (!file) {
             host.report(file.problem());
             return nullptr;
@@ -59,7 +59,7 @@ void closeSave(Host& host, host::SaveState state) {
     }
     save.file->write(save.text);
     // A clip is hundreds of small files: waiting for the disk at each would be most of the time.
-    if (auto written = save.file->commit(AsideFile::Sync::later); !written)
+    if (auto written = save.file->commit(AtomicFile::Sync::later); !written)
         host.report(written.problem());
 }
 

@@ -70,7 +70,7 @@ struct HostFaults {
 // cannot be read is known before anything is changed; it is written when it is closed.
 struct SaveFile {
     std::filesystem::path path;
-    std::optional<AsideFile> file; // nothing in a dry run
+    std::optional<AtomicFile> file; // nothing in a dry run
     std::string text;
 };
 struct LoadFile {
@@ -153,7 +153,7 @@ public:
     std::filesystem::path savedMotionPath;
     std::string savedMotion;
     std::set<std::string, std::less<>> chosenDirectories; // that a plug-in was told by a control
-    std::optional<ScratchFolder> scratch; // for motion files without a directory, once needed
+    std::optional<TemporaryDirectory> scratch; // for motion files without a directory, once needed
 
     // Lets the front end know now and then that calls are coming in.
     void countCall() {

@@ -1,5 +1,5 @@
-#include "stage/panels/recipe.h"
 #include "stage/services/host.h"
+#include "stage/user/recipe.h"
 #include "tests/desktop/desk.h"
 
 #include <QAction>

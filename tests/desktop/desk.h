@@ -2,9 +2,9 @@
 // hand that acts in the dialogs that open.
 #pragma once
 
-#include "stage/desktop/main_window.h"
-#include "stage/desktop/panel_view.h"
-#include "stage/formats/format.h"
+#include "stage/desktop/app/main_window.h"
+#include "stage/desktop/panels/panel_view.h"
+#include "stage/formats/registry.h"
 #include "tests/desktop/some_scene.h"
 
 #include <QApplication>

@@ -1,8 +1,8 @@
-#include "stage/desktop/clip_picker.h"
-#include "stage/desktop/long_work.h"
-#include "stage/desktop/recent_files.h"
+#include "stage/desktop/app/long_work.h"
+#include "stage/desktop/app/recent_files.h"
+#include "stage/desktop/views/clip_picker.h"
 #include "tests/desktop/desk.h"
-#include "tests/stage/formats_gltf_document.h"
+#include "tests/stage/formats/gltf/document.h"
 
 #include <QComboBox>
 #include <QDropEvent>

@@ -1,7 +1,7 @@
 // A mesh for the desktop's tests.
 #pragma once
 
-#include "stage/scene/mesh.h"
+#include "stage/scene/mesh/mesh.h"
 
 namespace cadencora::stage {
 

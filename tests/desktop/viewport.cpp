@@ -1,6 +1,6 @@
-#include "stage/desktop/viewport.h"
+#include "stage/desktop/views/viewport.h"
 #include "tests/desktop/desk.h"
-#include "tests/stage/formats_gltf_document.h"
+#include "tests/stage/formats/gltf/document.h"
 
 #include <QWheelEvent>
 

@@ -1,5 +1,5 @@
-#include "stage/desktop/curve_view.h"
-#include "stage/desktop/timeline.h"
+#include "stage/desktop/views/curve_view.h"
+#include "stage/desktop/views/timeline.h"
 #include "tests/desktop/desk.h"
 
 #include <QSpinBox>

@@ -6,8 +6,9 @@
 #include "plugin/shell/tool_state.h"
 #include "stage/module/module.h"
 #include "stage/panels/actions.h"
-#include "stage/panels/scripted_user.h"
 #include "stage/services/gate.h"
+#include "stage/user/scripted_user.h"
+#include "tests/test_folder.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -194,8 +195,7 @@ inline SceneKeys allKeys(const Scene& scene) {
 }
 
 inline std::string scratchFile(const std::string& name) {
-    return testing::TempDir() + "cadencora_" +
-           testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
+    return testFolder() / name;
 }
 
 inline std::string writeText(const std::string& name, std::string_view text) {

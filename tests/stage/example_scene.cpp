@@ -2,9 +2,9 @@
 // it back to the bit.
 
 #include "stage/module/module.h"
-#include "stage/panels/scripted_user.h"
 #include "stage/services/host.h"
-#include "tests/stage/formats_files.h"
+#include "stage/user/scripted_user.h"
+#include "tests/stage/formats/files.h"
 
 #include <gtest/gtest.h>
 

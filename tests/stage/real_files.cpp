@@ -1,11 +1,11 @@
 // Real motion capture through the real plug-in; skipped where the files are not at hand.
 
-#include "stage/formats/format.h"
+#include "stage/formats/registry.h"
 #include "stage/module/module.h"
-#include "stage/panels/scripted_user.h"
 #include "stage/scene/transform.h"
 #include "stage/services/host.h"
-#include "tests/stage/formats_files.h"
+#include "stage/user/scripted_user.h"
+#include "tests/stage/formats/files.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

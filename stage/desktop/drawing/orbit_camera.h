@@ -3,7 +3,7 @@
 // Right-handed, Y up. Calls stage/scene alone.
 #pragma once
 
-#include "stage/scene/rotation.h"
+#include "stage/scene/math/rotation.h"
 
 #include <optional>
 #include <utility>

@@ -4,7 +4,7 @@
 // Calls stage/scene alone.
 #pragma once
 
-#include "stage/scene/mesh.h"
+#include "stage/scene/mesh/mesh.h"
 
 #include <vector>
 

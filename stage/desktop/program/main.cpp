@@ -1,4 +1,4 @@
-#include "stage/desktop/program.h"
+#include "stage/desktop/app/program.h"
 
 int main(int argc, char** argv) {
     return cadencora::stage::runDesktop(argc, argv);

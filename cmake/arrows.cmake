@@ -1,0 +1,62 @@
+# Which folder may see which: the one list that the link targets (folders.cmake) and the test of the
+# includes (tests/check_arrows.cmake) are made from.
+
+# "<folder>: <the folders that it may include besides itself>". A folder's row covers the folders
+# below it that have no row of their own.
+set(cadencora_arrows
+    "plugin/host:"
+    "plugin/keys: plugin/host"
+    "plugin/math: plugin/host"
+    "plugin/sets: plugin/host plugin/keys plugin/math"
+    "plugin/commands: plugin/host plugin/keys plugin/math plugin/sets"
+    "plugin/transfer: plugin/host plugin/keys plugin/math plugin/sets"
+    "plugin/shell: plugin/host plugin/keys plugin/math plugin/sets plugin/commands plugin/transfer"
+    "stage/base:"
+    "stage/scene/math: stage/base"
+    "stage/scene/keys: stage/base"
+    "stage/scene: stage/base stage/scene/math stage/scene/keys"
+    "stage/scene/mesh: stage/base stage/scene/math stage/scene/keys stage/scene"
+    "stage/plot: stage/base stage/scene/math stage/scene/keys stage/scene"
+    "stage/panels: stage/base stage/scene/math stage/scene/keys stage/scene plugin/host"
+    "stage/user: stage/base stage/scene/math stage/scene/keys stage/scene stage/panels"
+    "stage/formats/text: stage/base stage/scene/keys"
+    "stage/formats/native: stage/base stage/scene/math stage/scene/keys stage/scene stage/formats/text"
+    "stage/formats/bvh: stage/base stage/scene/math stage/scene/keys stage/scene stage/formats/text"
+    "stage/formats/gltf: stage/base stage/scene/math stage/scene/keys stage/scene stage/scene/mesh stage/formats/text"
+    "stage/formats: stage/base stage/scene/math stage/scene/keys stage/scene stage/formats/native stage/formats/bvh stage/formats/gltf"
+    "stage/services: stage/base stage/scene/math stage/scene/keys stage/scene stage/panels stage/formats/native plugin/host"
+    "stage/module: stage/base plugin/host"
+    "stage/cli: stage/base stage/scene/math stage/scene/keys stage/scene stage/panels stage/user stage/formats stage/services stage/module stage/plot"
+    "stage/cli/program: stage/cli"
+    "stage/desktop/drawing: stage/base stage/scene/math stage/scene/keys stage/scene stage/scene/mesh"
+    "stage/desktop: stage/base stage/scene/math stage/scene/keys stage/scene stage/scene/mesh stage/panels stage/user stage/formats stage/services stage/module stage/desktop/drawing"
+    "stage/desktop/program: stage/desktop")
+
+# "<header>: <the folders that it may include>". Any folder of the same half may include these,
+# whatever its own row says, since they include so little themselves.
+set(cadencora_ground_headers
+    "plugin/shell/tool_state.h: plugin/host"
+    "stage/formats/format.h: stage/base stage/scene/math stage/scene/keys stage/scene")
+
+# The folders that the row of one begins with.
+macro(cadencora_row row folder allowed)
+    string(REGEX MATCH "^[^:]*" ${folder} "${row}")
+    string(REGEX REPLACE "^[^:]*:" "" ${allowed} "${row}")
+    separate_arguments(${allowed})
+endmacro()
+
+# Sets `owner` to the folder whose row covers a file, which is given relative to the project; empty
+# where no row does.
+function(cadencora_owner file owner)
+    set(best "")
+    foreach(row ${cadencora_arrows})
+        cadencora_row("${row}" folder allowed)
+        string(LENGTH "${folder}" length)
+        string(LENGTH "${best}" best_length)
+        string(FIND "${file}" "${folder}/" at)
+        if(at EQUAL 0 AND length GREATER best_length)
+            set(best "${folder}")
+        endif()
+    endforeach()
+    set(${owner} "${best}" PARENT_SCOPE)
+endfunction()

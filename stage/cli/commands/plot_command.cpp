@@ -1,0 +1,62 @@
+#include "stage/cli/commands/plot_command.h"
+
+#include "stage/base/file.h"
+#include "stage/plot/plot.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+namespace cadencora::stage {
+
+CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
+    CLI::App* plot = app.add_subcommand("plot", "Draw animation curves as an SVG picture");
+    plot->add_option("FILE", options.input, "Input file")->required();
+    plot->add_option("--channel", options.channels,
+                     "Draw this channel: \"Hips/Rotation.H\" (repeat for several)")
+        ->required()
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    plot->add_option("-o,--output", options.output, "Write to this file (default: print)");
+    plot->add_option("--before", options.before,
+                     "Draw the channels as they are in this file faintly below");
+    plot->add_option("--from", options.from, "First frame (default: all frames)");
+    plot->add_option("--to", options.to, "Last frame");
+    addReading(*plot, options.reading);
+    plot->footer("Example:\n"
+                 "  cadencora plot after.bvh --before walk.bvh --channel Hips/Rotation.H -o a.svg");
+    return plot;
+}
+
+ExitStatus plot(const PlotOptions& options) {
+    const auto reading = readOptionsOf(options.reading);
+    if (!reading) return fail(exitUsage, reading.problem());
+    auto loaded = readInput(options.input, reading.value());
+    if (!loaded) return fail(exitFailed, loaded.problem());
+    std::optional<Loaded> before;
+    if (!options.before.empty()) {
+        auto read = readInput(options.before, reading.value());
+        if (!read) return fail(exitFailed, read.problem());
+        before = std::move(read).value();
+    }
+    auto svg = plotSvg({.scene = loaded->scene,
+                        .channels = options.channels,
+                        .before = before ? &before->scene : nullptr,
+                        .from = options.from,
+                        .to = options.to});
+    if (!svg) {
+        // What is wrong lies in the options; the place is the file that they do not fit.
+        Problem problem = svg.problem();
+        problem.where = options.input;
+        return fail(exitUsage, problem);
+    }
+    if (options.output.empty()) {
+        std::cout << *svg << std::flush;
+        return std::cout ? exitDone : fail(exitFailed, {"cannot write the picture", "", ""});
+    }
+    const auto written = writeFile(options.output, *svg);
+    if (!written) return fail(exitFailed, written.problem());
+    std::cout << "wrote " << options.output << "\n";
+    return exitDone;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,30 @@
+// How the commands read their input files: the options --fps and --clip, and the warnings.
+//
+// Calls the formats; prints on standard error.
+#pragma once
+
+#include "stage/cli/exit_status.h"
+#include "stage/formats/registry.h"
+
+namespace CLI {
+class App;
+}
+
+namespace cadencora::stage {
+
+struct ReadingArguments {
+    std::string rate, clip; // as typed; empty: not given
+};
+
+// Adds --fps and --clip, which parse into `arguments`; they must live as long as `app`.
+void addReading(CLI::App& app, ReadingArguments& arguments);
+
+Result<ReadOptions> readOptionsOf(const ReadingArguments& arguments);
+
+// With the file's warnings on standard error.
+Result<Loaded> readInput(const std::filesystem::path& path, const ReadOptions& options);
+
+// Says what went wrong on standard error and gives the status back.
+ExitStatus fail(ExitStatus status, const Problem& problem);
+
+} // namespace cadencora::stage

@@ -1,0 +1,266 @@
+// Opening and saving in the main window: pickers, dropped files, unsaved changes, messages.
+
+#include "stage/desktop/app/busy_cursor.h"
+#include "stage/desktop/app/long_work.h"
+#include "stage/desktop/app/main_window.h"
+#include "stage/desktop/app/recent_files.h"
+#include "stage/formats/registry.h"
+
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QRegularExpression>
+#include <QUrl>
+
+namespace cadencora::stage {
+
+namespace {
+
+QString patterns(const Format& format) {
+    QString all;
+    for (const std::string_view extension : format.extensions)
+        all += QStringLiteral(" *") +
+               QString::fromUtf8(extension.data(), static_cast<qsizetype>(extension.size()));
+    return all.trimmed();
+}
+
+// "All scenes (...);;BVH (...)" of the formats that can do it.
+QString filters(bool (*can)(const Format&), bool together) {
+    QStringList rows, all;
+    for (const Format& format : formats()) {
+        if (!can(format)) continue;
+        const QString name =
+            QString::fromUtf8(format.name.data(), static_cast<qsizetype>(format.name.size()));
+        rows << name + QStringLiteral(" (") + patterns(format) + QStringLiteral(")");
+        all << patterns(format);
+    }
+    if (together) rows.prepend(QObject::tr("All scenes (%1)").arg(all.join(QLatin1Char(' '))));
+    return rows.join(QStringLiteral(";;"));
+}
+
+constexpr std::string_view sceneExtension = ".stage";
+
+bool isSceneFormat(const Format& format) {
+    return format.extensions.front() == sceneExtension;
+}
+
+bool isSceneFile(const std::filesystem::path& path) {
+    const Format* format = formatOf(path);
+    return format && isSceneFormat(*format);
+}
+
+QString shownName(const std::filesystem::path& path) {
+    return QString::fromStdString(path.filename().string());
+}
+
+// A few of them, and how many more there are.
+QString lines(const std::vector<std::string>& warnings) {
+    constexpr std::size_t most = 12;
+    QStringList rows;
+    for (std::size_t i = 0; i < std::min(most, warnings.size()); ++i)
+        rows << QString::fromStdString(warnings[i]);
+    if (warnings.size() > most) rows << QObject::tr("and %1 more").arg(warnings.size() - most);
+    return rows.join(QLatin1Char('\n'));
+}
+
+QString droppedFile(const QDropEvent& event) {
+    const QList<QUrl> urls = event.mimeData()->urls();
+    return urls.size() == 1 ? urls.first().toLocalFile() : QString();
+}
+
+} // namespace
+
+bool MainWindow::told(const Result<std::vector<std::string>>& result) {
+    if (!result)
+        QMessageBox::critical(this, tr("Error"), QString::fromStdString(result.problem().text()));
+    else if (!result.value().empty())
+        QMessageBox::warning(this, tr("Not all of it"), lines(result.value()));
+    return result.ok();
+}
+
+// What a format cannot hold shows when it is written: a trial tells, before a file is replaced.
+// What was accepted once for a file is not asked about again.
+bool MainWindow::mayLose(const std::filesystem::path& path) {
+    auto scratch = TemporaryDirectory::create();
+    if (isSceneFile(path) || !scratch) return true;
+    auto trial =
+        whileBusy([&] { return writeScene(document_.scene(), scratch->path() / path.filename()); });
+    if (!trial || trial->warnings.empty()) return true; // what is wrong shows again
+    const QString losses = lines(trial->warnings);
+    const auto question = std::pair(path, losses);
+    if (accepted_ == question) return true;
+    QMessageBox box(QMessageBox::Warning, tr("Not all of it"), losses,
+                    QMessageBox::Save | QMessageBox::Cancel, this);
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(tr("Write %1 nevertheless?").arg(shownName(path)));
+    if (box.exec() != QMessageBox::Save) return false;
+    accepted_ = question;
+    return true;
+}
+
+bool MainWindow::openFile(const QString& path, const QString& clip, Document::Origin origin) {
+    if (document_.isBusy() || isReading_) return false;
+    playback_.setPlaying(false);
+    LongWork work(this, tr("Opening %1").arg(QFileInfo(path).fileName()));
+    ReadOptions options;
+    options.meshes = true;
+    if (!clip.isEmpty()) options.clip = clip.toStdString();
+    options.progress = [&work](double share) { return work.progress(share); };
+    std::optional<Result<Loaded>> loaded;
+    isReading_ = true;
+    work.run([&] { loaded = readScene(path.toStdString(), options); });
+    isReading_ = false;
+    if (work.isCancelled()) return false;
+    if (!*loaded) return told(loaded->problem());
+    const auto shown = whileBusy(
+        [&] { return document_.show(std::move(loaded->value()), path.toStdString(), origin); });
+    rememberFile(path);
+    return told(shown);
+}
+
+bool MainWindow::saveFile(const QString& path) {
+    const std::filesystem::path file = path.toStdString();
+    if (document_.isBusy() || !mayLose(file)) return false;
+    const auto saved = whileBusy([&] { return document_.save(file); });
+    if (!saved) return told(saved);
+    rememberFile(path);
+    return true;
+}
+
+bool MainWindow::exportFile(const QString& path) {
+    const std::filesystem::path file = path.toStdString();
+    if (document_.isBusy() || !mayLose(file)) return false;
+    const auto written = whileBusy([&] { return document_.exportTo(file); });
+    return written ? true : told(written);
+}
+
+// The same file again, with the same items selected.
+void MainWindow::openClip(const QString& clip) {
+    const auto origin =
+        document_.isImported() ? Document::Origin::imported : Document::Origin::opened;
+    const auto selection = document_.scene().selection;
+    const std::size_t items = document_.scene().itemCount();
+    if (mayLeave() && openFile(QString::fromStdString(document_.path().string()), clip, origin) &&
+        document_.scene().itemCount() == items)
+        document_.select(selection);
+}
+
+bool MainWindow::startPlugin(const QString& path) {
+    const auto started = document_.startPlugin(
+        path.isEmpty() ? Module::defaultPath() : std::filesystem::path(path.toStdString()));
+    if (!started)
+        QMessageBox::critical(this, tr("Error"), QString::fromStdString(started.problem().text()));
+    return started.ok();
+}
+
+void MainWindow::askOpen() {
+    if (!mayLeave()) return;
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Open a Scene"), folder(),
+        filters([](const Format& format) { return format.read != nullptr; }, true));
+    if (!path.isEmpty()) openFile(path);
+}
+
+// What comes from elsewhere is not saved over by chance.
+void MainWindow::askImport() {
+    if (!mayLeave()) return;
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Import"), folder(),
+        filters([](const Format& format) { return format.read && !isSceneFormat(format); }, true));
+    if (!path.isEmpty()) openFile(path, {}, Document::Origin::imported);
+}
+
+// A file of a kind that is only read, or an imported one, is saved as another.
+bool MainWindow::save() {
+    const Format* format = formatOf(document_.path());
+    if (!format || !format->write || document_.isImported()) return askSave();
+    return saveFile(QString::fromStdString(document_.path().string()));
+}
+
+bool MainWindow::askSave() {
+    const Format* format = formatOf(document_.path());
+    const bool keepsKind = format && format->write && !document_.isImported();
+    const QString path =
+        askTarget(tr("Save the Scene"),
+                  keepsKind ? document_.path().extension().string() : std::string(sceneExtension));
+    return !path.isEmpty() && saveFile(path);
+}
+
+void MainWindow::askExport() {
+    const QString path = askTarget(tr("Export"), ".bvh");
+    if (!path.isEmpty()) exportFile(path);
+}
+
+QString MainWindow::folder() const {
+    return QString::fromStdString(document_.path().parent_path().string());
+}
+
+// A file to write; empty: none. The kind of the extension is offered first.
+QString MainWindow::askTarget(const QString& title, const std::string& extension) {
+    if (document_.isBusy()) return {};
+    QFileDialog picker(
+        this, title, folder(),
+        filters([](const Format& format) { return format.write != nullptr; }, false));
+    picker.setAcceptMode(QFileDialog::AcceptSave);
+    // The ending goes with the kind that is picked.
+    connect(&picker, &QFileDialog::filterSelected, &picker, [&](const QString& filter) {
+        const qsizetype from = filter.indexOf(QLatin1Char('*')) + 2;
+        const qsizetype to = filter.indexOf(QRegularExpression(QStringLiteral("[ )]")), from);
+        picker.setDefaultSuffix(filter.mid(from, to - from));
+    });
+    picker.setDefaultSuffix(QString::fromStdString(extension.substr(1)));
+    for (const QString& filter : picker.nameFilters())
+        if (filter.contains(QString::fromStdString("*" + extension)))
+            picker.selectNameFilter(filter);
+    if (!document_.path().empty())
+        picker.selectFile(QString::fromStdString(document_.path().stem().string() + extension));
+    if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) return {};
+    return picker.selectedFiles().first();
+}
+
+bool MainWindow::mayLeave() {
+    if (document_.isBusy() || isReading_) return false;
+    if (!document_.isModified()) return true;
+    QMessageBox box(QMessageBox::Question, tr("Unsaved changes"),
+                    tr("Save the changes to %1?").arg(QString::fromStdString(document_.name())),
+                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
+    box.setTextFormat(Qt::PlainText);
+    box.setDefaultButton(QMessageBox::Save);
+    switch (box.exec()) {
+    case QMessageBox::Save:
+        return save();
+    case QMessageBox::Discard:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!mayLeave()) return event->ignore();
+    playback_.setPlaying(false);
+    frontEnd_.closePanels();
+    event->accept();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    const Format* format = formatOf(droppedFile(*event).toStdString());
+    if (format && format->read) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    const QString path = droppedFile(*event);
+    event->acceptProposedAction();
+    if (path.isEmpty()) return;
+    // Whoever let go of the file need not wait for the answers.
+    QMetaObject::invokeMethod(
+        this,
+        [this, path] {
+            if (mayLeave()) openFile(path);
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,124 @@
+#include "stage/desktop/app/main_window.h"
+
+#include "stage/desktop/views/clip_picker.h"
+#include "stage/desktop/views/curve_view.h"
+#include "stage/desktop/views/item_tree.h"
+#include "stage/desktop/views/step_list.h"
+#include "stage/desktop/views/timeline.h"
+#include "stage/desktop/views/transport_bar.h"
+#include "stage/desktop/views/viewport.h"
+#include "stage/scene/summary.h"
+
+#include <QAction>
+#include <QDockWidget>
+#include <QLabel>
+#include <QPainter>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+namespace cadencora::stage {
+
+namespace {
+
+// A line that shows by dots where it is cut.
+class LineLabel : public QLabel {
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        const QString line =
+            fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width());
+        painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, line);
+    }
+};
+
+} // namespace
+
+MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
+    frontEnd_.setMainWindow(this);
+    setAcceptDrops(true);
+    addViews();
+    addFileMenu();
+    addEditMenu();
+    addTimeMenu();
+    addViewMenu();
+    addPluginMenu();
+    connect(&document_, &Document::changed, this, &MainWindow::showNews);
+    connect(&document_.clock(), &WorkClock::working, news_, &QLabel::setText);
+    showNews();
+    resize(1180, 760);
+    tree_->setFocus();
+}
+
+MainWindow::~MainWindow() {
+    frontEnd_.closePanels(); // which know the document
+}
+
+void MainWindow::addViews() {
+    viewport_ = new Viewport(document_);
+    curves_ = new CurveView(document_);
+    auto* views = new QSplitter(Qt::Vertical);
+    views->addWidget(viewport_);
+    views->addWidget(curves_);
+    views->setSizes({420, 260});
+    views->setChildrenCollapsible(false);
+
+    auto* centre = new QWidget;
+    auto* rows = new QVBoxLayout(centre);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(2);
+    rows->addWidget(views, 1);
+    rows->addWidget(new Timeline(document_));
+    auto* below = new QHBoxLayout;
+    below->addWidget(new TransportBar(document_, playback_), 1);
+    auto* clips = new ClipPicker(document_);
+    connect(clips, &ClipPicker::chosen, this, &MainWindow::openClip);
+    below->addWidget(clips);
+    rows->addLayout(below);
+    setCentralWidget(centre);
+
+    tree_ = new ItemTree(document_);
+    auto* items = new QDockWidget(tr("Items"), this);
+    items->setObjectName(QStringLiteral("items"));
+    items->setWidget(tree_);
+    addDockWidget(Qt::LeftDockWidgetArea, items);
+    auto* steps = new QDockWidget(tr("Recorded steps"), this);
+    steps->setObjectName(QStringLiteral("steps"));
+    steps->setWidget(new StepList(document_));
+    addDockWidget(Qt::LeftDockWidgetArea, steps);
+    resizeDocks({items, steps}, {230, 230}, Qt::Horizontal);
+    resizeDocks({items, steps}, {430, 230}, Qt::Vertical);
+
+    news_ = new LineLabel;
+    news_->setContentsMargins(4, 0, 0, 0);
+    news_->setTextFormat(Qt::PlainText);
+    news_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    news_->setObjectName(QStringLiteral("news"));
+    frame_ = new QLabel;
+    statusBar()->addWidget(news_, 1);
+    statusBar()->addPermanentWidget(frame_);
+}
+
+void MainWindow::showNews() {
+    const Scene& scene = document_.scene();
+    const QString news = QString::fromStdString(document_.news());
+    if (news_->text() != news) {
+        news_->setText(news);
+        news_->setToolTip(news);
+    }
+    frame_->setText(
+        tr("frame %1 of %2, %3 per second")
+            .arg(QString::fromStdString(frameText(scene.rate.frameOf(scene.currentTime))))
+            .arg(scene.lastFrame)
+            .arg(QString::fromStdString(scene.rate.text())));
+    setWindowTitle(QString::fromStdString(document_.name()) + QStringLiteral("[*] - Cadencora"));
+    setWindowModified(document_.isModified());
+
+    const std::string* undo = document_.host().journal().undoName();
+    const std::string* redo = document_.host().journal().redoName();
+    undo_->setEnabled(undo != nullptr);
+    redo_->setEnabled(redo != nullptr);
+    undo_->setText(undo ? tr("&Undo %1").arg(QString::fromStdString(*undo)) : tr("&Undo"));
+    redo_->setText(redo ? tr("&Redo %1").arg(QString::fromStdString(*redo)) : tr("&Redo"));
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,79 @@
+// The main window: the views of one document, side by side, and its menus.
+#pragma once
+
+#include "stage/desktop/document/document.h"
+#include "stage/desktop/document/playback.h"
+#include "stage/desktop/panels/desktop_front_end.h"
+
+#include <QMainWindow>
+
+class QLabel;
+class QMenu;
+
+namespace cadencora::stage {
+
+class CurveView;
+class ItemTree;
+class StepList;
+class Timeline;
+class Viewport;
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    MainWindow();
+    ~MainWindow() override;
+
+    // As from the menus; what goes wrong is shown, and answered with false.
+    // `clip`: of the file's; empty: the first. Opening can be cancelled, too.
+    bool openFile(const QString& path, const QString& clip = {},
+                  Document::Origin origin = Document::Origin::opened);
+    bool saveFile(const QString& path);
+    bool exportFile(const QString& path);
+    bool startPlugin(const QString& path = {}); // empty: the usual one
+
+    Document& document() { return document_; }
+    Playback& playback() { return playback_; }
+    DesktopFrontEnd& frontEnd() { return frontEnd_; }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void addViews();
+    void addFileMenu();
+    void addEditMenu();
+    void addTimeMenu();
+    void addViewMenu();
+    void addPluginMenu();
+    void askOpen();
+    void askImport();
+    bool save();
+    bool askSave();
+    void askExport();
+    void openClip(const QString& clip);
+    QString folder() const; // of the open file
+    QString askTarget(const QString& title, const std::string& extension);
+    bool mayLeave(); // after asking about unsaved changes
+    void fillRecent(QMenu& menu);
+    void showNews();
+    bool told(const Result<std::vector<std::string>>& result);
+    bool mayLose(const std::filesystem::path& path); // what a format cannot hold
+
+    DesktopFrontEnd frontEnd_;
+    Document document_;
+    Playback playback_;
+    ItemTree* tree_ = nullptr;
+    Viewport* viewport_ = nullptr;
+    CurveView* curves_ = nullptr;
+    bool isReading_ = false;                             // a file
+    std::pair<std::filesystem::path, QString> accepted_; // losses, for a file
+    QLabel* news_ = nullptr;
+    QLabel* frame_ = nullptr;
+    QAction* undo_ = nullptr;
+    QAction* redo_ = nullptr;
+};
+
+} // namespace cadencora::stage

@@ -1,0 +1,89 @@
+// The main window's menus and shortcuts.
+
+#include "stage/desktop/app/main_window.h"
+#include "stage/desktop/app/recent_files.h"
+#include "stage/desktop/panels/control_view.h"
+#include "stage/desktop/views/curve_view.h"
+#include "stage/desktop/views/viewport.h"
+
+#include <QAction>
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QMenu>
+#include <QMenuBar>
+
+namespace cadencora::stage {
+
+void MainWindow::addFileMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&File"));
+    menu->addAction(tr("&Open…"), QKeySequence::Open, this, &MainWindow::askOpen);
+    QMenu* recent = menu->addMenu(tr("Open &Recent"));
+    connect(recent, &QMenu::aboutToShow, this, [this, recent] { fillRecent(*recent); });
+    menu->addSeparator();
+    menu->addAction(tr("&Save"), QKeySequence::Save, this, &MainWindow::save);
+    menu->addAction(tr("Save &As…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this,
+                    &MainWindow::askSave);
+    menu->addSeparator();
+    menu->addAction(tr("&Import…"), QKeySequence(Qt::CTRL | Qt::Key_I), this,
+                    &MainWindow::askImport);
+    menu->addAction(tr("&Export…"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
+                    &MainWindow::askExport);
+    menu->addSeparator();
+    menu->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &QWidget::close);
+}
+
+void MainWindow::fillRecent(QMenu& menu) {
+    menu.clear();
+    for (const QString& file : recentFiles())
+        menu.addAction(withoutShortcut(file), this, [this, file] {
+            if (mayLeave()) openFile(file);
+        });
+    if (menu.isEmpty()) menu.addAction(tr("None yet"))->setEnabled(false);
+}
+
+void MainWindow::addEditMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&Edit"));
+    undo_ = menu->addAction(tr("&Undo"), QKeySequence(Qt::CTRL | Qt::Key_Z), &document_,
+                            &Document::undo);
+    redo_ = menu->addAction(tr("&Redo"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), &document_,
+                            &Document::redo);
+}
+
+void MainWindow::addTimeMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&Time"));
+    menu->addAction(tr("&Play"), QKeySequence(Qt::Key_Space), &playback_, &Playback::toggle);
+    menu->addSeparator();
+    menu->addAction(tr("Frame &Back"), QKeySequence(Qt::Key_Left), this,
+                    [this] { document_.stepFrames(-1); });
+    menu->addAction(tr("Frame &On"), QKeySequence(Qt::Key_Right), this,
+                    [this] { document_.stepFrames(1); });
+    menu->addAction(tr("&First Frame"), QKeySequence(Qt::Key_Home), this,
+                    [this] { document_.goToFrame(document_.scene().previewFirst); });
+    menu->addAction(tr("&Last Frame"), QKeySequence(Qt::Key_End), this,
+                    [this] { document_.goToFrame(document_.scene().previewLast); });
+}
+
+void MainWindow::addViewMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&View"));
+    menu->addAction(tr("&Frame Selection"), QKeySequence(Qt::Key_F), viewport_,
+                    &Viewport::frameSelection);
+    menu->addAction(tr("Fit &Curves"), QKeySequence(Qt::SHIFT | Qt::Key_F), curves_,
+                    &CurveView::fit);
+    menu->addSeparator();
+    for (const QDockWidget* dock : findChildren<QDockWidget*>())
+        menu->addAction(dock->toggleViewAction());
+}
+
+void MainWindow::addPluginMenu() {
+    QMenu* menu = menuBar()->addMenu(tr("&Plug-in"));
+    menu->addAction(tr("&Cadencora"), QKeySequence(Qt::Key_F2), this, [this] {
+        if (!frontEnd_.bringUpPanel()) startPlugin();
+    });
+    menu->addAction(tr("&Start Another…"), this, [this] {
+        const QString path = QFileDialog::getOpenFileName(this, tr("Start a Plug-in"), {},
+                                                          tr("Plug-ins (*.so);;All files (*)"));
+        if (!path.isEmpty()) startPlugin(path);
+    });
+}
+
+} // namespace cadencora::stage

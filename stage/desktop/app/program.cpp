@@ -1,0 +1,100 @@
+#include "stage/desktop/app/program.h"
+
+#include "stage/desktop/app/main_window.h"
+#include "stage/desktop/app/pictures.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QScreen>
+#include <QSettings>
+
+#include <cstdio>
+
+namespace cadencora::stage {
+
+namespace {
+
+// Selects the items and goes to the frame that the arguments name.
+bool showPlace(Document& document, const QStringList& names, const QString& frame) {
+    const Scene& scene = document.scene();
+    std::vector<ItemId> items;
+    for (const QString& name : names) {
+        items.push_back(scene.findItem(name.toStdString()));
+        if (items.back() != ItemId::none) continue;
+        std::fprintf(stderr, "cadencora-desktop: no item is named \"%s\" (%s)\n", qPrintable(name),
+                     scene.namesLike(name.toStdString()).c_str());
+        return false;
+    }
+    if (!items.empty()) document.select(std::move(items));
+    if (frame.isEmpty()) return true;
+    bool isNumber = false;
+    const int number = frame.toInt(&isNumber);
+    if (isNumber)
+        document.goToFrame(number);
+    else
+        std::fprintf(stderr, "cadencora-desktop: \"%s\" is no frame\n", qPrintable(frame));
+    return isNumber;
+}
+
+// The window and its docks lie where they lay at the end of the last start.
+const QString geometry = QStringLiteral("geometry"), docks = QStringLiteral("docks");
+
+void savePlaces(const MainWindow& window) {
+    QSettings settings;
+    settings.setValue(geometry, window.saveGeometry());
+    settings.setValue(docks, window.saveState());
+}
+
+void restorePlaces(MainWindow& window) {
+    const QSettings settings;
+    window.resize(window.size().boundedTo(window.screen()->availableSize() * 0.95));
+    window.restoreGeometry(settings.value(geometry).toByteArray());
+    window.restoreState(settings.value(docks).toByteArray());
+}
+
+} // namespace
+
+int runDesktop(int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Cadencora"));
+    QApplication::setApplicationName(QStringLiteral("cadencora-desktop"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("A keyframe toolbox for 3D animators."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("the scene to open"),
+                                 QStringLiteral("[file]"));
+    const QCommandLineOption start(QStringLiteral("start"),
+                                   QStringLiteral("a plug-in to start at once"),
+                                   QStringLiteral("path"));
+    const QCommandLineOption select(QStringLiteral("select"),
+                                    QStringLiteral("an item to select; may be given again"),
+                                    QStringLiteral("name"));
+    const QCommandLineOption frame(QStringLiteral("frame"), QStringLiteral("the frame to go to"),
+                                   QStringLiteral("number"));
+    const QCommandLineOption pictures(
+        QStringLiteral("pictures"),
+        QStringLiteral("draw the windows into PNG files for the manual, and end"),
+        QStringLiteral("folder"));
+    parser.addOptions({start, select, frame, pictures});
+    parser.process(application);
+    const QStringList files = parser.positionalArguments();
+    if (files.size() > 1) {
+        std::fputs("cadencora-desktop: one file at most\n", stderr);
+        return 2;
+    }
+
+    MainWindow window;
+    const bool draws = parser.isSet(pictures); // in the window's own size
+    if (!draws) restorePlaces(window);
+    window.show();
+    if (!files.isEmpty() && !window.openFile(files.first())) return 1;
+    if (parser.isSet(start) && !window.startPlugin(parser.value(start))) return 1;
+    if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;
+    if (draws) return drawPictures(window, parser.value(pictures));
+    const int status = QApplication::exec();
+    savePlaces(window);
+    return status;
+}
+
+} // namespace cadencora::stage

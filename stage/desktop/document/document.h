@@ -1,0 +1,120 @@
+// The open scene with its host, its file and its history: what every view knows.
+//
+// Owns the host and the recorder; calls all of the stage. Views read scene() and listen to
+// changed(); whatever they let the user do goes through the functions below.
+#pragma once
+
+#include "stage/desktop/document/work_clock.h"
+#include "stage/formats/registry.h"
+#include "stage/module/module.h"
+#include "stage/services/host.h"
+#include "stage/user/recorder.h"
+
+#include <QObject>
+
+#include <filesystem>
+#include <memory>
+
+namespace cadencora::stage {
+
+class DesktopFrontEnd;
+
+// What may look different since the last signal.
+enum class Change : unsigned {
+    time = 1,      // the current time
+    selection = 2, // which items are selected
+    keys = 4,      // keys, channels, the ranges that follow them
+    scene = 8,     // all of it: another scene
+    range = 16     // the preview range
+};
+Q_DECLARE_FLAGS(Changes, Change)
+
+class Document : public QObject {
+    Q_OBJECT
+public:
+    explicit Document(DesktopFrontEnd& frontEnd);
+    ~Document() override;
+
+    const Scene& scene() const { return host_->scene(); }
+    Host& host() { return *host_; }
+    const Host& host() const { return *host_; }
+    // The file that the scene came from or was saved to; empty: none.
+    const std::filesystem::path& path() const { return path_; }
+    bool isImported() const { return imported_; }                    // and not to be saved over
+    const std::vector<std::string>& clips() const { return clips_; } // that the file holds
+    const std::string& clip() const { return clip_; }                // that is open
+    std::string name() const;                                        // for the title
+    bool isModified() const { return position_ != savedPosition_; }
+    bool isBusy() const { return depth_ > 0; } // an event is under way, maybe in a dialog
+
+    // Goes over to a scene that was read from `path`. Answers the warnings of the reading.
+    enum class Origin { opened, imported };
+    Result<std::vector<std::string>> show(Loaded loaded, const std::filesystem::path& path,
+                                          Origin origin = Origin::opened);
+
+    // Each answers warnings. What is exported stays under its own name, saved or not.
+    Result<std::vector<std::string>> save(const std::filesystem::path& path);
+    Result<std::vector<std::string>> exportTo(const std::filesystem::path& path);
+
+    // Opens the plug-in's panel; a file opened later opens it again.
+    Result<> startPlugin(const std::filesystem::path& path);
+    bool hasPlugin() const { return module_.has_value(); }
+
+    // What the user does to a control, one of the functions of actions.h. On a floating panel it is
+    // an edit of its own, named after the control; in a dialog it is part of the edit under way.
+    using Action = std::function<Result<>(ControlModel&)>;
+    Result<> use(ControlModel& control, const Action& action);
+
+    void undo(); // neither does anything while busy
+    void redo();
+
+    void select(std::vector<ItemId> items);
+    void setTime(double seconds);
+    void goToFrame(std::int64_t frame) { setTime(scene().rate.timeOf(frame)); }
+    void stepFrames(int frames); // to whole frames
+    void setPreview(std::int64_t first, std::int64_t last);
+
+    // What the last command, undo or file did, for the status line.
+    const std::string& news() const { return news_; }
+    const ChangeReport& lastChange() const { return lastChange_; }
+
+    Recorder& recorder() { return recorder_; }
+    void clearRecording();
+
+    // An error message is being shown. Outside of dialogs it ends the command, which takes back
+    // what it has done; in a dialog the user goes on.
+    void countError();
+
+    WorkClock& clock() { return clock_; } // of the command under way
+
+signals:
+    void changed(cadencora::stage::Changes what);
+    void controlsChanged(); // panels may look different
+
+private:
+    void adopt(Scene scene);
+    void finishEdit(const ControlModel& control, ChangeReport report);
+    void finishFailed(const ControlModel& control);
+    void tellProblems();
+    Changes differenceFrom(const std::vector<ItemId>& selection, double time) const;
+
+    DesktopFrontEnd& frontEnd_;
+    std::unique_ptr<Host> host_;
+    std::optional<Module> module_;
+    std::filesystem::path path_;
+    bool imported_ = false;
+    std::vector<std::string> clips_;
+    std::string clip_;
+    WorkClock clock_;
+    Recorder recorder_;
+    ChangeReport lastChange_;
+    std::string news_;
+    int depth_ = 0; // of events
+    int errors_ = 0;
+    bool failed_ = false;                  // the command under way has shown an error of its own
+    int position_ = 0, savedPosition_ = 0; // in the history of edits; -1: no longer reachable
+};
+
+} // namespace cadencora::stage
+
+Q_DECLARE_OPERATORS_FOR_FLAGS(cadencora::stage::Changes)

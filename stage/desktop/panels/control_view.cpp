@@ -1,0 +1,82 @@
+#include "stage/desktop/panels/control_view.h"
+
+#include "stage/panels/actions.h"
+
+#include <QLabel>
+#include <QResizeEvent>
+
+namespace cadencora::stage {
+
+ControlView::ControlView(ControlModel& model, const PanelContext& context, QWidget* parent)
+    : QWidget(parent), model_(model), context_(context) {
+    setObjectName(shown(shownLabel(model)));
+    if (model.labelWidth == 0) return;
+    auto* label = new QLabel(shown(shownLabel(model)), this);
+    label->setTextFormat(Qt::PlainText);
+    label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    label_ = label;
+}
+
+QRect ControlView::besideLabel() const {
+    // From where it lies on the panel, so that boxes below each other begin at the same pixel.
+    const int start = context_.metrics.toScreen(model_.rect.x + model_.labelWidth) -
+                      context_.metrics.toScreen(model_.rect.x);
+    return {start, 0, width() - start, height()};
+}
+
+void ControlView::refresh() {
+    setGeometry(context_.metrics.place(model_.rect));
+    // What an erased control had of the focus goes on to its neighbour.
+    setVisible(model_.drawn && !model_.panel->destroyed);
+    if (shownRedraws_ == model_.redraws) return;
+    shownRedraws_ = model_.redraws;
+    if (!model_.panel->destroyed) showValue();
+}
+
+void ControlView::resizeEvent(QResizeEvent*) {
+    if (label_) label_->setGeometry(0, 0, besideLabel().left() - gap(), height());
+    place();
+}
+
+ControlView* makeControlView(ControlModel& model, const PanelContext& context, QWidget* parent) {
+    switch (model.type) {
+    case ControlType::button:
+        return makeButton(model, context, parent);
+    case ControlType::toggle:
+        return makeToggle(model, context, parent);
+    case ControlType::choice:
+        return makeChoice(model, context, parent);
+    case ControlType::tabs:
+        return makeTabs(model, context, parent);
+    case ControlType::integer:
+    case ControlType::number:
+        return makeNumber(model, context, parent);
+    case ControlType::slider:
+        return makeSlider(model, context, parent);
+    case ControlType::listBox:
+        return makeListBox(model, context, parent);
+    case ControlType::item:
+        return makeItemList(model, context, parent);
+    case ControlType::file:
+    case ControlType::directory:
+        return makePathField(model, context, parent);
+    case ControlType::loadButton:
+    case ControlType::saveButton:
+        return makePathButton(model, context, parent);
+    }
+    return nullptr;
+}
+
+QString shown(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString buttonText(const ControlModel& model) {
+    return withoutShortcut(shown(shownLabel(model)));
+}
+
+QString withoutShortcut(QString text) {
+    return text.replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,107 @@
+#include "stage/desktop/panels/desktop_front_end.h"
+
+#include "stage/desktop/document/document.h"
+#include "stage/desktop/panels/panel_view.h"
+
+#include <QApplication>
+#include <QScreen>
+
+namespace cadencora::stage {
+
+namespace {
+
+QString line(const Message& message, std::size_t index) {
+    return index < message.lines.size() ? shown(message.lines[index]) : QString();
+}
+
+} // namespace
+
+DesktopFrontEnd::DesktopFrontEnd() : metrics_(QApplication::font()) {}
+
+DesktopFrontEnd::~DesktopFrontEnd() {
+    closePanels();
+}
+
+int DesktopFrontEnd::displayWidth() const {
+    return metrics_.toPanel(QApplication::primaryScreen()->availableGeometry().width());
+}
+
+int DesktopFrontEnd::displayHeight() const {
+    return metrics_.toPanel(QApplication::primaryScreen()->availableGeometry().height());
+}
+
+void DesktopFrontEnd::showFloating(PanelModel& panel) {
+    auto* window = new PanelWindow(panel, {*document_, metrics_}, mainWindow_);
+    floating_.emplace_back(window);
+    window->bringUp();
+}
+
+bool DesktopFrontEnd::bringUpPanel() {
+    if (floating_.empty() || !floating_.back()) return false;
+    floating_.back()->bringUp();
+    return true;
+}
+
+void DesktopFrontEnd::closePanels() {
+    for (const auto& window : floating_)
+        delete window.data();
+    floating_.clear();
+}
+
+bool DesktopFrontEnd::runModal(PanelModel& panel) {
+    Recorder& recorder = document_->recorder();
+    recorder.dialogOpened(panel);
+    PanelDialog dialog(panel, {*document_, metrics_}, parent());
+    const bool accepted = [&] {
+        const WorkClock::Pause pause(document_->clock());
+        return dialog.exec() == QDialog::Accepted;
+    }();
+    recorder.dialogClosed(panel, accepted, document_->scene());
+    return accepted;
+}
+
+void DesktopFrontEnd::panelDestroyed(PanelModel& panel) {
+    for (auto& window : floating_)
+        if (window && &window->panel() == &panel) {
+            window->hide();
+            window->deleteLater(); // its control may be what destroys the panel
+            window = nullptr;
+        }
+    std::erase(floating_, nullptr);
+}
+
+void DesktopFrontEnd::show(const Message& message) {
+    const bool error = message.kind == MessageKind::error;
+    if (error) document_->countError();
+    askUser(error ? QMessageBox::Critical : QMessageBox::Information,
+            error ? QStringLiteral("Error") : QStringLiteral("Information"), line(message, 0),
+            line(message, 1), QMessageBox::Ok);
+}
+
+bool DesktopFrontEnd::ask(const Message& question) {
+    const int answer = askUser(QMessageBox::Question, line(question, 0), line(question, 1),
+                               line(question, 2), QMessageBox::Yes | QMessageBox::No);
+    document_->recorder().answered(answer == QMessageBox::Yes);
+    return answer == QMessageBox::Yes;
+}
+
+int DesktopFrontEnd::askUser(QMessageBox::Icon icon, const QString& title, const QString& first,
+                             const QString& second, QMessageBox::StandardButtons buttons) {
+    QMessageBox box(icon, title, first, buttons, parent());
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(second);
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    const WorkClock::Pause pause(document_->clock());
+    return box.exec();
+}
+
+void DesktopFrontEnd::working() {
+    document_->clock().tick();
+}
+
+QWidget* DesktopFrontEnd::parent() const {
+    if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+    return mainWindow_;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,95 @@
+#include "stage/formats/bvh/plan.h"
+
+#include "stage/base/text.h"
+
+#include <algorithm>
+
+namespace cadencora::stage {
+
+namespace {
+
+bool isBone(const Item& item) {
+    return item.type == ItemType::bone;
+}
+
+bool hasBones(const Item& item) {
+    return item.firstBone != ItemId::none;
+}
+
+// True where any of the channels from `first` to `last` leaves the value.
+bool leaves(const Scene& scene, const Item& item, MotionChannel first, MotionChannel last,
+            double value) {
+    for (std::size_t c = first; c <= last; ++c)
+        if (!standsAt(scene.envelope(scene.channel(item.motion[c]).envelope), value)) return true;
+    return false;
+}
+
+// A light or a camera, or an object without bones.
+bool isOther(const Scene&, const Item& item) {
+    return !isBone(item) && !hasBones(item);
+}
+
+bool isMovedCarrier(const Scene& scene, const Item& item) {
+    return hasBones(item) &&
+           (leaves(scene, item, positionX, bank, 0) || leaves(scene, item, scaleX, scaleZ, 1));
+}
+
+bool isScaledBone(const Scene& scene, const Item& item) {
+    return isBone(item) && leaves(scene, item, scaleX, scaleZ, 1);
+}
+
+bool hasPivot(const Scene&, const Item& item) {
+    return isBone(item) && (item.pivot != Vec3{} || item.secondRotation != Vec3{});
+}
+
+bool hasFurtherChannels(const Scene& scene, const Item& item) {
+    const ChannelGroup& group = scene.group(item.group);
+    return !group.groups.empty() || group.channels.size() > motionChannelCount;
+}
+
+bool isMisplacedRoot(const Scene& scene, const Item& item) {
+    return isBone(item) && item.parent != item.owner && item.parent != ItemId::none &&
+           !isBone(scene.item(item.parent));
+}
+
+struct Loss {
+    bool (*lost)(const Scene&, const Item&);
+    std::string_view what;
+};
+
+constexpr std::array losses{
+    Loss{isOther, "BVH holds bones alone; left out"},
+    Loss{isMovedCarrier, "BVH does not hold the place of the object that carries the bones"},
+    Loss{isScaledBone, "BVH does not hold the scale"},
+    Loss{hasPivot, "BVH does not hold the pivot point and the second rotation"},
+    Loss{hasFurtherChannels, "BVH does not hold morphs and further channels"},
+    Loss{isMisplacedRoot, "written as a root, without what it stands under"},
+};
+
+} // namespace
+
+std::vector<std::string> bvhLosses(const Scene& scene) {
+    constexpr std::size_t mostNames = 5;
+    std::vector<std::string> warnings;
+    for (const Loss& loss : losses) {
+        std::string names;
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+            const Item& item = scene.item(Scene::itemAt(i));
+            if (!loss.lost(scene, item) || ++count > mostNames) continue;
+            names += (names.empty() ? "" : ", ") + std::string(itemTypeName(item.type)) + " " +
+                     inQuotes(item.name);
+        }
+        if (count > mostNames) names += " and " + std::to_string(count - mostNames) + " more";
+        if (count > 0) warnings.push_back(std::string(loss.what) + ": " + names);
+    }
+    std::size_t carriers = 0;
+    for (std::size_t i = 0; i < scene.itemCount(); ++i)
+        if (hasBones(scene.item(Scene::itemAt(i)))) ++carriers;
+    if (carriers > 1)
+        warnings.push_back("BVH holds one skeleton; the bones of " + std::to_string(carriers) +
+                           " objects are written as roots of it");
+    return warnings;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,319 @@
+#include "stage/formats/gltf/animation/merge.h"
+
+#include "stage/formats/gltf/animation/knots.h"
+#include "stage/formats/gltf/animation/quaternion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace cadencora::stage {
+
+namespace {
+
+// The parts of a span that are looked at; held ones are furthest off at their ends.
+constexpr std::array<double, 4> looks{0.25, 0.5, 0.75, 0.999};
+constexpr std::array<double, 3> turnLooks{0.25, 0.5, 0.75};
+
+Problem tooManyFrames() {
+    return {"the curves would need too many frames", "", "5 million is the limit"};
+}
+
+GltfInterpolation kindOf(const GltfSpans& spans, GltfInterpolation usual, std::size_t knots) {
+    if (spans.held) {
+        const bool alone = !spans.straight && !spans.smooth;
+        return alone ? GltfInterpolation::step : GltfInterpolation::linear;
+    }
+    if (spans.smooth && knots > 1) return GltfInterpolation::cubic;
+    if (spans.straight || usual != GltfInterpolation::step) return GltfInterpolation::linear;
+    return usual;
+}
+
+bool isMixed(const GltfSpans& spans) {
+    return spans.held && (spans.straight || spans.smooth);
+}
+
+// Frames between the first knot and the last one.
+Result<> addFrames(GltfKnots& knots, const FrameRate& rate, GltfMerged& merged) {
+    const auto frames = GltfKnots::framesBetween(knots.times().front(), knots.times().back(), rate);
+    if (!frames) return tooManyFrames();
+    knots.add(*frames);
+    merged.onFrames = true;
+    return done();
+}
+
+Problem notFinite(double time) {
+    return {"a value is not finite", "", "at " + std::to_string(time) + " seconds"};
+}
+
+bool isWritable(double value) {
+    return std::isfinite(static_cast<float>(value));
+}
+
+// A rotation at every knot, ready for the file.
+class RotationMerge {
+public:
+    RotationMerge(GltfKnots& knots, GltfInterpolation kind, const GltfRemembered* remembered)
+        : knots_(knots), kind_(kind),
+          remembered_(remembered && remembered->track.interpolation == kind ? remembered
+                                                                            : nullptr) {
+        readOff();
+    }
+
+    // Adds frames to spans that would turn another way than the curves do.
+    Result<> refine(const FrameRate& rate, GltfMerged& merged) {
+        std::vector<double> further;
+        for (std::size_t i = 0; i + 1 < knots_.size(); ++i) {
+            if (isExact(i)) continue;
+            const double error = errorOf(i);
+            merged.error = std::max(merged.error, error);
+            if (!turnsFar(i) && error <= gltfUnseenTurn) continue;
+            const auto frames =
+                GltfKnots::framesBetween(knots_.times()[i], knots_.times()[i + 1], rate);
+            if (!frames) return tooManyFrames();
+            further.insert(further.end(), frames->begin(), frames->end());
+        }
+        if (further.empty()) return done();
+        merged.onFrames = true;
+        knots_.add(further);
+        readOff();
+        merged.error = error();
+        return done();
+    }
+
+    double error() const {
+        double worst = 0;
+        for (std::size_t i = 0; i + 1 < knots_.size(); ++i)
+            if (!isExact(i)) worst = std::max(worst, errorOf(i));
+        return worst;
+    }
+
+    std::optional<double> notFiniteAt() const {
+        for (std::size_t i = 0; i < knots_.size(); ++i)
+            for (std::size_t n = 0; n < 4; ++n)
+                if (!isWritable(numbers_[i].value[n]) || !isWritable(numbers_[i].arriving[n]) ||
+                    !isWritable(numbers_[i].leaving[n]))
+                    return knots_.times()[i];
+        return std::nullopt;
+    }
+
+    std::vector<float> values() const {
+        std::vector<float> found;
+        found.reserve(knots_.size() * 4 * (kind_ == GltfInterpolation::cubic ? 3 : 1));
+        const auto add = [&](const Quaternion& q) {
+            for (const double number : q)
+                found.push_back(static_cast<float>(number));
+        };
+        for (const Numbers& at : numbers_) {
+            if (kind_ == GltfInterpolation::cubic) add(at.arriving);
+            add(at.value);
+            if (kind_ == GltfInterpolation::cubic) add(at.leaving);
+        }
+        return found;
+    }
+
+private:
+    struct Numbers {
+        Quaternion arriving{}, value{}, leaving{};
+        std::size_t original = gltfNone; // the file's key that this still is
+    };
+
+    void readOff();
+    void findOriginals();
+    void alignSigns();
+    double errorOf(std::size_t span) const;
+
+    bool isExact(std::size_t span) const { // the file's own span, whatever it does
+        const std::size_t from = numbers_[span].original;
+        return kind_ == GltfInterpolation::step ||
+               (from != gltfNone && numbers_[span + 1].original == from + 1);
+    }
+    bool turnsFar(std::size_t span) const { // where looking at parts of it may mislead
+        constexpr double far = 0.9 * std::numbers::pi;
+        return std::ranges::any_of(
+            angles_, [&](const auto& a) { return std::abs(a[span + 1] - a[span]) > far; });
+    }
+    Quaternion between(std::size_t span, double part) const;
+
+    GltfKnots& knots_;
+    GltfInterpolation kind_;
+    const GltfRemembered* remembered_; // only where its kind is that of the keys
+    std::array<std::vector<double>, 3> angles_;
+    std::vector<Numbers> numbers_;
+};
+
+void RotationMerge::readOff() {
+    const bool cubic = kind_ == GltfInterpolation::cubic;
+    std::array<GltfKnots::Slopes, 3> slopes;
+    for (std::size_t c = 0; c < 3; ++c) {
+        angles_[c] = knots_.values(c);
+        if (cubic) slopes[c] = knots_.slopes(c, angles_[c]);
+    }
+    numbers_.assign(knots_.size(), {});
+    findOriginals();
+    for (std::size_t i = 0; i < knots_.size(); ++i) {
+        Numbers& at = numbers_[i];
+        if (at.original != gltfNone) {
+            at.value = quaternionAt(remembered_->track.value(at.original));
+            if (cubic) {
+                at.arriving = quaternionAt(remembered_->track.arriving(at.original));
+                at.leaving = quaternionAt(remembered_->track.leaving(at.original));
+            }
+            continue;
+        }
+        const Vec3 angles{angles_[0][i], angles_[1][i], angles_[2][i]};
+        at.value = quaternionOf(angles);
+        if (!cubic) continue;
+        const auto rate = [&](auto side) {
+            return quaternionRate(
+                at.value, angles,
+                {(slopes[0].*side)[i], (slopes[1].*side)[i], (slopes[2].*side)[i]});
+        };
+        at.arriving = rate(&GltfKnots::Slopes::arriving);
+        at.leaving = rate(&GltfKnots::Slopes::leaving);
+    }
+    alignSigns();
+}
+
+void RotationMerge::findOriginals() {
+    if (!remembered_) return;
+    std::array<KeyStore::Cursor, 3> now, was;
+    for (std::size_t c = 0; c < 3; ++c) {
+        now[c] = knots_.curve(c).keys.begin();
+        was[c] = remembered_->keys[c].begin();
+    }
+    std::size_t key = 0;
+    for (std::size_t i = 0; i < knots_.size(); ++i) {
+        const float at = gltfTime(knots_.times()[i]);
+        const auto come = [&](KeyStore::Cursor& cursor) {
+            while (cursor && gltfTime(cursor.time()) < at)
+                cursor.advance();
+            return cursor && gltfTime(cursor.time()) == at;
+        };
+        for (; was[0] && gltfTime(was[0].time()) < at; ++key)
+            was[0].advance();
+        bool same = true;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const bool both = come(now[c]) && come(was[c]);
+            same = same && both && sameGltfKey(now[c], was[c]);
+        }
+        if (same) numbers_[i].original = key;
+    }
+}
+
+// A rotation has two quaternions. New ones are those near the key before; the file's own keep
+// their signs among each other.
+void RotationMerge::alignSigns() {
+    double sign = 1; // of the key before
+    for (std::size_t i = 0; i < numbers_.size(); ++i) {
+        Numbers& at = numbers_[i];
+        const bool isBothOriginal =
+            i > 0 && at.original != gltfNone && numbers_[i - 1].original != gltfNone;
+        if (!isBothOriginal) sign = i > 0 && dot(numbers_[i - 1].value, at.value) < 0 ? -1 : 1;
+        for (Quaternion* q : {&at.arriving, &at.value, &at.leaving})
+            for (double& number : *q)
+                number *= sign;
+    }
+}
+
+Quaternion RotationMerge::between(std::size_t span, double u) const {
+    const Numbers &from = numbers_[span], &to = numbers_[span + 1];
+    if (kind_ == GltfInterpolation::linear) return slerp(from.value, to.value, u);
+    const double length = knots_.times()[span + 1] - knots_.times()[span];
+    const double u2 = u * u, u3 = u2 * u;
+    Quaternion q{};
+    for (std::size_t n = 0; n < 4; ++n)
+        q[n] = (2 * u3 - 3 * u2 + 1) * from.value[n] +
+               (u3 - 2 * u2 + u) * length * from.leaving[n] + (3 * u2 - 2 * u3) * to.value[n] +
+               (u3 - u2) * length * to.arriving[n];
+    return lengthOf(q) > 1e-9 ? normalized(q) : Quaternion{0, 0, 0, 1};
+}
+
+double RotationMerge::errorOf(std::size_t span) const {
+    const double start = knots_.times()[span], length = knots_.times()[span + 1] - start;
+    double worst = 0;
+    for (const double part : turnLooks) {
+        const double time = start + part * length;
+        const Vec3 angles{knots_.curve(0).evaluate(time), knots_.curve(1).evaluate(time),
+                          knots_.curve(2).evaluate(time)};
+        worst = std::max(worst, angleBetween(between(span, part), quaternionOf(angles)));
+    }
+    return worst;
+}
+
+} // namespace
+
+bool sameGltfKeys(const KeyStore& keys, const KeyStore& remembered) {
+    if (keys.size() != remembered.size()) return false;
+    auto a = keys.begin(), b = remembered.begin();
+    while (a) {
+        if (sharedKey(a, b)) {
+            skipSameKeys(a, b);
+            continue;
+        }
+        if (!sameGltfKey(a, b)) return false;
+        a.advance();
+        b.advance();
+    }
+    return true;
+}
+
+Result<GltfMerged> mergeGltfCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
+                                   GltfInterpolation usual, const GltfRemembered* remembered) {
+    GltfMerged merged;
+    GltfKnots knots(curves, merged);
+    const GltfSpans spans = knots.spans();
+    if (isMixed(spans))
+        if (auto added = addFrames(knots, rate, merged); !added) return added.problem();
+    GltfTrack& track = merged.track;
+    track.interpolation = kindOf(spans, usual, knots.size());
+    track.components = curves.size();
+    track.times = knots.fileTimes(remembered);
+    const bool cubic = track.interpolation == GltfInterpolation::cubic;
+    const std::size_t parts = cubic ? 3 : 1;
+    track.values.resize(knots.size() * parts * curves.size());
+    for (std::size_t c = 0; c < curves.size(); ++c) {
+        const std::vector<double> values = knots.values(c);
+        const GltfKnots::Slopes slopes = cubic ? knots.slopes(c, values) : GltfKnots::Slopes{};
+        for (std::size_t i = 0; i < knots.size(); ++i) {
+            const auto put = [&](std::size_t part, double value) {
+                track.values[(i * parts + part) * curves.size() + c] = static_cast<float>(value);
+                return isWritable(value);
+            };
+            const bool all =
+                cubic ? put(0, slopes.arriving[i]) && put(1, values[i]) && put(2, slopes.leaving[i])
+                      : put(0, values[i]);
+            if (!all) return notFinite(knots.times()[i]);
+        }
+        if (!merged.onFrames) continue;
+        for (std::size_t i = 0; i + 1 < knots.size(); ++i)
+            for (const double part : looks) {
+                const double start = knots.times()[i], length = knots.times()[i + 1] - start;
+                const double there = values[i] + part * (values[i + 1] - values[i]);
+                merged.error = std::max(
+                    merged.error, std::abs(there - curves[c]->evaluate(start + part * length)));
+            }
+    }
+    return merged;
+}
+
+Result<GltfMerged> mergeGltfRotation(std::span<const Envelope* const> curves, const FrameRate& rate,
+                                     GltfInterpolation usual, const GltfRemembered* remembered) {
+    GltfMerged merged;
+    GltfKnots knots(curves, merged);
+    const GltfSpans spans = knots.spans();
+    if (isMixed(spans))
+        if (auto added = addFrames(knots, rate, merged); !added) return added.problem();
+    const GltfInterpolation kind = kindOf(spans, usual, knots.size());
+    RotationMerge rotation(knots, kind, remembered);
+    if (auto at = rotation.notFiniteAt()) return notFinite(*at);
+    if (isMixed(spans)) {
+        merged.error = rotation.error();
+    } else if (auto refined = rotation.refine(rate, merged); !refined) {
+        return refined.problem();
+    }
+    merged.track = {kind, 4, knots.fileTimes(remembered), rotation.values()};
+    return merged;
+}
+
+} // namespace cadencora::stage

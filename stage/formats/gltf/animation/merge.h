@@ -1,0 +1,44 @@
+// The curves of one node and path as the one sampler that glTF has for them.
+//
+// Curves of straight, held or smooth spans become LINEAR, STEP or CUBICSPLINE keys at the times of
+// all their keys, which says the same. Held spans beside others are sampled on frames. Rotations
+// are checked span by span, since straight angles are no straight rotation: spans that would turn
+// another way get further keys on frames. Nothing here knows of documents.
+#pragma once
+
+#include "stage/formats/gltf/animation/track.h"
+#include "stage/scene/keys/envelope.h"
+
+namespace cadencora::stage {
+
+// What the file had for the same node and path.
+struct GltfRemembered {
+    GltfTrack track;
+    std::vector<KeyStore> keys; // as the reader makes them of it
+};
+
+struct GltfMerged {
+    GltfTrack track;       // in the file's units; the times are not negative
+    bool onFrames = false; // keys were added on frames
+    double error = 0; // the largest distance from the curves that was seen between keys: units,
+                      // radians of rotations
+    std::size_t early = 0;  // keys before frame 0, left out
+    std::size_t merged = 0; // keys nearer to another than single precision can tell
+};
+
+// A turn that nobody sees, in radians: spans of rotations that stay below get no further keys.
+constexpr double gltfUnseenTurn = 1e-3;
+
+// The curves of a path other than rotation; at least one has keys. Where nothing else decides, the
+// keys are of the kind `usual`. Fails where the frames would be beyond measure or a value is none.
+Result<GltfMerged> mergeGltfCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
+                                   GltfInterpolation usual, const GltfRemembered* remembered);
+
+// Heading, pitch and bank. Keys that are as the file had them keep the file's own numbers.
+Result<GltfMerged> mergeGltfRotation(std::span<const Envelope* const> curves, const FrameRate& rate,
+                                     GltfInterpolation usual, const GltfRemembered* remembered);
+
+// True where the keys are those of the file as far as it can hold them.
+bool sameGltfKeys(const KeyStore& keys, const KeyStore& remembered);
+
+} // namespace cadencora::stage

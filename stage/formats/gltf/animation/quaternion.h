@@ -1,0 +1,33 @@
+// Rotations as glTF has them, x, y, z, w, and as heading, pitch and bank, with their derivatives.
+#pragma once
+
+#include "stage/scene/math/rotation.h"
+
+namespace cadencora::stage {
+
+using Quaternion = std::array<double, 4>; // x, y, z, w
+
+Quaternion quaternionAt(const float* numbers);
+double lengthOf(const Quaternion& q);
+double dot(const Quaternion& a, const Quaternion& b);
+Quaternion normalized(const Quaternion& q); // the length must not be 0
+
+// The quaternion need not have the length 1.
+Mat3 matrixOf(const Quaternion& q);
+Quaternion quaternionOf(const Vec3& headingPitchBankAngles);
+
+// The smallest angle that turns one into the other, in radians.
+double angleBetween(const Quaternion& a, const Quaternion& b);
+
+// Along the shorter way from a to b.
+Quaternion slerp(const Quaternion& a, const Quaternion& b, double part);
+
+// What heading, pitch and bank gain per second where a quaternion gains `slope`. Where heading and
+// bank turn about the same axis, heading has it all.
+Vec3 angleRates(const Quaternion& q, const Quaternion& slope, const Vec3& angles);
+
+// What the quaternion of the angles gains per second where they gain `rates`. `q` is that
+// quaternion, with either sign.
+Quaternion quaternionRate(const Quaternion& q, const Vec3& angles, const Vec3& rates);
+
+} // namespace cadencora::stage

@@ -1,0 +1,194 @@
+#include "stage/formats/gltf/document/memory.h"
+
+#include "stage/base/text.h"
+#include "stage/formats/gltf/animation/quaternion.h"
+#include "stage/formats/gltf/document/files.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace cadencora::stage {
+
+namespace {
+
+class Opener {
+public:
+    Opener(GltfMemory& memory, const ReadOptions& options)
+        : memory_(memory), options_(options), where_(memory.where()) {}
+
+    Result<> open() {
+        memory_.depth = options_.limits.depth + 16; // of the JSON around the items
+        if (memory_.isGlb) {
+            auto chunks = glbChunks(memory_.file, where_);
+            if (!chunks) return chunks.problem();
+            memory_.text = chunks.value().front().bytes;
+            memory_.chunks.assign(chunks.value().begin() + 1, chunks.value().end());
+        } else {
+            memory_.text = memory_.file;
+        }
+        const auto document = parseGltfJson(memory_.text, where_, memory_.depth);
+        if (!document) return document.problem();
+        auto model = gltfModel(document.value(), where_);
+        if (!model) return model.problem();
+        memory_.model = std::move(*model);
+        if (options_.meshes) takeGltfPrimitives(document.value(), memory_.model);
+        if (auto read = buffers(document.value()); !read) return read;
+        if (auto found = parents(); !found) return found;
+        return clip();
+    }
+
+private:
+    Problem problem(const std::string& place, std::string what, std::string detail = {}) const {
+        return {std::move(what), where_ + ": " + place, std::move(detail)};
+    }
+
+    Result<> buffers(const GltfJson& document) {
+        const auto table = document.find("buffers");
+        if (table == document.end()) return done();
+        if (!table->is_array()) return problem("buffers", "expected an array");
+        for (std::size_t i = 0; i < table->size(); ++i) {
+            const std::string place = "buffers[" + std::to_string(i) + "]";
+            const GltfJson& buffer = (*table)[i];
+            if (!buffer.is_object()) return problem(place, "expected an object");
+            const auto length = buffer.find("byteLength");
+            if (length == buffer.end() || !length->is_number_unsigned())
+                return problem(place + ".byteLength", "expected a whole number");
+            const auto uri = buffer.find("uri");
+            if (uri != buffer.end() && !uri->is_string())
+                return problem(place + ".uri", "expected a text");
+            if (auto read =
+                    bytes(i, uri == buffer.end() ? nullptr : uri->get_ptr<const std::string*>());
+                !read)
+                return read;
+            GltfBuffer& kept = memory_.buffers.back();
+            kept.length = length->get<std::size_t>();
+            if (kept.kind != GltfBuffer::Kind::absent && kept.length > kept.bytes.size())
+                return problem(place + ".byteLength", "the buffer is shorter than the file says",
+                               "it says " + std::to_string(kept.length) + " bytes, there are " +
+                                   std::to_string(kept.bytes.size()));
+        }
+        return done();
+    }
+
+    Result<> bytes(std::size_t index, const std::string* uri) {
+        const std::string place = "buffers[" + std::to_string(index) + "]";
+        GltfBuffer& buffer = memory_.buffers.emplace_back();
+        if (!uri) {
+            const bool inChunk =
+                index == 0 && !memory_.chunks.empty() && memory_.chunks[0].type == GlbChunk::binary;
+            if (!inChunk) return done();
+            buffer.kind = GltfBuffer::Kind::chunk;
+            buffer.bytes = memory_.chunks[0].bytes;
+            return done();
+        }
+        if (isDataUri(*uri)) {
+            auto bytes = dataUriBytes(*uri);
+            if (!bytes) return problem(place + ".uri", "the embedded buffer is not valid base64");
+            buffer.kind = GltfBuffer::Kind::embedded;
+            buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
+        } else {
+            auto bytes =
+                readGltfFile(memory_.path.parent_path(), *uri, where_ + ": " + place + ".uri",
+                             options_.limits.bytes - std::min(external_, options_.limits.bytes));
+            if (!bytes) return bytes.problem();
+            external_ += bytes->size();
+            buffer.kind = GltfBuffer::Kind::file;
+            buffer.uri = *uri;
+            buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
+        }
+        return done();
+    }
+
+    // Every node below one parent at most, and none below itself.
+    Result<> parents() {
+        std::vector<GltfNode>& nodes = memory_.model.nodes;
+        const auto name = [](std::size_t node) { return "nodes[" + std::to_string(node) + "]"; };
+        for (std::size_t i = 0; i < nodes.size(); ++i)
+            for (const std::size_t child : nodes[i].children) {
+                std::size_t& parent = nodes[child].parent;
+                if (parent != gltfNone)
+                    return problem(name(child), "a node stands below one other at most",
+                                   "it is below " + name(parent) + " and below " + name(i));
+                parent = i;
+            }
+        std::vector<std::size_t> depths(nodes.size(), 0); // 0: not known yet
+        std::vector<std::size_t> way;
+        for (std::size_t i = 0; i < nodes.size(); ++i) {
+            way.clear();
+            std::size_t at = i;
+            for (; at != gltfNone && depths[at] == 0; at = nodes[at].parent) {
+                if (way.size() > options_.limits.depth)
+                    return problem(name(i), "the nodes are nested too deeply, or in a circle",
+                                   "the limit is " + std::to_string(options_.limits.depth));
+                way.push_back(at);
+            }
+            std::size_t depth = at == gltfNone ? 0 : depths[at];
+            for (; !way.empty(); way.pop_back())
+                depths[way.back()] = ++depth;
+            if (depth > options_.limits.depth)
+                return problem(name(i), "the nodes are nested too deeply",
+                               "the limit is " + std::to_string(options_.limits.depth));
+            if (!(lengthOf(nodes[i].rotation) > 1e-6))
+                return problem(name(i) + ".rotation", "a rotation has no length");
+        }
+        return done();
+    }
+
+    Result<> clip() {
+        const std::vector<GltfClip>& clips = memory_.model.clips;
+        if (!options_.clip) {
+            if (!clips.empty()) memory_.clip = 0;
+            return done();
+        }
+        const auto found = std::ranges::find(clips, *options_.clip, &GltfClip::name);
+        if (found == clips.end()) {
+            std::vector<std::string> names;
+            for (const GltfClip& one : clips)
+                names.push_back(one.name);
+            return Problem{"the file has no clip " + inQuotes(*options_.clip), where_,
+                           "known are " + alternatives(*options_.clip, names, names.size())};
+        }
+        memory_.clip = static_cast<std::size_t>(found - clips.begin());
+        return done();
+    }
+
+    GltfMemory& memory_;
+    const ReadOptions& options_;
+    const std::string where_;
+    std::uintmax_t external_ = 0; // bytes of files beside the document
+};
+
+} // namespace
+
+std::vector<std::string_view> GltfMemory::bytes() const {
+    std::vector<std::string_view> found;
+    for (const GltfBuffer& buffer : buffers)
+        found.push_back(buffer.bytes.substr(0, buffer.length));
+    return found;
+}
+
+Result<std::shared_ptr<GltfMemory>> openGltf(std::string_view file,
+                                             const std::filesystem::path& path,
+                                             const ReadOptions& options, bool isGlb) {
+    auto memory = std::make_shared<GltfMemory>();
+    memory->path = path;
+    memory->isGlb = isGlb;
+    memory->file = file;
+    if (auto opened = Opener(*memory, options).open(); !opened) return opened.problem();
+    return memory;
+}
+
+Vec3 gltfRestAngles(const GltfNode& node) {
+    return anglesNear(matrixOf(node.rotation), headingPitchBank, {});
+}
+
+std::vector<ChannelId> gltfChannels(const Scene& scene, const GltfMemory& memory, std::size_t node,
+                                    GltfPath path) {
+    if (path == GltfPath::weights) return memory.morphs[node];
+    const auto first = static_cast<std::size_t>(path) * 3; // as the motion channels stand
+    const auto& motion = scene.item(memory.items[node]).motion;
+    return {motion.begin() + static_cast<std::ptrdiff_t>(first),
+            motion.begin() + static_cast<std::ptrdiff_t>(first + 3)};
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,58 @@
+// What a scene that was read from a glTF file remembers of it, which is all of it.
+#pragma once
+
+#include "stage/formats/format.h"
+#include "stage/formats/gltf/animation/track.h"
+
+#include <deque>
+
+namespace cadencora::stage {
+
+struct GltfBuffer {
+    enum class Kind {
+        chunk,    // the binary chunk of the GLB file
+        embedded, // in the JSON
+        file,     // beside the document
+        absent    // nowhere: filled in by an extension
+    };
+    Kind kind = Kind::absent;
+    std::string uri;        // of files, as the document spells it
+    std::string_view bytes; // may be more than the document says
+    std::size_t length = 0; // as the document says
+};
+
+struct GltfMemory final : SourceMemory {
+    std::filesystem::path path;
+    bool isGlb = false;
+    std::string file;             // the bytes of the whole file
+    std::string_view text;        // the JSON in it
+    std::vector<GlbChunk> chunks; // behind the JSON
+    std::size_t depth = 0;        // of JSON that is accepted
+
+    std::deque<std::string> held; // bytes of buffers that are not in `file`; they never move
+    std::vector<GltfBuffer> buffers;
+    GltfModel model;
+
+    std::size_t clip = gltfNone; // the one that is open; none where the file has none
+    GltfClock clock;
+    std::vector<ItemId> items;                  // by node
+    std::vector<std::vector<ChannelId>> morphs; // by node, by morph target
+
+    std::string where() const { return path.string(); }
+    // The buffers' bytes as far as the document may use them.
+    std::vector<std::string_view> bytes() const;
+};
+
+// Opens a document with its buffers and picks the clip; nothing is in a scene yet.
+Result<std::shared_ptr<GltfMemory>> openGltf(std::string_view file,
+                                             const std::filesystem::path& path,
+                                             const ReadOptions& options, bool isGlb);
+
+// Heading, pitch and bank of a node's rest rotation.
+Vec3 gltfRestAngles(const GltfNode& node);
+
+// The key stores that a path of a node fills: three of its motion channels, or its morphs.
+std::vector<ChannelId> gltfChannels(const Scene& scene, const GltfMemory& memory, std::size_t node,
+                                    GltfPath path);
+
+} // namespace cadencora::stage

@@ -1,0 +1,30 @@
+// The numbers of an accessor, out of the buffers.
+//
+// Whatever a document claims, nothing outside a buffer is read. Memory is taken for as many numbers
+// as the accessor counts, which is for the caller to limit.
+#pragma once
+
+#include "stage/formats/gltf/document/model.h"
+
+#include <span>
+
+namespace cadencora::stage {
+
+constexpr std::uint32_t gltfSingle = 5126; // the component type of floating point numbers
+
+// A document's tables with its buffers' bytes, by buffer.
+struct GltfSource {
+    const GltfModel& model;
+    std::span<const std::string_view> buffers;
+    const std::string& where; // the file, for problems; may be empty
+};
+
+// Normalised integers become parts of 1. `place` names the member that counts the accessor.
+Result<std::vector<float>> gltfFloats(const GltfSource& source, std::size_t accessor,
+                                      const std::string& place);
+
+// Indices: refuses numbers with a sign or a fraction.
+Result<std::vector<std::uint32_t>> gltfWholes(const GltfSource& source, std::size_t accessor,
+                                              const std::string& place);
+
+} // namespace cadencora::stage

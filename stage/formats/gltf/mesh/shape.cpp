@@ -1,0 +1,259 @@
+#include "stage/formats/gltf/mesh/mesh.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_set>
+
+namespace cadencora::stage {
+
+namespace {
+
+using Line = std::array<std::uint32_t, 2>;
+
+// Builds one shape, primitive by primitive.
+class ShapeReader {
+public:
+    ShapeReader(const GltfSource& source, std::size_t mesh, std::size_t joints)
+        : source_(source), mesh_(source.model.meshes[mesh]), joints_(joints),
+          place_("meshes[" + std::to_string(mesh) + "].primitives[") {
+        shape_.targets.resize(mesh_.targets.size());
+    }
+
+    Result<MeshShape> read() {
+        const auto& primitives = mesh_.primitives;
+        if (!primitives) return primitives.problem();
+        for (std::size_t i = 0; i < primitives.value().size(); ++i)
+            if (auto read = one(primitives.value()[i], place_ + std::to_string(i) + "]"); !read)
+                return read.problem();
+        shape_.edges = meshEdges(shape_.points, shape_.triangles, lines_);
+        if (shape_.edges.empty())
+            return Problem{"the mesh has no edges to draw", place_.substr(0, place_.find('.')), ""};
+        return std::move(shape_);
+    }
+
+private:
+    Result<> one(const GltfPrimitive& primitive, const std::string& here);
+    Result<std::vector<float>> vectors(std::size_t accessor, std::size_t components,
+                                       std::size_t count, const std::string& place) const;
+    Result<> pulls(const GltfPrimitive& primitive, std::size_t count, const std::string& here);
+    Result<JointWeights> pullOf(const std::uint32_t* joints, const float* weights) const;
+    Result<std::vector<std::uint32_t>> corners(const GltfPrimitive& primitive, std::size_t count,
+                                               const std::string& here) const;
+    std::vector<std::uint32_t> join(const std::vector<float>& positions);
+    void connect(std::size_t mode, const std::vector<std::uint32_t>& corners);
+    void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+    void addLine(std::uint32_t a, std::uint32_t b);
+
+    const GltfSource& source_;
+    const GltfMesh& mesh_;
+    const std::size_t joints_;
+    const std::string place_;
+    MeshShape shape_;
+    std::vector<Line> lines_;
+    std::vector<std::vector<float>> moves_; // of the primitive, by target; empty: it moves nothing
+    std::vector<JointWeights> pulls_;       // of the primitive, by point
+};
+
+// `count` is how many elements there have to be.
+Result<std::vector<float>> ShapeReader::vectors(std::size_t index, std::size_t components,
+                                                std::size_t count, const std::string& place) const {
+    const GltfAccessor& accessor = source_.model.accessors[index];
+    const auto fail = [&](const std::string& what, std::string detail) {
+        return Problem{what, place, std::move(detail)};
+    };
+    if (accessor.components != components)
+        return fail("the numbers do not fit what they are for",
+                    "expected " + std::to_string(components) + " in an element, found " +
+                        std::to_string(accessor.components));
+    if (accessor.count != count)
+        return fail("the count does not match the points", "expected " + std::to_string(count) +
+                                                               ", found " +
+                                                               std::to_string(accessor.count));
+    auto numbers = gltfFloats(source_, index, place);
+    if (!numbers) return numbers;
+    const auto odd = std::ranges::find_if(*numbers, [](float n) { return !std::isfinite(n); });
+    if (odd != numbers->end())
+        return fail("a number is not finite", "number " + std::to_string(odd - numbers->begin()));
+    return numbers;
+}
+
+Result<> ShapeReader::one(const GltfPrimitive& primitive, const std::string& here) {
+    const std::size_t count = source_.model.accessors[primitive.positions].count;
+    auto positions = vectors(primitive.positions, 3, count, here + ".attributes.POSITION");
+    if (!positions) return positions.problem();
+    moves_.assign(shape_.targets.size(), {});
+    for (std::size_t t = 0; t < primitive.targets.size(); ++t) {
+        if (primitive.targets[t] == gltfNone) continue;
+        auto moves = vectors(primitive.targets[t], 3, count,
+                             here + ".targets[" + std::to_string(t) + "].POSITION");
+        if (!moves) return moves.problem();
+        moves_[t] = std::move(*moves);
+    }
+    if (joints_ > 0)
+        if (auto read = pulls(primitive, count, here); !read) return read;
+    auto listed = corners(primitive, count, here);
+    if (!listed) return listed.problem();
+    const std::vector<std::uint32_t> joined = join(*positions);
+    for (std::uint32_t& corner : *listed)
+        corner = joined[corner];
+    connect(primitive.mode, *listed);
+    return done();
+}
+
+Result<> ShapeReader::pulls(const GltfPrimitive& primitive, std::size_t count,
+                            const std::string& here) {
+    const std::string place = here + ".attributes";
+    if (primitive.joints == gltfNone || primitive.weights == gltfNone)
+        return Problem{"a mesh with a skin needs JOINTS_0 and WEIGHTS_0", place, ""};
+    const GltfAccessor& accessor = source_.model.accessors[primitive.joints];
+    if (accessor.components != 4 || accessor.count != count)
+        return Problem{"expected four joints for each point", place + ".JOINTS_0", ""};
+    const auto joints = gltfWholes(source_, primitive.joints, place + ".JOINTS_0");
+    if (!joints) return joints.problem();
+    const auto weights = vectors(primitive.weights, 4, count, place + ".WEIGHTS_0");
+    if (!weights) return weights.problem();
+    pulls_.clear();
+    pulls_.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        auto pull = pullOf(&joints.value()[4 * i], &weights.value()[4 * i]);
+        if (!pull) {
+            pull.problem().where = place + ".JOINTS_0";
+            return pull.problem();
+        }
+        pulls_.push_back(*pull);
+    }
+    return done();
+}
+
+// Weights need not sum to 1 in a file, by a rounding or because more than four joints pulled.
+Result<JointWeights> ShapeReader::pullOf(const std::uint32_t* joints, const float* weights) const {
+    JointWeights pull;
+    double sum = 0;
+    for (std::size_t n = 0; n < 4; ++n)
+        sum += static_cast<double>(std::max(weights[n], 0.0f));
+    for (std::size_t n = 0; n < 4; ++n) {
+        const bool pulls = sum > 0 ? weights[n] > 0 : n == 0;
+        if (pulls && joints[n] >= joints_)
+            return Problem{"there is no joint " + std::to_string(joints[n]), "",
+                           "the skin has " + std::to_string(joints_)};
+        pull.joints[n] = static_cast<std::uint16_t>(pulls ? joints[n] : 0);
+        pull.weights[n] = !pulls    ? 0.0f
+                          : sum > 0 ? static_cast<float>(static_cast<double>(weights[n]) / sum)
+                                    : 1.0f;
+    }
+    return pull;
+}
+
+Result<std::vector<std::uint32_t>> ShapeReader::corners(const GltfPrimitive& primitive,
+                                                        std::size_t count,
+                                                        const std::string& here) const {
+    std::vector<std::uint32_t> corners;
+    if (primitive.indices == gltfNone) {
+        for (std::uint32_t i = 0; i < count; ++i)
+            corners.push_back(i);
+        return corners;
+    }
+    const std::string place = here + ".indices";
+    if (source_.model.accessors[primitive.indices].components != 1)
+        return Problem{"expected single numbers", place, ""};
+    auto listed = gltfWholes(source_, primitive.indices, place);
+    if (!listed) return listed;
+    for (const std::uint32_t index : *listed)
+        if (index >= count)
+            return Problem{"there is no point " + std::to_string(index), place,
+                           "there are " + std::to_string(count)};
+    return listed;
+}
+
+// Files repeat a point wherever its normal or its texture jumps; here points are one that have the
+// same place, whatever morphs and joints do. The answer is by point of the primitive.
+std::vector<std::uint32_t> ShapeReader::join(const std::vector<float>& positions) {
+    const std::size_t count = positions.size() / 3;
+    std::vector<const float*> columns{positions.data()}; // three numbers for each point
+    for (const auto& moves : moves_)
+        if (!moves.empty()) columns.push_back(moves.data());
+    const auto hash = [&](std::uint32_t point) {
+        std::size_t mixed = 14695981039346656037u;
+        const auto mix = [&](float number) { // 0 and -0 alike
+            mixed = (mixed ^ std::hash<float>()(number)) * 1099511628211u;
+        };
+        for (const float* column : columns)
+            std::for_each_n(column + 3 * std::size_t{point}, 3, mix);
+        if (joints_ > 0) std::ranges::for_each(pulls_[point].weights, mix);
+        return mixed ^ mixed >> 29;
+    };
+    const auto same = [&](std::uint32_t a, std::uint32_t b) {
+        return (joints_ == 0 || pulls_[a] == pulls_[b]) &&
+               std::ranges::all_of(columns, [&](const float* column) {
+                   return std::equal(column + 3 * std::size_t{a}, column + 3 * std::size_t{a} + 3,
+                                     column + 3 * std::size_t{b});
+               });
+    };
+    std::unordered_set<std::uint32_t, decltype(hash), decltype(same)> known(count, hash, same);
+    std::vector<std::uint32_t> joined(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto [first, isNew] = known.insert(i);
+        if (!isNew) {
+            joined[i] = joined[*first];
+            continue;
+        }
+        joined[i] = static_cast<std::uint32_t>(shape_.points.size());
+        shape_.points.push_back({positions[3 * i], positions[3 * i + 1], positions[3 * i + 2]});
+        if (joints_ > 0) shape_.pulls.push_back(pulls_[i]);
+        for (std::size_t t = 0; t < moves_.size(); ++t) {
+            if (moves_[t].empty()) continue;
+            const MeshPoint move{moves_[t][3 * i], moves_[t][3 * i + 1], moves_[t][3 * i + 2]};
+            if (move == MeshPoint{}) continue;
+            shape_.targets[t].points.push_back(joined[i]);
+            shape_.targets[t].moves.push_back(move);
+        }
+    }
+    return joined;
+}
+
+void ShapeReader::addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+    if (a != b && b != c && c != a) shape_.triangles.push_back({a, b, c});
+}
+
+void ShapeReader::addLine(std::uint32_t a, std::uint32_t b) {
+    if (a != b) lines_.push_back({a, b});
+}
+
+void ShapeReader::connect(std::size_t mode, const std::vector<std::uint32_t>& corners) {
+    enum { points, lines, lineLoop, lineStrip, triangles, triangleStrip, triangleFan };
+    const std::size_t size = corners.size();
+    switch (mode) {
+    case lines:
+        for (std::size_t i = 0; i + 1 < size; i += 2)
+            addLine(corners[i], corners[i + 1]);
+        break;
+    case lineLoop:
+    case lineStrip:
+        for (std::size_t i = 0; i + 1 < size; ++i)
+            addLine(corners[i], corners[i + 1]);
+        if (mode == lineLoop && size > 2) addLine(corners.back(), corners.front());
+        break;
+    case triangles:
+        for (std::size_t i = 0; i + 2 < size; i += 3)
+            addTriangle(corners[i], corners[i + 1], corners[i + 2]);
+        break;
+    case triangleStrip: // every other one turns the other way
+        for (std::size_t i = 0; i + 2 < size; ++i)
+            addTriangle(corners[i], corners[i + 1 + i % 2], corners[i + 2 - i % 2]);
+        break;
+    case triangleFan:
+        for (std::size_t i = 1; i + 1 < size; ++i)
+            addTriangle(corners[i], corners[i + 1], corners.front());
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+Result<MeshShape> gltfShape(const GltfSource& source, std::size_t mesh, std::size_t joints) {
+    return ShapeReader(source, mesh, joints).read();
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,258 @@
+#include "stage/formats/gltf/gltf.h"
+
+#include "stage/base/text.h"
+#include "stage/formats/gltf/document/memory.h"
+#include "stage/formats/gltf/mesh/mesh.h"
+
+#include <algorithm>
+#include <map>
+
+namespace cadencora::stage {
+
+namespace {
+
+// Makes the items and fills their curves from the open clip.
+class GltfReader {
+public:
+    GltfReader(std::shared_ptr<GltfMemory> memory, const ReadOptions& options)
+        : memory_(std::move(memory)), options_(options), limits_(options.limits),
+          model_(memory_->model), where_(memory_->where()) {}
+
+    Result<Loaded> read() {
+        if (auto made = items(); !made) return made.problem();
+        if (auto filled = curves(); !filled) return filled.problem();
+        if (options_.meshes) loaded_.notes = addGltfMeshes(scene(), *memory_, limits_);
+        finish();
+        return std::move(loaded_);
+    }
+
+private:
+    Scene& scene() { return loaded_.scene; }
+
+    Problem problem(const std::string& place, std::string what, std::string detail = {}) const {
+        return {std::move(what), where_ + ": " + place, std::move(detail)};
+    }
+
+    Result<> items();
+    void markBones();
+    ItemType typeOf(std::size_t node) const;
+    ItemId ownerOf(std::size_t joint);
+    void addBranch(std::size_t root, bool bones);
+    void addNode(std::size_t node);
+    Result<> curves();
+    void finish();
+
+    std::shared_ptr<GltfMemory> memory_;
+    const ReadOptions& options_;
+    const ReadLimits& limits_;
+    const GltfModel& model_;
+    const std::string where_;
+    Loaded loaded_;
+    std::vector<bool> isJoint_, isBelowJoint_; // by node; below: the joint itself, too
+    std::vector<std::size_t> carrier_;         // by joint: the node that carries it, or none
+    ItemId fileObject_ = ItemId::none;         // carries bones that nothing else can
+    std::size_t keys_ = 0;
+};
+
+Result<> GltfReader::items() {
+    scene().name = memory_->path.stem().string();
+    std::size_t channels = 0;
+    for (std::size_t i = 0; i < model_.nodes.size(); ++i)
+        channels += motionChannelCount + model_.targetsOf(i);
+    if (model_.nodes.size() >= limits_.items || channels > limits_.channels)
+        return problem("nodes", "the file has too many nodes",
+                       "the limits are " + std::to_string(limits_.items) + " items and " +
+                           std::to_string(limits_.channels) + " channels");
+    memory_->items.resize(model_.nodes.size());
+    memory_->morphs.resize(model_.nodes.size());
+    markBones();
+    // Bones come last: the objects that carry them have to be there.
+    for (const bool bones : {false, true})
+        for (std::size_t i = 0; i < model_.nodes.size(); ++i)
+            if (model_.nodes[i].parent == gltfNone) addBranch(i, bones);
+    return done();
+}
+
+void GltfReader::markBones() {
+    const std::size_t count = model_.nodes.size();
+    isJoint_.resize(count);
+    carrier_.resize(count, gltfNone);
+    for (const GltfSkin& skin : model_.skins)
+        for (const std::size_t joint : skin.joints)
+            isJoint_[joint] = true;
+    isBelowJoint_ = isJoint_;
+    std::vector<std::size_t> open;
+    for (std::size_t i = 0; i < count; ++i)
+        if (isJoint_[i]) open.push_back(i);
+    while (!open.empty()) {
+        const std::size_t node = open.back();
+        open.pop_back();
+        for (const std::size_t child : model_.nodes[node].children)
+            if (!isBelowJoint_[child]) {
+                isBelowJoint_[child] = true;
+                open.push_back(child);
+            }
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const GltfNode& node = model_.nodes[i];
+        if (node.skin == gltfNone || isBelowJoint_[i] || typeOf(i) != ItemType::object) continue;
+        for (const std::size_t joint : model_.skins[node.skin].joints)
+            if (carrier_[joint] == gltfNone) carrier_[joint] = i;
+    }
+}
+
+ItemType GltfReader::typeOf(std::size_t node) const {
+    if (isJoint_[node]) return ItemType::bone;
+    if (model_.nodes[node].isCamera) return ItemType::camera;
+    return model_.nodes[node].isLight ? ItemType::light : ItemType::object;
+}
+
+// The first node that carries the joint's skin; where none can, the nearest object above all
+// joints; where there is none, an object of the file's own name.
+ItemId GltfReader::ownerOf(std::size_t joint) {
+    std::size_t node = carrier_[joint];
+    if (node == gltfNone)
+        for (node = model_.nodes[joint].parent;
+             node != gltfNone && (isBelowJoint_[node] || typeOf(node) != ItemType::object);)
+            node = model_.nodes[node].parent;
+    if (node != gltfNone) return memory_->items[node];
+    if (fileObject_ == ItemId::none) fileObject_ = scene().addItem(ItemType::object, scene().name);
+    return fileObject_;
+}
+
+// The nodes of a branch that are not below a joint, or those that are.
+void GltfReader::addBranch(std::size_t root, bool bones) {
+    std::vector<std::size_t> open{root};
+    while (!open.empty()) {
+        const std::size_t node = open.back();
+        open.pop_back();
+        if (isBelowJoint_[node] == bones) addNode(node);
+        const auto& children = model_.nodes[node].children;
+        if (bones || !isBelowJoint_[node])
+            open.insert(open.end(), children.rbegin(), children.rend());
+    }
+}
+
+void GltfReader::addNode(std::size_t index) {
+    const GltfNode& node = model_.nodes[index];
+    const ItemType type = typeOf(index);
+    const ItemId owner = type == ItemType::bone ? ownerOf(index) : ItemId::none;
+    const ItemId parent = node.parent == gltfNone ? ItemId::none : memory_->items[node.parent];
+    const ItemId id = memory_->items[index] = scene().addItem(type, node.name, parent, owner);
+    const Vec3 angles = gltfRestAngles(node);
+    for (std::size_t c = 0; c < 3; ++c) {
+        const auto rest = [&](MotionChannel first, double value) {
+            scene().mutableMotion(id, static_cast<MotionChannel>(first + c)).rest = value;
+        };
+        rest(positionX, node.translation[c]);
+        rest(heading, angles[c]);
+        rest(scaleX, node.scale[c]);
+    }
+    if (model_.targetsOf(index) == 0) return;
+    const GroupId group = scene().addGroup(scene().item(id).group, "Morph");
+    const auto& targets = model_.meshes[node.mesh].targets;
+    for (std::size_t t = 0; t < targets.size(); ++t)
+        memory_->morphs[index].push_back(
+            scene().addChannel(group, targets[t], t < node.weights.size() ? node.weights[t] : 0));
+}
+
+Result<> GltfReader::curves() {
+    std::map<std::size_t, GltfTimes> times; // by accessor
+    std::vector<GltfTimes> all;
+    const auto bytes = memory_->bytes();
+    const GltfSource source{model_, bytes, where_};
+    const std::size_t clip = memory_->clip;
+    const std::vector<GltfChannel> none;
+    const auto& channels = clip == gltfNone ? none : model_.clips[clip].channels;
+    std::map<std::pair<std::size_t, GltfPath>, std::size_t> seen;
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        const GltfChannel& channel = channels[i];
+        if (channel.node == gltfNone || channel.path == GltfPath::other) continue;
+        const std::string place =
+            "animations[" + std::to_string(clip) + "].channels[" + std::to_string(i) + "].target";
+        const auto [before, isNew] = seen.insert({{channel.node, channel.path}, i});
+        if (!isNew)
+            return problem(place, "two channels move the same",
+                           "channels[" + std::to_string(before->second) + "] does, too");
+        if (channel.path == GltfPath::weights && model_.targetsOf(channel.node) == 0)
+            return problem(place, "the node has no morph targets",
+                           "nodes[" + std::to_string(channel.node) + "]");
+        const GltfSampler& sampler = model_.clips[clip].samplers[channel.sampler];
+        GltfTimes& found = times[sampler.input];
+        if (found) continue;
+        auto read =
+            gltfTimes(source, sampler.input, gltfSamplerPlace(clip, channel.sampler) + ".input");
+        if (!read) return read.problem();
+        all.push_back(found = std::move(*read));
+    }
+    memory_->clock = gltfClock(all, options_.rate);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (!options_.goesOn(static_cast<double>(i) / static_cast<double>(channels.size())))
+            return Problem{readingStopped, where_, {}};
+        const GltfChannel& channel = channels[i];
+        if (channel.node == gltfNone || channel.path == GltfPath::other) continue;
+        const GltfTimes& at = times[model_.clips[clip].samplers[channel.sampler].input];
+        const auto filled = gltfChannels(scene(), *memory_, channel.node, channel.path);
+        if ((keys_ += at->size() * filled.size()) > limits_.keys)
+            return problem("animations[" + std::to_string(clip) + "]", "the clip has too many keys",
+                           "the limit is " + std::to_string(limits_.keys));
+        const auto track = gltfTrack(source, clip, i, at);
+        if (!track) return track.problem();
+        std::vector<KeyStore*> stores;
+        for (const ChannelId id : filled)
+            stores.push_back(&scene().mutableEnvelope(scene().channel(id).envelope).keys);
+        appendGltfKeys(track.value(), channel.path, memory_->clock,
+                       gltfRestAngles(model_.nodes[channel.node]), stores);
+    }
+    return done();
+}
+
+void GltfReader::finish() {
+    scene().rate = memory_->clock.rate;
+    scene().lastFrame = scene().previewLast = std::max<std::int64_t>(scene().frameOfLastKey(), 0);
+    for (const GltfClip& clip : model_.clips)
+        loaded_.clips.push_back(clip.name);
+    if (memory_->clip != gltfNone) loaded_.clip = loaded_.clips[memory_->clip];
+    loaded_.warnings = model_.warnings;
+    loaded_.notes.insert(loaded_.notes.begin(), memory_->clock.note);
+    scene().source = std::move(memory_);
+}
+
+Result<Loaded> readAny(std::string_view bytes, const std::filesystem::path& path,
+                       const ReadOptions& options, bool isGlb) {
+    auto memory = openGltf(bytes, path, options, isGlb);
+    if (!memory) return memory.problem();
+    return GltfReader(std::move(*memory), options).read();
+}
+
+} // namespace
+
+bool isGlb(std::string_view head) {
+    return head.starts_with("glTF");
+}
+
+// A JSON object whose first member is one that glTF has and a scene file has not.
+bool isGltfText(std::string_view head) {
+    constexpr std::array<std::string_view, 16> members{
+        "\"accessors\"", "\"animations\"",     "\"asset\"",  "\"buffers\"",
+        "\"cameras\"",   "\"bufferViews\"",    "\"images\"", "\"extensionsRequired\"",
+        "\"materials\"", "\"extensionsUsed\"", "\"meshes\"", "\"nodes\"",
+        "\"samplers\"",  "\"scenes\"",         "\"scene\":", "\"skins\""};
+    if (head.starts_with("\xef\xbb\xbf")) head.remove_prefix(3);
+    head = trimmed(head);
+    if (!head.starts_with('{')) return false;
+    head = trimmed(head.substr(1));
+    return std::ranges::any_of(members, [&](auto name) { return head.starts_with(name); });
+}
+
+Result<Loaded> readGltf(std::string_view bytes, const std::filesystem::path& path,
+                        const ReadOptions& options) {
+    return readAny(bytes, path, options, false);
+}
+
+Result<Loaded> readGlb(std::string_view bytes, const std::filesystem::path& path,
+                       const ReadOptions& options) {
+    return readAny(bytes, path, options, true);
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,147 @@
+#include "stage/formats/gltf/write/draft.h"
+
+#include "stage/base/file.h"
+#include "stage/base/text.h"
+#include "stage/formats/gltf/document/files.h"
+
+#include <algorithm>
+
+namespace cadencora::stage {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Kind = GltfBuffer::Kind;
+
+std::string_view bytesOf(const GltfDraft::Buffer& buffer) {
+    return buffer.changed ? std::string_view(*buffer.changed) : buffer.bytes;
+}
+
+bool isSameDirectory(const fs::path& a, const fs::path& b) {
+    const auto real = [](const fs::path& path) {
+        std::error_code error;
+        const fs::path found =
+            fs::weakly_canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+        return error ? path : found;
+    };
+    return real(a) == real(b);
+}
+
+// Writes the lengths and places of buffers that are no longer as the document says.
+void settleBuffers(GltfDraft& draft) {
+    for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
+        const GltfDraft::Buffer& buffer = draft.buffers[i];
+        GltfJson& json = draft.document["buffers"][i];
+        if (buffer.changed) json["byteLength"] = buffer.changed->size();
+        if (!buffer.changed && !buffer.isMoved) continue;
+        if (buffer.kind == Kind::chunk) json.erase("uri");
+        if (buffer.kind == Kind::embedded) json["uri"] = dataUri(bytesOf(buffer));
+    }
+}
+
+// Images stay files: nothing here looks into them.
+Result<> copyImages(const GltfDraft& draft, const GltfMemory& memory, const fs::path& path,
+                    std::vector<std::string>& warnings) {
+    const auto images = draft.document.find("images");
+    if (images == draft.document.end() || !images->is_array() || isSameDirectory(memory.path, path))
+        return done();
+    for (std::size_t i = 0; i < images->size(); ++i) {
+        const GltfJson& image = (*images)[i];
+        const auto found = image.is_object() ? image.find("uri") : image.end();
+        if (!image.is_object() || found == image.end() || !found->is_string()) continue;
+        const auto& uri = found->get_ref<const std::string&>();
+        if (isDataUri(uri)) continue;
+        const std::string place = path.string() + ": images[" + std::to_string(i) + "].uri";
+        const auto bytes = readGltfFile(memory.path.parent_path(), uri,
+                                        memory.where() + ": images[" + std::to_string(i) + "].uri",
+                                        defaultFileLimit);
+        if (!bytes) {
+            warnings.push_back("an image is not copied along: " + bytes.problem().text());
+            continue;
+        }
+        if (auto placed = placeGltfFile(path.parent_path(), uri, place, bytes.value()); !placed)
+            return placed;
+    }
+    return done();
+}
+
+Result<> writeGlbDraft(const GltfDraft& draft, const std::string& text, const fs::path& path) {
+    const bool hasChunk = !draft.buffers.empty() && draft.buffers[0].kind == Kind::chunk;
+    const std::string_view chunk = hasChunk ? bytesOf(draft.buffers[0]) : std::string_view();
+    const std::size_t padding = (4 - chunk.size() % 4) % 4;
+    std::size_t rest = hasChunk ? 8 + chunk.size() + padding : 0;
+    for (const GlbChunk& further : draft.furtherChunks)
+        rest += 8 + further.bytes.size();
+    if (text.size() + rest > 0xffffff00u)
+        return Problem{"cannot write the scene as GLB", path.string(), "it is beyond 4 GiB"};
+    auto file = AtomicFile::create(path);
+    if (!file) return file.problem();
+    file->write(glbHead(text, rest));
+    if (hasChunk) {
+        file->write(glbChunkHead(GlbChunk::binary, chunk.size() + padding));
+        file->write(chunk);
+        file->write(std::string(padding, '\0'));
+    }
+    for (const GlbChunk& further : draft.furtherChunks) {
+        file->write(glbChunkHead(further.type, further.bytes.size()));
+        file->write(further.bytes);
+    }
+    return file->commit();
+}
+
+} // namespace
+
+std::size_t GltfDraft::growingBuffer(bool isGlb) {
+    const auto found = std::ranges::find_if(buffers, [](const Buffer& buffer) {
+        return buffer.kind == Kind::chunk || buffer.kind == Kind::embedded;
+    });
+    if (found != buffers.end()) return static_cast<std::size_t>(found - buffers.begin());
+    const Kind kind = isGlb && buffers.empty() ? Kind::chunk : Kind::embedded;
+    buffers.emplace_back().kind = kind;
+    buffers.back().changed.emplace();
+    document["buffers"].push_back({{"byteLength", 0}});
+    return buffers.size() - 1;
+}
+
+GltfDraft gltfDraft(const GltfMemory& memory, bool isGlb) {
+    GltfDraft draft;
+    // It was read before: it can be read again.
+    draft.document = std::move(*parseGltfJson(memory.text, memory.where(), memory.depth));
+    draft.like = memory.text;
+    for (const GltfBuffer& buffer : memory.buffers) {
+        GltfDraft::Buffer made{buffer.kind, buffer.uri, buffer.bytes, std::nullopt, false};
+        if (made.kind != Kind::file) made.bytes = buffer.bytes.substr(0, buffer.length);
+        if (isGlb && draft.buffers.empty() && made.kind != Kind::absent) {
+            made.kind = Kind::chunk;
+        } else if (made.kind == Kind::chunk || (made.kind == Kind::file && isGlb)) {
+            made.kind = Kind::embedded;
+        }
+        made.isMoved = made.kind != buffer.kind;
+        if (made.isMoved) made.bytes = buffer.bytes.substr(0, buffer.length);
+        draft.buffers.push_back(std::move(made));
+    }
+    if (isGlb && memory.chunks.size() > 1)
+        draft.furtherChunks.assign(memory.chunks.begin() + 1, memory.chunks.end());
+    return draft;
+}
+
+Result<> writeGltfDraft(GltfDraft& draft, const GltfMemory* memory, const std::string* unchanged,
+                        const fs::path& path, bool isGlb, std::vector<std::string>& warnings) {
+    for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
+        const GltfDraft::Buffer& buffer = draft.buffers[i];
+        if (buffer.kind != Kind::file) continue;
+        const std::string place = path.string() + ": buffers[" + std::to_string(i) + "].uri";
+        if (auto placed = placeGltfFile(path.parent_path(), buffer.uri, place, bytesOf(buffer));
+            !placed)
+            return placed;
+    }
+    if (memory)
+        if (auto copied = copyImages(draft, *memory, path, warnings); !copied) return copied;
+    if (unchanged) return writeFile(path, *unchanged);
+    settleBuffers(draft);
+    const std::string text = gltfText(draft.document, draft.like);
+    return isGlb ? writeGlbDraft(draft, text, path) : writeFile(path, text);
+}
+
+} // namespace cadencora::stage

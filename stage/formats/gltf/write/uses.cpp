@@ -1,0 +1,90 @@
+#include "stage/formats/gltf/write/uses.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+
+namespace cadencora::stage {
+
+namespace {
+
+// Extensions that use no accessor or buffer view, or in a way that is looked at here.
+bool isKnown(std::string_view extension) {
+    constexpr std::array<std::string_view, 8> known{
+        "KHR_materials_", "KHR_texture_",          "KHR_lights_punctual",        "KHR_xmp",
+        "EXT_texture_",   "KHR_mesh_quantization", "KHR_draco_mesh_compression", "KHR_node_"};
+    return std::ranges::any_of(known, [&](auto name) { return extension.starts_with(name); });
+}
+
+// As deep as the document may be, which is not deep.
+bool hasUnknownExtension(const GltfJson& value) {
+    if (value.is_array()) return std::ranges::any_of(value, hasUnknownExtension);
+    if (!value.is_object()) return false;
+    for (const auto& [name, inner] : value.items()) {
+        if (name == "extras") continue;
+        if (name == "extensions" && inner.is_object())
+            for (const auto& [extension, content] : inner.items())
+                if (!isKnown(extension)) return true;
+        if (hasUnknownExtension(inner)) return true;
+    }
+    return false;
+}
+
+// Members and elements of a document of which next to nothing was checked.
+const GltfJson& in(const GltfJson& value, const char* name) {
+    static const GltfJson none;
+    if (!value.is_object()) return none;
+    const auto found = value.find(name);
+    return found == value.end() ? none : *found;
+}
+
+void count(const GltfJson& index, std::vector<std::size_t>& uses) {
+    if (index.is_number_unsigned() && index.get<std::size_t>() < uses.size())
+        ++uses[index.get<std::size_t>()];
+}
+
+void countMembers(const GltfJson& object, std::vector<std::size_t>& uses) {
+    if (object.is_object())
+        for (const GltfJson& index : object)
+            count(index, uses);
+}
+
+void countMesh(const GltfJson& mesh, GltfUses& uses) {
+    for (const GltfJson& primitive : in(mesh, "primitives")) {
+        countMembers(in(primitive, "attributes"), uses.accessors);
+        count(in(primitive, "indices"), uses.accessors);
+        for (const GltfJson& target : in(primitive, "targets"))
+            countMembers(target, uses.accessors);
+        count(in(in(in(primitive, "extensions"), "KHR_draco_mesh_compression"), "bufferView"),
+              uses.views);
+    }
+}
+
+} // namespace
+
+GltfUses gltfUses(const GltfJson& document) {
+    GltfUses uses;
+    uses.accessors.resize(in(document, "accessors").size());
+    uses.views.resize(in(document, "bufferViews").size());
+    uses.isComplete = !hasUnknownExtension(document);
+    for (const GltfJson& clip : in(document, "animations"))
+        for (const GltfJson& sampler : in(clip, "samplers")) {
+            count(in(sampler, "input"), uses.accessors);
+            count(in(sampler, "output"), uses.accessors);
+        }
+    for (const GltfJson& mesh : in(document, "meshes"))
+        countMesh(mesh, uses);
+    for (const GltfJson& skin : in(document, "skins"))
+        count(in(skin, "inverseBindMatrices"), uses.accessors);
+    for (const GltfJson& accessor : in(document, "accessors")) {
+        count(in(accessor, "bufferView"), uses.views);
+        const GltfJson& sparse = in(accessor, "sparse");
+        count(in(in(sparse, "indices"), "bufferView"), uses.views);
+        count(in(in(sparse, "values"), "bufferView"), uses.views);
+    }
+    for (const GltfJson& image : in(document, "images"))
+        count(in(image, "bufferView"), uses.views);
+    return uses;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,280 @@
+#include "stage/formats/gltf/gltf.h"
+
+#include "stage/base/text.h"
+#include "stage/formats/gltf/animation/merge.h"
+#include "stage/formats/gltf/write/edit.h"
+#include "stage/formats/gltf/write/fresh.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <map>
+#include <numbers>
+
+namespace cadencora::stage {
+
+namespace {
+
+// A few digits, for people.
+std::string rounded(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.3g", value);
+    return text.data();
+}
+
+// What there is to say about some of the curves: the first few by name.
+struct Remark {
+    std::string text;
+    std::string names;
+    std::size_t count = 0;
+
+    void add(const std::string& name) {
+        constexpr std::size_t mostNames = 5;
+        if (++count <= mostNames) names += (names.empty() ? "" : ", ") + name;
+        if (count == mostNames + 1) names += " and more";
+    }
+    void say(std::vector<std::string>& warnings, const std::string& behind = {}) const {
+        if (count > 0) warnings.push_back(text + behind + ": " + names);
+    }
+};
+
+class GltfWriter {
+public:
+    GltfWriter(const Scene& scene, const std::filesystem::path& path, bool isGlb)
+        : scene_(scene), path_(path), isGlb_(isGlb),
+          memory_(dynamic_cast<const GltfMemory*>(scene.source.get())) {}
+
+    Result<Written> write() {
+        if (auto compared = compare(); !compared) return failed(compared.problem());
+        remarks();
+        GltfDraft draft;
+        if (memory_) {
+            draft = gltfDraft(*memory_, isGlb_);
+        } else {
+            auto fresh = freshGltf(scene_, written_.warnings);
+            if (!fresh) return failed(fresh.problem());
+            draft = std::move(*fresh);
+        }
+        const bool isSame = memory_ && changes_.empty() && memory_->isGlb == isGlb_;
+        if (!isSame) change(draft);
+        if (auto done = writeGltfDraft(draft, memory_, isSame ? &memory_->file : nullptr, path_,
+                                       isGlb_, written_.warnings);
+            !done)
+            return done.problem();
+        return std::move(written_);
+    }
+
+private:
+    Problem failed(Problem problem) const {
+        problem.detail = problem.what + (problem.detail.empty() ? "" : " " + problem.detail) +
+                         (problem.where.empty() ? "" : ", " + problem.where);
+        problem.what = std::string("cannot write the scene as ") + (isGlb_ ? "GLB" : "glTF");
+        problem.where = path_.string();
+        return problem;
+    }
+
+    Result<> compare();
+    Result<> comparePath(std::size_t node, GltfPath path);
+    Result<std::optional<GltfRemembered>> remembered(std::size_t node, GltfPath path);
+    Result<> merge(std::size_t node, GltfPath path, std::span<const Envelope* const> curves,
+                   const std::optional<GltfRemembered>& before);
+    void change(GltfDraft& draft);
+    void giveTransform(GltfJson& node, const GltfNode& rest) const;
+    void remarks();
+    std::size_t nodes() const { return memory_ ? memory_->items.size() : scene_.itemCount(); }
+    ItemId itemOf(std::size_t node) const {
+        return memory_ ? memory_->items[node] : Scene::itemAt(node);
+    }
+    std::vector<ChannelId> channelsOf(std::size_t node, GltfPath path) const;
+
+    const Scene& scene_;
+    const std::filesystem::path& path_;
+    bool isGlb_;
+    const GltfMemory* memory_; // null where the scene came from elsewhere
+    Written written_;
+    std::vector<GltfChange> changes_;
+    std::map<std::pair<std::size_t, GltfPath>, std::size_t> source_; // the clip's channels
+    std::map<std::size_t, GltfTimes> times_;                         // by accessor
+    Remark turned_{"between keys these rotations are off", {}, 0};
+    Remark sampled_{"keys were added on frames, since glTF has no curve like this", {}, 0};
+    Remark early_{"keys before frame 0 are left out", {}, 0};
+    Remark close_{"keys that are too near to another one for glTF are left out", {}, 0};
+    double worstTurn_ = 0, worstValue_ = 0; // radians, units
+};
+
+std::vector<ChannelId> GltfWriter::channelsOf(std::size_t node, GltfPath path) const {
+    if (memory_) return gltfChannels(scene_, *memory_, node, path);
+    if (path == GltfPath::weights) return {};
+    const auto& motion = scene_.item(itemOf(node)).motion;
+    const auto first = motion.begin() + static_cast<std::ptrdiff_t>(path) * 3;
+    return {first, first + 3};
+}
+
+Result<> GltfWriter::compare() {
+    if (memory_ && memory_->clip != gltfNone) {
+        const auto& channels = memory_->model.clips[memory_->clip].channels;
+        for (std::size_t i = 0; i < channels.size(); ++i)
+            if (channels[i].node != gltfNone && channels[i].path != GltfPath::other)
+                source_[{channels[i].node, channels[i].path}] = i;
+    }
+    for (std::size_t node = 0; node < nodes(); ++node)
+        for (const GltfPath path :
+             {GltfPath::translation, GltfPath::rotation, GltfPath::scale, GltfPath::weights})
+            if (auto compared = comparePath(node, path); !compared) return compared;
+    return done();
+}
+
+// What the file says of a path, once more; nothing where it says nothing.
+Result<std::optional<GltfRemembered>> GltfWriter::remembered(std::size_t node, GltfPath path) {
+    const auto channel = source_.find({node, path});
+    if (channel == source_.end()) return std::optional<GltfRemembered>();
+    const GltfModel& model = memory_->model;
+    const auto bytes = memory_->bytes();
+    const std::string where = memory_->where();
+    const GltfSource source{model, bytes, where};
+    const GltfClip& clip = model.clips[memory_->clip];
+    const GltfSampler& sampler = clip.samplers[clip.channels[channel->second].sampler];
+    GltfTimes& times = times_[sampler.input];
+    if (!times) {
+        auto read = gltfTimes(source, sampler.input, "");
+        if (!read) return read.problem();
+        times = std::move(*read);
+    }
+    auto track = gltfTrack(source, memory_->clip, channel->second, times);
+    if (!track) return track.problem();
+    std::optional<GltfRemembered> before(std::in_place);
+    before->track = std::move(*track);
+    before->keys.resize(path == GltfPath::rotation ? 3 : before->track.components);
+    std::vector<KeyStore*> stores;
+    for (KeyStore& keys : before->keys)
+        stores.push_back(&keys);
+    appendGltfKeys(before->track, path, memory_->clock, gltfRestAngles(model.nodes[node]), stores);
+    return before;
+}
+
+Result<> GltfWriter::comparePath(std::size_t node, GltfPath path) {
+    std::vector<const Envelope*> curves;
+    bool hasKeys = false;
+    for (const ChannelId id : channelsOf(node, path)) {
+        curves.push_back(&scene_.envelope(scene_.channel(id).envelope));
+        hasKeys = hasKeys || !curves.back()->keys.empty();
+    }
+    auto before = remembered(node, path);
+    if (!before) return before.problem();
+    if (!before.value() && !hasKeys) return done();
+    if (before.value()) {
+        bool isSame = true;
+        for (std::size_t c = 0; c < curves.size() && isSame; ++c)
+            isSame = sameGltfKeys(curves[c]->keys, before.value()->keys[c]);
+        if (isSame) return done();
+        if (!hasKeys) {
+            changes_.push_back({node, path, std::nullopt, false});
+            return done();
+        }
+    }
+    return merge(node, path, curves, before.value());
+}
+
+Result<> GltfWriter::merge(std::size_t node, GltfPath path, std::span<const Envelope* const> curves,
+                           const std::optional<GltfRemembered>& before) {
+    const bool turns = path == GltfPath::rotation;
+    const std::string name = inQuotes(scene_.item(itemOf(node)).name) + " " +
+                             std::string(gltfPathNames[static_cast<std::size_t>(path)]);
+    const GltfInterpolation usual =
+        before ? before->track.interpolation : GltfInterpolation::linear;
+    const GltfRemembered* known = before ? &*before : nullptr;
+    auto merged = turns ? mergeGltfRotation(curves, scene_.rate, usual, known)
+                        : mergeGltfCurves(curves, scene_.rate, usual, known);
+    if (!merged) {
+        Problem problem = merged.problem();
+        problem.where = name;
+        return problem;
+    }
+    if (merged->onFrames) sampled_.add(name);
+    if (turns && merged->error > gltfUnseenTurn) turned_.add(name);
+    if (merged->early > 0) early_.add(name);
+    if (merged->merged > 0) close_.add(name);
+    double& worst = turns ? worstTurn_ : worstValue_;
+    worst = std::max(worst, merged->error);
+    const bool sameTimes = before && *before->track.times == *merged->track.times;
+    changes_.push_back({node, path, std::move(merged->track), sameTimes});
+    return done();
+}
+
+// What glTF does not hold of the scene, and what became of curves that it cannot have.
+void GltfWriter::remarks() {
+    Remark behaviours{
+        "glTF holds the outermost keys' values; other behaviours are left out", {}, 0};
+    Remark further{"glTF does not hold these channels", {}, 0};
+    std::vector<bool> isHeld; // by channel
+    const auto hold = [&](ChannelId id) {
+        const auto at = static_cast<std::size_t>(id);
+        if (isHeld.size() <= at) isHeld.resize(at + 1);
+        isHeld[at] = true;
+        const Envelope& curve = scene_.envelope(scene_.channel(id).envelope);
+        if (curve.keys.size() > 1 &&
+            (curve.before != Behaviour::constant || curve.after != Behaviour::constant))
+            behaviours.add(scene_.channelPath(id));
+    };
+    for (std::size_t node = 0; node < nodes(); ++node)
+        for (const GltfPath path :
+             {GltfPath::translation, GltfPath::rotation, GltfPath::scale, GltfPath::weights})
+            for (const ChannelId id : channelsOf(node, path))
+                hold(id);
+    for (std::size_t i = 0; i < scene_.itemCount(); ++i) {
+        std::vector<GroupId> open{scene_.item(Scene::itemAt(i)).group};
+        while (!open.empty()) {
+            const ChannelGroup& group = scene_.group(open.back());
+            open.pop_back();
+            for (const ChannelId id : group.channels) {
+                const auto at = static_cast<std::size_t>(id);
+                if (at >= isHeld.size() || !isHeld[at]) further.add(scene_.channelPath(id));
+            }
+            open.insert(open.end(), group.groups.begin(), group.groups.end());
+        }
+    }
+    std::vector<std::string>& warnings = written_.warnings;
+    further.say(warnings);
+    behaviours.say(warnings);
+    sampled_.say(warnings);
+    if (worstValue_ > 0)
+        warnings.push_back("between frames these are off by up to " + rounded(worstValue_) +
+                           " units, on frames they are not");
+    turned_.say(warnings, " by up to " + rounded(worstTurn_ * 180 / std::numbers::pi) + " degrees");
+    early_.say(warnings);
+    close_.say(warnings);
+}
+
+// A node with a matrix cannot move; one with its parts can.
+void GltfWriter::giveTransform(GltfJson& node, const GltfNode& rest) const {
+    node.erase("matrix");
+    node["translation"] = rest.translation;
+    node["rotation"] = rest.rotation;
+    node["scale"] = rest.scale;
+}
+
+void GltfWriter::change(GltfDraft& draft) {
+    if (memory_)
+        for (const GltfChange& one : changes_) {
+            const GltfNode& rest = memory_->model.nodes[one.node];
+            GltfJson& node = draft.document["nodes"][one.node];
+            if (one.track && one.path != GltfPath::weights && rest.hasMatrix &&
+                node.contains("matrix"))
+                giveTransform(node, rest);
+        }
+    const std::string name = scene_.name.empty() ? "Animation" : scene_.name;
+    if (applyGltfChanges(draft, memory_ ? memory_->clip : gltfNone, name, changes_, isGlb_))
+        written_.warnings.push_back("the clip has no key left and is taken out of the file");
+}
+
+} // namespace
+
+Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path) {
+    return GltfWriter(scene, path, false).write();
+}
+
+Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path) {
+    return GltfWriter(scene, path, true).write();
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,62 @@
+#include "stage/scene/mesh/mesh.h"
+
+namespace cadencora::stage {
+
+namespace {
+
+// At rest, but for the morphs.
+std::vector<Vec3> morphedPoints(const Scene& scene, const Mesh& mesh, double time) {
+    std::vector<Vec3> points;
+    points.reserve(mesh.shape->points.size());
+    for (const auto& [x, y, z] : mesh.shape->points)
+        points.push_back({static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)});
+    for (std::size_t t = 0; t < mesh.morphs.size(); ++t) {
+        if (!scene.has(mesh.morphs[t])) continue; // an undo may take channels away
+        const double weight = scene.envelope(scene.channel(mesh.morphs[t]).envelope).evaluate(time);
+        if (weight == 0) continue;
+        const MorphTarget& target = mesh.shape->targets[t];
+        for (std::size_t i = 0; i < target.points.size(); ++i)
+            for (std::size_t c = 0; c < 3; ++c)
+                points[target.points[i]][c] += weight * static_cast<double>(target.moves[i][c]);
+    }
+    return points;
+}
+
+std::vector<Affine> jointMoves(const MeshSkin& skin, std::span<const Affine> world) {
+    std::vector<Affine> moves;
+    moves.reserve(skin.joints.size());
+    for (std::size_t j = 0; j < skin.joints.size(); ++j) {
+        const Affine& joint = world[Scene::positionOf(skin.joints[j])];
+        moves.push_back(product(joint, skin.inverseBinds[j]));
+    }
+    return moves;
+}
+
+} // namespace
+
+std::vector<Vec3> meshPoints(const Scene& scene, ItemId item, double time,
+                             std::span<const Affine> world) {
+    const Mesh& mesh = *scene.item(item).mesh;
+    std::vector<Vec3> points = morphedPoints(scene, mesh, time);
+    if (!mesh.skin) {
+        const Affine& place = world[Scene::positionOf(item)];
+        for (Vec3& point : points)
+            point = carried(place, point);
+        return points;
+    }
+    const std::vector<Affine> moves = jointMoves(*mesh.skin, world);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const JointWeights& pull = mesh.shape->pulls[i];
+        Vec3 sum{};
+        for (std::size_t n = 0; n < pull.joints.size(); ++n) {
+            if (pull.weights[n] == 0) continue;
+            const Vec3 moved = carried(moves[pull.joints[n]], points[i]);
+            for (std::size_t c = 0; c < 3; ++c)
+                sum[c] += static_cast<double>(pull.weights[n]) * moved[c];
+        }
+        points[i] = sum;
+    }
+    return points;
+}
+
+} // namespace cadencora::stage

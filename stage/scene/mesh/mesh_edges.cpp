@@ -1,0 +1,91 @@
+#include "stage/scene/mesh/mesh.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace cadencora::stage {
+
+namespace {
+
+// An edge of one triangle.
+struct Side {
+    std::uint32_t low, high; // points
+    std::uint32_t triangle;
+};
+
+Vec3 way(const MeshPoint& from, const MeshPoint& to) {
+    Vec3 difference{};
+    for (std::size_t c = 0; c < 3; ++c)
+        difference[c] = static_cast<double>(to[c]) - static_cast<double>(from[c]);
+    return difference;
+}
+
+double dot(const Vec3& a, const Vec3& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+Vec3 normalOf(std::span<const MeshPoint> points, const MeshTriangle& triangle) {
+    const Vec3 a = way(points[triangle[0]], points[triangle[1]]);
+    const Vec3 b = way(points[triangle[0]], points[triangle[2]]);
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+bool isLongest(std::span<const MeshPoint> points, const MeshTriangle& triangle, const Side& side) {
+    const auto square = [&](std::uint32_t a, std::uint32_t b) {
+        const Vec3 along = way(points[a], points[b]);
+        return dot(along, along);
+    };
+    const double own = square(side.low, side.high);
+    for (std::size_t i = 0; i < 3; ++i)
+        if (square(triangle[i], triangle[(i + 1) % 3]) > own) return false;
+    return true;
+}
+
+bool areLevel(const Vec3& a, const Vec3& b) {
+    constexpr double cosine = 0.97; // of 14 degrees: four-sided faces are rarely quite level
+    const double along = dot(a, b);
+    return along > 0 && along * along >= cosine * cosine * dot(a, a) * dot(b, b);
+}
+
+} // namespace
+
+std::vector<MeshEdge> meshEdges(std::span<const MeshPoint> points,
+                                std::span<const MeshTriangle> triangles,
+                                std::span<const std::array<std::uint32_t, 2>> lines) {
+    std::vector<Side> sides;
+    sides.reserve(triangles.size() * 3 + lines.size());
+    for (std::size_t t = 0; t < triangles.size(); ++t)
+        for (std::size_t i = 0; i < 3; ++i) {
+            const std::uint32_t a = triangles[t][i], b = triangles[t][(i + 1) % 3];
+            sides.push_back({std::min(a, b), std::max(a, b), static_cast<std::uint32_t>(t)});
+        }
+    for (const auto& [a, b] : lines)
+        sides.push_back({std::min(a, b), std::max(a, b), MeshEdge::none});
+    std::ranges::sort(sides, {}, [](const Side& side) {
+        return std::array{side.low, side.high, side.triangle};
+    });
+
+    std::vector<bool> isHalf(triangles.size()); // of a four-sided face
+    const auto joinsHalves = [&](const Side& a, const Side& b) {
+        if (b.triangle == MeshEdge::none || isHalf[a.triangle] || isHalf[b.triangle]) return false;
+        const MeshTriangle &left = triangles[a.triangle], &right = triangles[b.triangle];
+        if (!isLongest(points, left, a) || !isLongest(points, right, b) ||
+            !areLevel(normalOf(points, left), normalOf(points, right)))
+            return false;
+        isHalf[a.triangle] = isHalf[b.triangle] = true;
+        return true;
+    };
+    std::vector<MeshEdge> edges;
+    for (std::size_t first = 0, last = 0; first < sides.size(); first = last) {
+        const Side& side = sides[first];
+        while (last < sides.size() && sides[last].low == side.low && sides[last].high == side.high)
+            ++last;
+        if (last - first == 2 && joinsHalves(side, sides[first + 1])) continue;
+        edges.push_back(
+            {{side.low, side.high},
+             {side.triangle, last - first > 1 ? sides[first + 1].triangle : MeshEdge::none}});
+    }
+    return edges;
+}
+
+} // namespace cadencora::stage
