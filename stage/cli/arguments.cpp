@@ -1,10 +1,12 @@
 #include "stage/cli/arguments.h"
 
 #include "stage/base/text.h"
-#include "stage/cli/commands/plot_command.h"
+#include "stage/cli/commands/convert.h"
+#include "stage/cli/commands/info.h"
+#include "stage/cli/commands/panels.h"
+#include "stage/cli/commands/plot.h"
+#include "stage/cli/commands/plugin_path.h"
 #include "stage/cli/commands/run.h"
-#include "stage/cli/report/report.h"
-#include "stage/formats/registry.h"
 #include "stage/user/recipe.h"
 
 #include <CLI/CLI.hpp>
@@ -16,19 +18,14 @@ namespace cadencora::stage {
 namespace {
 
 struct Arguments {
-    std::vector<std::string> inputs; // of `run`
-    std::string input;               // of `info` and `convert`
+    std::vector<std::string> inputs;
     std::string output, outputFolder, plugin, motions, report = "text";
     std::string recipe, saveRecipe;
     ReadingArguments reading;
     std::size_t jobs = 1;
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
-    bool dryRun = false, json = false, cancel = false;
-
-    std::filesystem::path pluginPath() const {
-        return plugin.empty() ? Module::defaultPath() : std::filesystem::path(plugin);
-    }
+    bool dryRun = false, cancel = false;
 };
 
 // Puts the options of the steps back into the order in which they were given: each --press begins a
@@ -100,48 +97,9 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
     options.saveRecipe = arguments.saveRecipe;
     options.jobs = arguments.jobs;
     options.report = arguments.report == "json" ? ReportForm::json : ReportForm::text;
-    options.plugin = arguments.pluginPath();
+    options.plugin = pluginPath(arguments.plugin);
     options.motionsFolder = arguments.motions;
     return run(options);
-}
-
-int infoCommand(const Arguments& arguments) {
-    const auto reading = readOptionsOf(arguments.reading);
-    if (!reading) return fail(exitUsage, reading.problem());
-    const auto loaded = readInput(arguments.input, reading.value());
-    if (!loaded) return fail(exitFailed, loaded.problem());
-    arguments.json ? printInfoJson(loaded.value(), std::cout)
-                   : printInfo(loaded.value(), std::cout);
-    return exitDone;
-}
-
-int convertCommand(const Arguments& arguments) {
-    const auto reading = readOptionsOf(arguments.reading);
-    if (!reading) return fail(exitUsage, reading.problem());
-    const auto loaded = readInput(arguments.input, reading.value());
-    if (!loaded) return fail(exitFailed, loaded.problem());
-    const Scene& scene = loaded.value().scene;
-    const auto written = writeScene(scene, arguments.output);
-    if (!written) return fail(exitFailed, written.problem());
-    for (const std::string& warning : written.value().warnings)
-        std::cerr << "warning: " << warning << "\n";
-    std::cout << "wrote " << arguments.output << ": " << summary(scene) << "\n";
-    return exitDone;
-}
-
-int panelsCommand(const Arguments& arguments) {
-    const auto module = Module::open(arguments.pluginPath());
-    if (!module) return fail(exitFailed, module.problem());
-    const auto offer = explore(module.value());
-    if (!offer) return fail(exitFailed, offer.problem());
-    arguments.json ? printPanelsJson(offer.value(), std::cout)
-                   : printPanels(offer.value(), std::cout);
-    return exitDone;
-}
-
-void addPlugin(CLI::App& app, Arguments& arguments) {
-    app.add_option("--plugin", arguments.plugin,
-                   "The plug-in file (default: CADENCORA_PLUGIN, else beside the program)");
 }
 
 CLI::App* addRun(CLI::App& app, Arguments& arguments) {
@@ -176,7 +134,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
         run->get_option(repeated)->expected(1)->multi_option_policy(
             CLI::MultiOptionPolicy::TakeAll);
     addReading(*run, arguments.reading);
-    addPlugin(*run, arguments);
+    addPlugin(*run, arguments.plugin);
     run->footer("A step is --press and the --select, --time, --set, --answer and --cancel that\n"
                 "follow it, up to the next --press; what stands before the first --press belongs\n"
                 "to the first step. Example:\n"
@@ -193,22 +151,13 @@ int runProgram(int argc, char** argv) {
     app.set_version_flag("--version", CADENCORA_VERSION);
     app.require_subcommand(1);
 
-    CLI::App* info = app.add_subcommand("info", "Say what a file holds");
-    info->add_option("FILE", arguments.input, "Input file")->required();
-    info->add_flag("--json", arguments.json, "Print JSON");
-    addReading(*info, arguments.reading);
-
-    CLI::App* panels = app.add_subcommand("panels", "List the plug-in's buttons and dialogs");
-    panels->add_flag("--json", arguments.json, "Print JSON");
-    addPlugin(*panels, arguments);
-
-    CLI::App* run = addRun(app, arguments);
-
-    CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
-    convert->add_option("IN", arguments.input, "Input file")->required();
-    convert->add_option("OUT", arguments.output, "Output file")->required();
-    addReading(*convert, arguments.reading);
-
+    InfoOptions infoOptions;
+    const CLI::App* infos = addInfo(app, infoOptions);
+    PanelsOptions panelsOptions;
+    const CLI::App* listing = addPanels(app, panelsOptions);
+    const CLI::App* running = addRun(app, arguments);
+    ConvertOptions convertOptions;
+    const CLI::App* converting = addConvert(app, convertOptions);
     PlotOptions plotOptions;
     const CLI::App* plotting = addPlot(app, plotOptions);
 
@@ -226,11 +175,11 @@ int runProgram(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitDone : exitUsage;
     }
-    if (info->parsed()) return infoCommand(arguments);
-    if (panels->parsed()) return panelsCommand(arguments);
-    if (convert->parsed()) return convertCommand(arguments);
+    if (infos->parsed()) return info(infoOptions);
+    if (listing->parsed()) return panels(panelsOptions);
+    if (converting->parsed()) return convert(convertOptions);
     if (plotting->parsed()) return plot(plotOptions);
-    return runCommand(*run, arguments);
+    return runCommand(*running, arguments);
 }
 
 } // namespace cadencora::stage

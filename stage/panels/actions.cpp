@@ -1,6 +1,7 @@
 #include "stage/panels/actions.h"
 
 #include "stage/base/text.h"
+#include "stage/panels/labels.h"
 
 #include <cmath>
 #include <limits>
@@ -216,10 +217,6 @@ std::string_view typeName(ControlType type) {
         return "toggle";
     }
     return "control";
-}
-
-std::string_view shownLabel(const ControlModel& control) {
-    return trimmed(control.label);
 }
 
 } // namespace cadencora::stage

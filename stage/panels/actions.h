@@ -26,7 +26,4 @@ std::string valueText(const ControlModel& control, const Scene& scene);
 // The control type's name for people and reports: "toggle", "list box".
 std::string_view typeName(ControlType type);
 
-// The label without outer blanks.
-std::string_view shownLabel(const ControlModel& control);
-
 } // namespace cadencora::stage

@@ -92,12 +92,12 @@ Result<std::filesystem::path> motionPath(Host& host, std::string_view text) {
     if (const auto& motions = host.options().motionsDirectory; !motions.empty())
         return motions / escapedFileName(text);
     if (!host.options().writeFiles) return std::filesystem::path(text);
-    if (!host.scratch) {
+    if (!host.files.motions) {
         auto folder = TemporaryDirectory::create();
         if (!folder) return folder.problem();
-        host.scratch = std::move(folder.value());
+        host.files.motions = std::move(folder.value());
     }
-    return host.scratch->path() / escapedFileName(text);
+    return host.files.motions->path() / escapedFileName(text);
 }
 
 std::string saveMotion(Host& host, std::string_view rest) {
@@ -109,8 +109,8 @@ std::string saveMotion(Host& host, std::string_view rest) {
     const auto written =
         host.options().writeFiles ? writeFile(path.value(), text) : checkWritable(path.value());
     if (!written) return written.problem().text();
-    host.savedMotionPath = path.value();
-    host.savedMotion = std::move(text);
+    host.files.savedMotionPath = path.value();
+    host.files.savedMotion = std::move(text);
     return {};
 }
 
@@ -145,8 +145,9 @@ std::string loadMotion(Host& host, std::string_view rest) {
     if (host.scene().selection.empty()) return "nothing is selected";
     const auto path = motionPath(host, rest);
     if (!path) return path.problem().text();
-    const auto text = path.value() == host.savedMotionPath ? Result<std::string>(host.savedMotion)
-                                                           : readFile(path.value());
+    const auto text = path.value() == host.files.savedMotionPath
+                          ? Result<std::string>(host.files.savedMotion)
+                          : readFile(path.value());
     if (!text) return text.problem().text();
     const auto motion = parseItemMotion(text.value(), path.value().string());
     if (!motion) return motion.problem().text();

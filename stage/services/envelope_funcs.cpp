@@ -28,14 +28,14 @@ void copyEnvelope(Host& host, EnvelopeId to, EnvelopeId from) {
 }
 
 void loadEnvelope(Host& host, EnvelopeId envelope, host::LoadState state) {
-    const auto file = host.loadFiles.find(reinterpret_cast<std::uintptr_t>(state));
-    if (file == host.loadFiles.end()) throw MisuseError{"not an open load state"};
+    const auto file = host.files.loads.find(reinterpret_cast<std::uintptr_t>(state));
+    if (file == host.files.loads.end()) throw MisuseError{"not an open load state"};
     assign(host.edit().envelope(envelope), file->second.envelope);
 }
 
 void saveEnvelope(Host& host, EnvelopeId envelope, host::SaveState state) {
-    const auto file = host.saveFiles.find(reinterpret_cast<std::uintptr_t>(state));
-    if (file == host.saveFiles.end()) throw MisuseError{"not an open save state"};
+    const auto file = host.files.saves.find(reinterpret_cast<std::uintptr_t>(state));
+    if (file == host.files.saves.end()) throw MisuseError{"not an open save state"};
     file->second.text += envelopeText(host.scene().envelope(envelope));
 }
 

@@ -26,7 +26,7 @@ std::filesystem::path dryName(const std::filesystem::path& path) {
 
 host::SaveState openSave(Host& host, std::string_view text, int mode) {
     requireMode(mode);
-    auto path = resolvePath(text, host.chosenDirectories);
+    auto path = resolvePath(text, host.files.chosenDirectories);
     if (!path) {
         host.report(path.problem());
         return nullptr;
@@ -43,18 +43,18 @@ host::SaveState openSave(Host& host, std::string_view text, int mode) {
         host.report(writable.problem());
         return nullptr;
     }
-    const std::uintptr_t handle = host.nextFile++;
-    host.saveFiles.emplace(handle, std::move(save));
+    const std::uintptr_t handle = host.files.nextHandle++;
+    host.files.saves.emplace(handle, std::move(save));
     return reinterpret_cast<host::SaveState>(handle);
 }
 
 void closeSave(Host& host, host::SaveState state) {
-    const auto found = host.saveFiles.find(word(state));
-    if (found == host.saveFiles.end()) throw MisuseError{"not an open save state"};
+    const auto found = host.files.saves.find(word(state));
+    if (found == host.files.saves.end()) throw MisuseError{"not an open save state"};
     SaveFile save = std::move(found->second);
-    host.saveFiles.erase(found);
+    host.files.saves.erase(found);
     if (!save.file) {
-        host.dryFiles[dryName(save.path)] = std::move(save.text);
+        host.files.dry[dryName(save.path)] = std::move(save.text);
         return;
     }
     save.file->write(save.text);
@@ -64,8 +64,8 @@ void closeSave(Host& host, host::SaveState state) {
 }
 
 Result<std::string> motionText(Host& host, const std::filesystem::path& path) {
-    const auto dry = host.dryFiles.find(dryName(path));
-    if (dry != host.dryFiles.end()) return dry->second;
+    const auto dry = host.files.dry.find(dryName(path));
+    if (dry != host.files.dry.end()) return dry->second;
     return readFile(path);
 }
 
@@ -75,19 +75,19 @@ host::LoadState openLoad(Host& host, std::string_view text, int mode) {
         host.report(std::move(problem));
         return nullptr;
     };
-    auto path = resolvePath(text, host.chosenDirectories);
+    auto path = resolvePath(text, host.files.chosenDirectories);
     if (!path) return refuse(path.problem());
     auto bytes = motionText(host, path.value());
     if (!bytes) return refuse(bytes.problem());
     auto envelope = parseEnvelope(bytes.value(), path.value().string());
     if (!envelope) return refuse(envelope.problem());
-    const std::uintptr_t handle = host.nextFile++;
-    host.loadFiles.emplace(handle, LoadFile{path.value(), std::move(envelope.value())});
+    const std::uintptr_t handle = host.files.nextHandle++;
+    host.files.loads.emplace(handle, LoadFile{path.value(), std::move(envelope.value())});
     return reinterpret_cast<host::LoadState>(handle);
 }
 
 void closeLoad(Host& host, host::LoadState state) {
-    if (host.loadFiles.erase(word(state)) == 0) throw MisuseError{"not an open load state"};
+    if (host.files.loads.erase(word(state)) == 0) throw MisuseError{"not an open load state"};
 }
 
 } // namespace

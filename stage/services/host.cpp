@@ -76,8 +76,20 @@ ChangeReport Host::event(std::string name, const std::function<void()>& action,
     }
     scope_.reset();
     forgetEnvelope();
-    savedMotionPath.clear();
+    files.savedMotionPath.clear();
     return report;
+}
+
+bool Host::undo() {
+    if (scope_) return false;
+    forgetEnvelope();
+    return journal_.undo(scene_);
+}
+
+bool Host::redo() {
+    if (scope_) return false;
+    forgetEnvelope();
+    return journal_.redo(scene_);
 }
 
 void Host::select(std::vector<ItemId> items) {
@@ -116,10 +128,6 @@ void Host::recordThrown(const char* service, const char* slot) noexcept {
     } catch (...) {
         recordMisuse(service, slot, "unknown failure");
     }
-}
-
-void Host::refuseEdit() {
-    throw MisuseError{"an edit outside of any event"};
 }
 
 void Host::refreshRecords() {

@@ -5,9 +5,9 @@
 #pragma once
 
 #include "plugin/host/types.h"
-#include "stage/base/file.h"
 #include "stage/panels/front_end.h"
 #include "stage/scene/journal.h"
+#include "stage/services/host_files.h"
 
 #include <array>
 #include <functional>
@@ -66,18 +66,6 @@ struct HostFaults {
     int panelsUntilNull = -1; // createPanel answers null once this many were made; -1: never
 };
 
-// Open motion files of the file services. A file is parsed when it is opened, so that one that
-// cannot be read is known before anything is changed; it is written when it is closed.
-struct SaveFile {
-    std::filesystem::path path;
-    std::optional<AtomicFile> file; // nothing in a dry run
-    std::string text;
-};
-struct LoadFile {
-    std::filesystem::path path;
-    Envelope envelope;
-};
-
 struct HostOptions {
     std::filesystem::path motionsDirectory; // what "Directory Info" answers; empty: none
     bool writeFiles = true; // false: files are written into the void, as in a dry run
@@ -120,8 +108,8 @@ public:
     }
 
     const Journal& journal() const { return journal_; }
-    bool undo() { return !scope_ && journal_.undo(scene_); } // false: nothing to undo, or mid-event
-    bool redo() { return !scope_ && journal_.redo(scene_); }
+    bool undo(); // false: nothing to undo, or within an event
+    bool redo();
 
     // Issues one command line; a Problem says why it was refused.
     Result<> command(std::string_view line);
@@ -143,17 +131,7 @@ public:
     LastEnvelopes lastEnvelopes;
     void forgetEnvelope() { lastEnvelopes.forget(); }
 
-    // File states by handle.
-    std::map<std::uintptr_t, SaveFile> saveFiles;
-    std::map<std::uintptr_t, LoadFile> loadFiles;
-    std::uintptr_t nextFile = 1;
-    std::map<std::filesystem::path, std::string> dryFiles; // what a dry run would have written
-    // The motion that the event saved last, which it reads back as it was saved: other processes
-    // may use the same scratch file at the same time.
-    std::filesystem::path savedMotionPath;
-    std::string savedMotion;
-    std::set<std::string, std::less<>> chosenDirectories; // that a plug-in was told by a control
-    std::optional<TemporaryDirectory> scratch; // for motion files without a directory, once needed
+    HostFiles files;
 
     // Lets the front end know now and then that calls are coming in.
     void countCall() {
@@ -166,8 +144,6 @@ public:
     void refreshRecords();
 
 private:
-    [[noreturn]] static void refuseEdit();
-
     static inline Host* active_ = nullptr;
 
     Scene scene_;

@@ -130,7 +130,7 @@ void giveText(Host& host, const ControlModel& control, host::ControlValue& out) 
         host.report({"the path is too long for the plug-in", control.text,
                      "at most " + std::to_string(size - 1) + " bytes"});
     const std::string_view text = fits ? std::string_view(control.text) : std::string_view();
-    if (control.type == ControlType::directory) host.chosenDirectories.emplace(text);
+    if (control.type == ControlType::directory) host.files.chosenDirectories.emplace(text);
     *std::ranges::copy(text, buffer).out = '\0';
 }
 

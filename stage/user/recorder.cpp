@@ -2,6 +2,7 @@
 
 #include "stage/base/text.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,12 +11,6 @@
 namespace cadencora::stage {
 
 namespace {
-
-// Qualified wherever it can be: an earlier dialog may have several controls of the short label.
-std::string recordedLabel(const ControlModel& control) {
-    const std::string label(shownLabel(control));
-    return control.section.empty() ? label : std::string(trimmed(control.section)) + "/" + label;
-}
 
 bool isTyped(ControlType type) {
     return type == ControlType::slider || type == ControlType::integer ||
@@ -66,7 +61,8 @@ bool Recorder::isTaken(std::string_view label) const {
 void Recorder::set(const ControlModel& control, const Scene& scene) {
     if (!open_ || dialogs_.empty()) return;
     auto& settings = steps_.back().step.settings;
-    const std::string label = recordedLabel(control);
+    // Qualified wherever it can be: an earlier dialog may have several controls of the short label.
+    const std::string label = qualifiedLabel(control);
     const auto found = findControl(*control.panel, label);
     if (!found || found.value() != &control)
         return fallShort(inQuotes(label) + " does not name one control of the dialog");
@@ -87,7 +83,7 @@ void Recorder::anchorCancel(const PanelModel& panel, const Scene& scene) {
     for (const ControlModel* control : panel.controls) {
         const bool plain = isTyped(control->type) || control->type == ControlType::toggle ||
                            control->type == ControlType::choice;
-        const std::string label = recordedLabel(*control);
+        const std::string label = qualifiedLabel(*control);
         if (!plain || !control->drawn || label.empty() || isTaken(label)) continue;
         return set(*control, scene);
     }

@@ -19,7 +19,6 @@ public:
     // The step's selection and time are written down where they are others than the last step left.
     // A control that is no button makes a step only if it edits, and one that falls short.
     void begin(const ControlModel& control, const Scene& scene);
-    bool isRecording() const { return open_; }
 
     // Within a step. `set` is told after the value was taken; a button counts as a setting. Sliding
     // and typing on in the same control leaves the last value alone.

@@ -2,30 +2,13 @@
 
 #include "stage/base/text.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 
 #include <algorithm>
 
 namespace cadencora::stage {
 
 namespace {
-
-std::string qualified(const ControlModel& control) {
-    const std::string label(shownLabel(control));
-    return control.section.empty() ? label : std::string(trimmed(control.section)) + "/" + label;
-}
-
-// Controls without a label cannot be named.
-bool hasName(const ControlModel& control) {
-    return !shownLabel(control).empty();
-}
-
-template <class Matches>
-std::vector<ControlModel*> filtered(const PanelModel& panel, Matches matches) {
-    std::vector<ControlModel*> found;
-    for (ControlModel* control : panel.controls)
-        if (hasName(*control) && matches(*control)) found.push_back(control);
-    return found;
-}
 
 // Makes a button of a tab reachable, as a person does who looks through the tabs.
 bool bringUp(const PanelModel& panel, const ControlModel& button) {
@@ -38,40 +21,6 @@ bool bringUp(const PanelModel& panel, const ControlModel& button) {
 }
 
 } // namespace
-
-Result<ControlModel*> findControl(const PanelModel& panel, std::string_view label) {
-    const std::string_view wanted = trimmed(label);
-    auto found = filtered(panel, [&](const ControlModel& c) { return shownLabel(c) == wanted; });
-    if (found.empty())
-        found = filtered(panel, [&](const ControlModel& c) { return qualified(c) == wanted; });
-    if (found.empty())
-        found = filtered(panel, [&](const ControlModel& c) {
-            return equalNoCase(shownLabel(c), wanted) || equalNoCase(qualified(c), wanted);
-        });
-    if (found.empty())
-        return Problem{"no control is labelled " + inQuotes(wanted), panel.title,
-                       alternatives(wanted, labels(panel), 20)};
-    if (found.size() > 1) {
-        std::vector<std::string> names;
-        for (const ControlModel* control : found)
-            names.push_back(qualified(*control));
-        return Problem{"several controls are labelled " + inQuotes(wanted), panel.title,
-                       alternatives(wanted, std::move(names))};
-    }
-    return found.front();
-}
-
-std::vector<std::string> labels(const PanelModel& panel) {
-    std::vector<std::string> names;
-    for (const ControlModel* control : panel.controls) {
-        if (!hasName(*control)) continue;
-        const auto same = filtered(panel, [&](const ControlModel& other) {
-            return shownLabel(other) == shownLabel(*control);
-        });
-        names.push_back(same.size() > 1 ? qualified(*control) : std::string(shownLabel(*control)));
-    }
-    return names;
-}
 
 Result<> ScriptedUser::perform(const Step& step) {
     step_ = step;
@@ -124,10 +73,10 @@ bool ScriptedUser::runModal(PanelModel& panel) {
     for (std::size_t i = 0; i < step_.settings.size() && !problem_; ++i) {
         if (made_[i]) continue;
         const auto& setting = step_.settings[i];
+        if (controlsNamed(panel, setting.label).empty()) continue; // it is for another dialog
         const auto control = findControl(panel, setting.label);
         if (!control) {
-            // Not in this dialog; a label that is only too short is wrong in every dialog.
-            if (control.problem().what.starts_with("several")) problem_ = control.problem();
+            problem_ = control.problem();
             continue;
         }
         made_[i] = true;
@@ -138,7 +87,7 @@ bool ScriptedUser::runModal(PanelModel& panel) {
         // A person does not accept a dialog that has just complained.
         if (sawError()) return false;
     }
-    // Settings still to be made belong to a dialog behind this one.
+    // Settings still to be made belong to a later dialog.
     const bool allMade = std::ranges::find(made_, false) == made_.end();
     return !problem_ && !(step_.cancel && allMade);
 }

@@ -25,13 +25,6 @@ struct Step {
     bool cancel = false;                            // the dialog in which the last setting was made
 };
 
-// The control of a panel that a label names, visible or not. The label may be qualified by the
-// list box above the control ("Affected Objects/Load"), and must be where two controls share it.
-Result<ControlModel*> findControl(const PanelModel& panel, std::string_view label);
-
-// Every label of the panel that findControl takes, qualified where needed.
-std::vector<std::string> labels(const PanelModel& panel);
-
 class ScriptedUser : public FrontEnd {
 public:
     // When `dry`, the plug-in gets copies in place of the files that it might write.

@@ -32,9 +32,4 @@ Result<Loaded> readInput(const std::filesystem::path& path, const ReadOptions& o
     return loaded;
 }
 
-ExitStatus fail(ExitStatus status, const Problem& problem) {
-    std::cerr << "cadencora: " << problem.text() << "\n";
-    return status;
-}
-
 } // namespace cadencora::stage

@@ -3,7 +3,7 @@
 // Calls the formats; prints on standard error.
 #pragma once
 
-#include "stage/cli/exit_status.h"
+#include "stage/cli/report/exit_status.h"
 #include "stage/formats/registry.h"
 
 namespace CLI {
@@ -23,8 +23,5 @@ Result<ReadOptions> readOptionsOf(const ReadingArguments& arguments);
 
 // With the file's warnings on standard error.
 Result<Loaded> readInput(const std::filesystem::path& path, const ReadOptions& options);
-
-// Says what went wrong on standard error and gives the status back.
-ExitStatus fail(ExitStatus status, const Problem& problem);
 
 } // namespace cadencora::stage

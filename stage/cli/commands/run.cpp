@@ -1,10 +1,10 @@
 #include "stage/cli/commands/run.h"
 
-#include "stage/cli/commands/explore.h"
 #include "stage/cli/commands/run_file.h"
+#include "stage/cli/explore/explore.h"
 #include "stage/cli/many/workers.h"
+#include "stage/cli/report/file_report.h"
 #include "stage/cli/report/progress.h"
-#include "stage/cli/report/report.h"
 #include "stage/formats/registry.h"
 #include "stage/user/recipe.h"
 
@@ -29,11 +29,6 @@ Result<> checkOutputs(const RunOptions& options) {
             return Problem{"two inputs would be written to the same file", output.string(), {}};
     }
     return done();
-}
-
-ExitStatus usageError(const Problem& problem) {
-    std::cerr << "cadencora: " << problem.text() << "\n";
-    return exitUsage;
 }
 
 // Prints the reports of the files in the order of the inputs, whichever is ready first.
@@ -93,33 +88,26 @@ void runMany(const RunOptions& options, const Module& module, Reports& reports) 
 
 ExitStatus run(const RunOptions& options) {
     auto module = Module::open(options.plugin);
-    if (!module) {
-        std::cerr << "cadencora: " << module.problem().text() << "\n";
-        return exitFailed;
-    }
+    if (!module) return fail(exitFailed, module.problem());
     const auto offer = explore(module.value());
-    if (!offer) {
-        std::cerr << "cadencora: " << offer.problem().text() << "\n";
-        return exitFailed;
-    }
+    if (!offer) return fail(exitFailed, offer.problem());
     // A step that cannot work is found before any file is opened.
     for (const Step& step : options.steps)
         if (auto possible = checkStep(offer.value(), step); !possible)
-            return usageError(possible.problem());
-    if (auto possible = checkOutputs(options); !possible) return usageError(possible.problem());
+            return fail(exitUsage, possible.problem());
+    if (auto possible = checkOutputs(options); !possible)
+        return fail(exitUsage, possible.problem());
     if (!options.outputFolder.empty() && !options.dryRun) {
         std::error_code error;
         std::filesystem::create_directories(options.outputFolder, error);
         if (error)
-            return usageError(
-                {"cannot make the output folder", options.outputFolder.string(), error.message()});
+            return fail(exitUsage, {"cannot make the output folder", options.outputFolder.string(),
+                                    error.message()});
     }
 
     if (!options.saveRecipe.empty())
-        if (auto saved = saveRecipe(options.saveRecipe, options.steps); !saved) {
-            std::cerr << "cadencora: " << saved.problem().text() << "\n";
-            return exitFailed;
-        }
+        if (auto saved = saveRecipe(options.saveRecipe, options.steps); !saved)
+            return fail(exitFailed, saved.problem());
 
     Reports reports(options);
     if (options.inputs.size() == 1)

@@ -1,10 +1,9 @@
 // `run`: opens files, presses buttons as a scripted user, reports what changed, writes the files.
 #pragma once
 
-#include "stage/cli/exit_status.h"
+#include "stage/cli/report/outcome.h"
 #include "stage/formats/registry.h"
 #include "stage/module/module.h"
-#include "stage/scene/journal.h"
 #include "stage/user/scripted_user.h"
 
 #include <filesystem>
@@ -26,32 +25,6 @@ struct RunOptions {
     ReportForm report = ReportForm::text;
     std::filesystem::path plugin;
     std::filesystem::path motionsFolder; // of "Directory Info"
-};
-
-// What came of one step.
-struct StepOutcome {
-    std::string press;
-    std::vector<std::string> dialogs; // their titles, in the order of opening
-    std::vector<Message> messages;
-    ChangeReport changes;
-};
-
-// What came of one file.
-struct FileOutcome {
-    std::filesystem::path input;
-    std::string summary; // "31 items, 50304 keys, 120 frames per second"
-    std::vector<StepOutcome> steps;
-    std::vector<Problem> problems;
-    std::vector<std::string> warnings;
-    std::filesystem::path written; // empty: nothing
-    ExitStatus status = exitDone;
-};
-
-// What is to be printed of one file.
-struct FileReport {
-    std::string file;
-    ExitStatus status = exitDone;
-    std::string text, errors, json; // of JSON an object
 };
 
 // Runs all files, prints the report on standard output and errors on standard error.

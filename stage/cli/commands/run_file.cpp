@@ -1,8 +1,8 @@
 #include "stage/cli/commands/run_file.h"
 
 #include "stage/base/text.h"
-#include "stage/cli/report/report.h"
 #include "stage/formats/registry.h"
+#include "stage/scene/summary.h"
 #include "stage/services/host.h"
 
 #include <cmath>

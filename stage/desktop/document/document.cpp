@@ -4,6 +4,7 @@
 #include "stage/desktop/panels/control_view.h"
 #include "stage/desktop/panels/desktop_front_end.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 #include "stage/scene/summary.h"
 
 #include <cmath>

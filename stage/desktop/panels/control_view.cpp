@@ -1,6 +1,7 @@
 #include "stage/desktop/panels/control_view.h"
 
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 
 #include <QLabel>
 #include <QResizeEvent>

@@ -3,6 +3,7 @@
 #include "stage/desktop/panels/control_view.h"
 #include "stage/desktop/views/item_icons.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 
 #include <QComboBox>
 #include <QLabel>

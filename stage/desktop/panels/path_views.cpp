@@ -3,6 +3,7 @@
 #include "stage/desktop/panels/control_view.h"
 #include "stage/desktop/panels/typed_field.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 
 #include <QFileDialog>
 #include <QPushButton>

@@ -3,6 +3,7 @@
 #include "plugin/sets/channel_list.h"
 #include "plugin/sets/dialogs.h"
 #include "plugin/sets/object_list.h"
+#include "stage/panels/labels.h"
 #include "tests/plugin/rig.h"
 
 namespace cadencora::stage {

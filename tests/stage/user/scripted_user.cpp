@@ -1,5 +1,6 @@
 #include "stage/user/scripted_user.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 
 #include <gtest/gtest.h>
 

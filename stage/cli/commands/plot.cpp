@@ -1,4 +1,4 @@
-#include "stage/cli/commands/plot_command.h"
+#include "stage/cli/commands/plot.h"
 
 #include "stage/base/file.h"
 #include "stage/plot/plot.h"

@@ -1,5 +1,7 @@
-// What the headless program answers to its caller.
+// What the headless program answers to its caller, and the one line that goes with a failure.
 #pragma once
+
+#include "stage/base/result.h"
 
 namespace cadencora::stage {
 
@@ -8,5 +10,8 @@ enum ExitStatus : int {
     exitFailed = 1, // the toolbox reported an error, or an input or output failed
     exitUsage = 2   // wrong arguments: an option, a button, a label, an item, a value
 };
+
+// Prints "cadencora: PROBLEM" on standard error and returns the status.
+ExitStatus fail(ExitStatus status, const Problem& problem);
 
 } // namespace cadencora::stage

@@ -1,7 +1,8 @@
-#include "stage/cli/commands/explore.h"
+#include "stage/cli/explore/explore.h"
 
 #include "stage/base/text.h"
 #include "stage/panels/actions.h"
+#include "stage/panels/labels.h"
 #include "stage/services/host.h"
 
 #include <algorithm>
@@ -115,10 +116,9 @@ Result<> checkStep(const PluginOffer& offer, const Step& step) {
         std::optional<Problem> problem;
         bool found = false;
         for (const DialogCopy& dialog : button->dialogs) {
-            const auto control = findControl(dialog.panel, setting.label);
-            found = found || control.ok();
-            if (!control && control.problem().what.starts_with("several"))
-                problem = control.problem();
+            const auto named = controlsNamed(dialog.panel, setting.label);
+            found = found || named.size() == 1;
+            if (named.size() > 1) problem = findControl(dialog.panel, setting.label).problem();
             for (auto& label : labels(dialog.panel))
                 offered.push_back(std::move(label));
         }

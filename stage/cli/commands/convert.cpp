@@ -1,0 +1,32 @@
+#include "stage/cli/commands/convert.h"
+
+#include "stage/scene/summary.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+namespace cadencora::stage {
+
+CLI::App* addConvert(CLI::App& app, ConvertOptions& options) {
+    CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
+    convert->add_option("IN", options.input, "Input file")->required();
+    convert->add_option("OUT", options.output, "Output file")->required();
+    addReading(*convert, options.reading);
+    return convert;
+}
+
+ExitStatus convert(const ConvertOptions& options) {
+    const auto reading = readOptionsOf(options.reading);
+    if (!reading) return fail(exitUsage, reading.problem());
+    const auto loaded = readInput(options.input, reading.value());
+    if (!loaded) return fail(exitFailed, loaded.problem());
+    const Scene& scene = loaded.value().scene;
+    const auto written = writeScene(scene, options.output);
+    if (!written) return fail(exitFailed, written.problem());
+    for (const std::string& warning : written.value().warnings)
+        std::cerr << "warning: " << warning << "\n";
+    std::cout << "wrote " << options.output << ": " << summary(scene) << "\n";
+    return exitDone;
+}
+
+} // namespace cadencora::stage

@@ -1,0 +1,110 @@
+#include "stage/cli/report/info_report.h"
+
+#include "stage/base/text.h"
+#include "stage/cli/report/json.h"
+#include "stage/scene/summary.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace cadencora::stage {
+
+namespace {
+
+// The channels of an item with keys, sub-groups included.
+template <class Visit>
+void visitKeyed(const Scene& scene, GroupId group, const Visit& visit) {
+    for (const ChannelId id : scene.group(group).channels)
+        if (const auto& keys = scene.envelope(scene.channel(id).envelope).keys; !keys.empty())
+            visit(id, keys);
+    for (const GroupId sub : scene.group(group).groups)
+        visitKeyed(scene, sub, visit);
+}
+
+struct ItemKeys {
+    std::size_t channels = 0, keys = 0;
+    double first = 0, last = 0; // seconds
+};
+
+ItemKeys keysOf(const Scene& scene, ItemId item) {
+    ItemKeys sum;
+    visitKeyed(scene, scene.item(item).group, [&](ChannelId, const KeyStore& keys) {
+        const double first = keys.begin().time(), last = keys.last().time();
+        sum.first = sum.channels == 0 ? first : std::min(sum.first, first);
+        sum.last = sum.channels == 0 ? last : std::max(sum.last, last);
+        ++sum.channels;
+        sum.keys += keys.size();
+    });
+    return sum;
+}
+
+std::size_t depthOf(const Scene& scene, ItemId item) {
+    std::size_t depth = 0;
+    for (ItemId p = scene.item(item).parent; p != ItemId::none; p = scene.item(p).parent)
+        ++depth;
+    return depth;
+}
+
+} // namespace
+
+void printInfo(const Loaded& loaded, std::ostream& out) {
+    const Scene& scene = loaded.scene;
+    out << scene.name << ": " << summary(scene) << "\n";
+    if (!loaded.clips.empty()) {
+        out << "  clips:";
+        for (std::size_t i = 0; i < loaded.clips.size(); ++i)
+            out << (i == 0 ? " " : ", ") << inQuotes(loaded.clips[i]);
+        out << "; open is " << inQuotes(loaded.clip) << "\n";
+    }
+    for (const std::string& note : loaded.notes)
+        out << "  " << note << "\n";
+    for (const ItemType type : itemTypes)
+        if (const std::size_t count = scene.itemCount(type))
+            out << "  " << counted(count, itemTypeName(type)) << "\n";
+    for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+        const ItemId id = Scene::itemAt(i);
+        const ItemKeys keys = keysOf(scene, id);
+        out << std::string(2 + 2 * std::min<std::size_t>(depthOf(scene, id), 40), ' ')
+            << scene.item(id).name << " (" << itemTypeName(scene.item(id).type) << ")";
+        if (keys.channels > 0)
+            out << ": " << counted(keys.keys, "key") << " on " << counted(keys.channels, "channel")
+                << ", frames " << frameText(scene.rate.frameOf(keys.first)) << " to "
+                << frameText(scene.rate.frameOf(keys.last));
+        out << "\n";
+    }
+}
+
+void printInfoJson(const Loaded& loaded, std::ostream& out) {
+    const Scene& scene = loaded.scene;
+    Json items = Json::array();
+    for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+        const ItemId id = Scene::itemAt(i);
+        const Item& item = scene.item(id);
+        Json channels = Json::array();
+        visitKeyed(scene, item.group, [&](ChannelId channel, const KeyStore& keys) {
+            channels.push_back({{"name", scene.channelPath(channel)},
+                                {"keys", keys.size()},
+                                {"firstFrame", frameJson(scene.rate.frameOf(keys.begin().time()))},
+                                {"lastFrame", frameJson(scene.rate.frameOf(keys.last().time()))}});
+        });
+        Json entry = {{"name", item.name}, {"type", itemTypeName(item.type)}};
+        if (item.parent != ItemId::none) entry["parent"] = scene.item(item.parent).name;
+        entry["channels"] = std::move(channels);
+        items.push_back(std::move(entry));
+    }
+    print({{"name", scene.name},
+           {"framesPerSecond", scene.rate.perSecond()},
+           {"rate", scene.rate.text()},
+           {"lastFrame", scene.lastFrame},
+           {"previewFirstFrame", scene.previewFirst},
+           {"previewLastFrame", scene.previewLast},
+           {"clips", loaded.clips},
+           {"clip", loaded.clips.empty() ? Json(nullptr) : Json(loaded.clip)},
+           {"notes", loaded.notes},
+           {"itemCount", scene.itemCount()},
+           {"keyCount", scene.keyCount()},
+           {"items", std::move(items)}},
+          out);
+}
+
+} // namespace cadencora::stage
