@@ -4,7 +4,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace cadencora::stage;
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const auto loaded = readBvh(text, "input.bvh", fuzzOptions());
+    const auto loaded = bvh::read(text, "input.bvh", fuzzOptions());
     if (loaded) checkScene(loaded.value().scene);
     return 0;
 }

@@ -46,9 +46,9 @@ std::optional<Problem> contentMismatch(const Format& format, std::string_view by
 
 std::span<const Format> formats() {
     static const std::vector<Format> table{
-        {"BVH", {".bvh"}, isBvhText, readBvh, writeBvh},
-        {"glTF", {".gltf"}, isGltfText, readGltf, writeGltf},
-        {"GLB", {".glb"}, isGlb, readGlb, writeGlb},
+        {"BVH", {".bvh"}, bvh::isText, bvh::read, bvh::write},
+        {"glTF", {".gltf"}, gltf::isGltfText, gltf::readGltf, gltf::writeGltf},
+        {"GLB", {".glb"}, gltf::isGlb, gltf::readGlb, gltf::writeGlb},
         {"Cadencora scene", {".stage"}, isSceneText, readSceneFile, writeSceneFile},
     };
     return table;

@@ -159,7 +159,7 @@ TEST(Files, another_clip_is_opened_with_the_same_items_selected) {
     const QString file = desk.file("two.gltf");
     QFile out(file);
     ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-    out.write(QByteArray::fromStdString(GltfDocument::twoClips().embedded()));
+    out.write(QByteArray::fromStdString(gltf::Document::twoClips().embedded()));
     out.close();
     ASSERT_TRUE(desk.window.openFile(file));
     auto* clips = desk.view<ClipPicker>()->findChild<QComboBox*>();

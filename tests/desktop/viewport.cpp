@@ -144,7 +144,7 @@ TEST(ViewportWidget, f_frames_the_selection_or_all) {
 
 TEST(ViewportWidget, the_meshes_of_a_file_are_drawn_and_picked) {
     ViewDesk desk;
-    GltfDocument document;
+    gltf::Document document;
     document.mesh({0, 0, 0, 4, 0, 0, 4, 4, 0, 0, 4, 0}, {0, 1, 2, 0, 2, 3});
     document.node(R"({"name": "Sheet", "mesh": 0})");
     ASSERT_TRUE(writeFile(desk.file("sheet.glb").toStdString(), document.glb()).ok());

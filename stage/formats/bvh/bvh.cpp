@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 namespace {
 
@@ -13,7 +13,7 @@ constexpr std::array<Axis, 3> axes{Axis::y, Axis::x, Axis::z};
 
 } // namespace
 
-bool isBvhText(std::string_view head) {
+bool isText(std::string_view head) {
     return TextReader(head, {}).word("HIERARCHY");
 }
 
@@ -53,4 +53,4 @@ RotationColumns rotationColumns(std::span<const MotionChannel> channels) {
     return columns;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

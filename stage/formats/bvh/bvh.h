@@ -12,23 +12,23 @@
 
 #include <numbers>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
-bool isBvhText(std::string_view head);
+bool isText(std::string_view head);
 
 // Messages name `path`; the object gets its stem as name.
-Result<Loaded> readBvh(std::string_view text, const std::filesystem::path& path,
-                       const ReadOptions& options);
+Result<Loaded> read(std::string_view text, const std::filesystem::path& path,
+                    const ReadOptions& options);
 
 // Refuses a scene without bones. Curves are sampled on each frame of the scene's rate.
-Result<Written> writeBvh(const Scene& scene, const std::filesystem::path& path);
+Result<Written> write(const Scene& scene, const std::filesystem::path& path);
 
 // From here on: what the reader and the writer share.
 
 constexpr double radiansPerDegree = std::numbers::pi / 180;
 
 // What a scene that was read from a BVH file remembers of it.
-struct BvhMemory final : SourceMemory {
+struct Memory final : SourceMemory {
     FrameRate rate;
     std::string frameTime; // as the file says it
     std::size_t frames = 0;
@@ -45,8 +45,8 @@ struct BvhMemory final : SourceMemory {
 bool isOpeningWord(std::string_view line, std::size_t at);
 
 // The BVH names of the six channels that BVH has, by MotionChannel.
-constexpr std::array<std::string_view, 6> bvhChannelNames{"Xposition", "Yposition", "Zposition",
-                                                          "Yrotation", "Xrotation", "Zrotation"};
+constexpr std::array<std::string_view, 6> channelNames{"Xposition", "Yposition", "Zposition",
+                                                       "Yrotation", "Xrotation", "Zrotation"};
 
 constexpr bool isPosition(MotionChannel channel) {
     return channel <= positionZ;
@@ -70,4 +70,4 @@ Vec3 reordered(const Vec3& angles, const RotationOrder& from, const RotationOrde
 // The channels must differ from each other.
 RotationColumns rotationColumns(std::span<const MotionChannel> channels);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 namespace {
 
@@ -20,7 +20,8 @@ bool hasBones(const Item& item) {
 bool leaves(const Scene& scene, const Item& item, MotionChannel first, MotionChannel last,
             double value) {
     for (std::size_t c = first; c <= last; ++c)
-        if (!standsAt(scene.envelope(scene.channel(item.motion[c]).envelope), value)) return true;
+        if (!isConstantAt(scene.envelope(scene.channel(item.motion[c]).envelope), value))
+            return true;
     return false;
 }
 
@@ -68,7 +69,7 @@ constexpr std::array losses{
 
 } // namespace
 
-std::vector<std::string> bvhLosses(const Scene& scene) {
+std::vector<std::string> findLosses(const Scene& scene) {
     constexpr std::size_t mostNames = 5;
     std::vector<std::string> warnings;
     for (const Loss& loss : losses) {
@@ -92,4 +93,4 @@ std::vector<std::string> bvhLosses(const Scene& scene) {
     return warnings;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

@@ -1,11 +1,11 @@
 #include "stage/formats/bvh/plan.h"
 
-#include "stage/formats/bvh/turned.h"
+#include "stage/formats/bvh/rotation_sampler.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 namespace {
 
@@ -23,7 +23,7 @@ ItemId boneFrom(const Scene& scene, ItemId id) {
 }
 
 // A root with its whole branch. Without recursion: branches may be as deep as they like.
-void addBranch(const Scene& scene, ItemId root, std::vector<BvhJoint>& joints) {
+void addBranch(const Scene& scene, ItemId root, std::vector<Joint>& joints) {
     std::vector<ItemId> path{root};
     while (!path.empty()) {
         joints.push_back({path.back(), path.size() - 1, {}, false});
@@ -38,7 +38,7 @@ void addBranch(const Scene& scene, ItemId root, std::vector<BvhJoint>& joints) {
 }
 
 // The columns that the joint had in its file, or the usual ones.
-std::vector<MotionChannel> usualChannels(const Scene& scene, const BvhJoint& joint) {
+std::vector<MotionChannel> usualChannels(const Scene& scene, const Joint& joint) {
     const bool moves =
         joint.depth == 0 ||
         std::ranges::any_of(std::array{positionX, positionY, positionZ}, [&](MotionChannel c) {
@@ -56,25 +56,25 @@ std::vector<MotionChannel> fileChannels(const Item& item) {
 }
 
 // True where the curve of a channel that the file has no column for says something.
-bool needsColumn(const Scene& scene, const BvhJoint& joint, MotionChannel channel) {
+bool needsColumn(const Scene& scene, const Joint& joint, MotionChannel channel) {
     if (std::ranges::find(joint.channels, channel) != joint.channels.end()) return false;
     const Envelope& envelope = scene.motion(joint.item, channel);
-    return !standsAt(envelope, isPosition(channel) ? envelope.rest : 0.0);
+    return !isConstantAt(envelope, isPosition(channel) ? envelope.rest : 0.0);
 }
 
 // True where a rotation about two axes in an order of their own came to need the third.
-bool needsThirdAxis(const Scene& scene, const BvhPlan& plan, const BvhJoint& joint,
+bool needsThirdAxis(const Scene& scene, const Plan& plan, const Joint& joint,
                     const RotationColumns& columns) {
     constexpr double nothing = 1e-3; // degrees
     if (columns.column[2] != RotationColumns::none) return false;
-    TurnedSampler sampler(scene, plan.memory, joint.item, columns.order);
+    RotationSampler sampler(scene, plan.memory, joint.item, columns.order);
     for (std::int64_t frame = 0; frame < plan.frames; ++frame)
         if (std::abs(sampler.at(scene.rate.timeOf(frame))[2]) > nothing) return true;
     return false;
 }
 
 // Adds columns to a joint of a file for what the file did not animate; true where it did.
-bool addColumns(const Scene& scene, const BvhPlan& plan, BvhJoint& joint) {
+bool addColumns(const Scene& scene, const Plan& plan, Joint& joint) {
     std::vector<MotionChannel>& channels = joint.channels;
     const std::size_t before = channels.size();
     const auto needs = [&](MotionChannel c) { return needsColumn(scene, joint, c); };
@@ -96,7 +96,7 @@ bool addColumns(const Scene& scene, const BvhPlan& plan, BvhJoint& joint) {
     return channels.size() != before;
 }
 
-std::int64_t rowCount(const Scene& scene, const BvhMemory* memory) {
+std::int64_t rowCount(const Scene& scene, const Memory* memory) {
     // A skeleton without motion stays one.
     if (memory && memory->frames == 0 && scene.lastFrame == 0 && scene.keyCount() == 0) return 0;
     return std::max({scene.lastFrame, scene.frameOfLastKey(), std::int64_t{0}}) + 1;
@@ -104,16 +104,16 @@ std::int64_t rowCount(const Scene& scene, const BvhMemory* memory) {
 
 } // namespace
 
-bool standsAt(const Envelope& envelope, double value) {
+bool isConstantAt(const Envelope& envelope, double value) {
     if (envelope.keys.empty()) return envelope.rest == value;
     for (auto key = envelope.keys.begin(); key; key.advance())
         if (key.value() != value || key.shape() == Shape::tangents) return false;
     return true;
 }
 
-Result<BvhPlan> planBvh(const Scene& scene, const std::filesystem::path& path) {
-    BvhPlan plan;
-    plan.memory = dynamic_cast<const BvhMemory*>(scene.source.get());
+Result<Plan> makePlan(const Scene& scene, const std::filesystem::path& path) {
+    Plan plan;
+    plan.memory = dynamic_cast<const Memory*>(scene.source.get());
     plan.frames = rowCount(scene, plan.memory);
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const ItemId id = Scene::itemAt(i);
@@ -124,7 +124,7 @@ Result<BvhPlan> planBvh(const Scene& scene, const std::filesystem::path& path) {
         return Problem{"cannot write the scene as BVH", path.string(),
                        "it has no bones, and BVH holds bones alone"};
     std::size_t extended = 0;
-    for (BvhJoint& joint : plan.joints) {
+    for (Joint& joint : plan.joints) {
         const Item& item = scene.item(joint.item);
         const bool read = plan.memory && plan.memory->knows(joint.item);
         const bool fromFile = read || item.joint != JointLayout{};
@@ -138,11 +138,11 @@ Result<BvhPlan> planBvh(const Scene& scene, const std::filesystem::path& path) {
         return Problem{"cannot write the scene as BVH", path.string(),
                        std::to_string(plan.frames) + " frames of " + std::to_string(plan.columns) +
                            " values are too many"};
-    plan.warnings = bvhLosses(scene);
+    plan.warnings = findLosses(scene);
     if (extended > 0)
         plan.warnings.push_back("columns were added for channels that the file did not animate: " +
                                 std::to_string(extended) + " joints");
     return plan;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

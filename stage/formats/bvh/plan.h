@@ -3,31 +3,31 @@
 
 #include "stage/formats/bvh/bvh.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 // A joint of the file.
-struct BvhJoint {
+struct Joint {
     ItemId item;
     std::size_t depth = 0;               // 0: a ROOT
     std::vector<MotionChannel> channels; // its columns
     bool plainLeaf = false;              // gets an End Site at its own place
 };
 
-struct BvhPlan {
-    const BvhMemory* memory = nullptr; // null where the scene came from elsewhere
-    std::vector<BvhJoint> joints;      // parents before children, each with its whole branch
-    std::int64_t frames = 0;           // rows
+struct Plan {
+    const Memory* memory = nullptr; // null where the scene came from elsewhere
+    std::vector<Joint> joints;      // parents before children, each with its whole branch
+    std::int64_t frames = 0;        // rows
     std::size_t columns = 0;
     std::vector<std::string> warnings;
 };
 
 // Fails where there is no bone, or where the rows would be beyond measure.
-Result<BvhPlan> planBvh(const Scene& scene, const std::filesystem::path& path);
+Result<Plan> makePlan(const Scene& scene, const std::filesystem::path& path);
 
 // What BVH cannot hold of the scene, in words.
-std::vector<std::string> bvhLosses(const Scene& scene);
+std::vector<std::string> findLosses(const Scene& scene);
 
 // The curve has the one value at all times.
-bool standsAt(const Envelope& envelope, double value);
+bool isConstantAt(const Envelope& envelope, double value);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

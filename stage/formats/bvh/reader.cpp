@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 namespace {
 
@@ -17,7 +17,7 @@ struct DirectColumn {
 };
 
 // The rotation columns of a joint whose order is not heading, pitch, bank.
-struct TurnedJoint {
+struct ReorderedJoint {
     RotationOrder order;
     std::array<std::size_t, 3> column; // in the row; none where the file has no such column
     std::array<KeyStore*, 3> keys;     // heading, pitch, bank
@@ -25,9 +25,9 @@ struct TurnedJoint {
     Vec3 before{}; // heading, pitch, bank of the frame before
 };
 
-class BvhReader {
+class Reader {
 public:
-    BvhReader(std::string_view text, const std::filesystem::path& path, const ReadOptions& options)
+    Reader(std::string_view text, const std::filesystem::path& path, const ReadOptions& options)
         : in_(text, path.string()), path_(path), options_(options), limits_(options.limits) {}
 
     Result<Loaded> read() {
@@ -76,7 +76,7 @@ private:
     const ReadOptions& options_;
     const ReadLimits& limits_;
     Loaded loaded_;
-    std::shared_ptr<BvhMemory> memory_ = std::make_shared<BvhMemory>();
+    std::shared_ptr<Memory> memory_ = std::make_shared<Memory>();
     ItemId object_ = ItemId::none;
     std::vector<OpenJoint> open_;     // the joints around the current place, outermost first
     std::vector<ItemId> withColumns_; // the joints in the order of their columns
@@ -84,10 +84,10 @@ private:
     std::size_t keysPerRow_ = 0;
     long long claimedFrames_ = 0;
     std::vector<DirectColumn> direct_;
-    std::vector<TurnedJoint> turned_;
+    std::vector<ReorderedJoint> reordered_;
 };
 
-bool BvhReader::hierarchy() {
+bool Reader::hierarchy() {
     const std::string stem = path_.stem().string();
     scene().name = stem;
     object_ = scene().addItem(ItemType::object, stem);
@@ -106,7 +106,7 @@ bool BvhReader::hierarchy() {
 }
 
 // One statement inside a joint.
-bool BvhReader::jointLine() {
+bool Reader::jointLine() {
     OpenJoint& current = open_.back();
     if (in_.word("OFFSET")) return offset(current);
     if (!current.offset) return in_.expected("OFFSET with three numbers");
@@ -121,7 +121,7 @@ bool BvhReader::jointLine() {
     return true;
 }
 
-bool BvhReader::joint(ItemId parent) {
+bool Reader::joint(ItemId parent) {
     if (open_.size() >= limits_.depth)
         return in_.fail("the joints are nested too deeply",
                         "the limit is " + std::to_string(limits_.depth));
@@ -140,7 +140,7 @@ bool BvhReader::joint(ItemId parent) {
 }
 
 // The rest of the line, up to an opening brace.
-bool BvhReader::name(std::string& text) {
+bool Reader::name(std::string& text) {
     in_.skipBlanks();
     const std::string_view line = in_.peekLine();
     std::size_t length = 0;
@@ -152,7 +152,7 @@ bool BvhReader::name(std::string& text) {
     return true;
 }
 
-bool BvhReader::offset(OpenJoint& joint) {
+bool Reader::offset(OpenJoint& joint) {
     if (joint.offset) return in_.fail("a joint has one OFFSET", "this is the second");
     Vec3 at{};
     if (!threeNumbers(at)) return in_.expected("OFFSET with three numbers");
@@ -162,23 +162,23 @@ bool BvhReader::offset(OpenJoint& joint) {
     return true;
 }
 
-bool BvhReader::channels(OpenJoint& joint) {
+bool Reader::channels(OpenJoint& joint) {
     if (joint.channels) return in_.fail("a joint has one CHANNELS line", "this is the second");
     if (joint.children) return in_.fail("CHANNELS stands before the joints inside a joint");
     in_.skipSpace();
     const auto count = parseInteger(in_.peek());
-    if (!count || *count < 0 || *count > static_cast<long long>(bvhChannelNames.size()))
+    if (!count || *count < 0 || *count > static_cast<long long>(channelNames.size()))
         return in_.expected("CHANNELS with a count from 0 to 6");
     in_.skipWord();
     std::vector<MotionChannel>& layout = scene().item(joint.item).joint.channels;
     for (long long n = 0; n < *count; ++n) {
         in_.skipSpace();
         const auto found = std::ranges::find_if(
-            bvhChannelNames, [&](auto known) { return equalNoCase(known, in_.peek()); });
-        if (found == bvhChannelNames.end())
+            channelNames, [&](auto known) { return equalNoCase(known, in_.peek()); });
+        if (found == channelNames.end())
             return in_.expected("a channel such as Xposition or Zrotation, " +
                                 std::to_string(*count) + " in all");
-        const auto channel = static_cast<MotionChannel>(found - bvhChannelNames.begin());
+        const auto channel = static_cast<MotionChannel>(found - channelNames.begin());
         if (std::ranges::find(layout, channel) != layout.end())
             return in_.fail("a joint has each channel once", shown(in_.peek()) + " is repeated");
         in_.skipWord();
@@ -190,7 +190,7 @@ bool BvhReader::channels(OpenJoint& joint) {
     return true;
 }
 
-bool BvhReader::endSite(OpenJoint& joint) {
+bool Reader::endSite(OpenJoint& joint) {
     joint.children = true;
     Vec3 at{};
     if (!in_.word("Site")) return in_.expected("Site after End");
@@ -202,7 +202,7 @@ bool BvhReader::endSite(OpenJoint& joint) {
 }
 
 // Words and a colon, with or without blanks between and behind them.
-bool BvhReader::label(std::string_view text) {
+bool Reader::label(std::string_view text) {
     in_.skipSpace();
     while (!text.empty()) {
         const std::size_t length = std::min(text.find(' '), text.size());
@@ -217,7 +217,7 @@ bool BvhReader::label(std::string_view text) {
     return true;
 }
 
-bool BvhReader::motionHead() {
+bool Reader::motionHead() {
     if (!label("Frames")) return in_.expected("Frames: and a count");
     const auto frames = parseInteger(in_.peek());
     if (!frames || *frames < 0) return in_.expected("Frames: and a count");
@@ -237,7 +237,7 @@ bool BvhReader::motionHead() {
     return in_.atLineEnd() || in_.expected("the end of the line");
 }
 
-void BvhReader::planColumns() {
+void Reader::planColumns() {
     memory_->angles.resize(scene().itemCount());
     std::size_t first = 0; // the joint's first column
     for (const ItemId id : withColumns_) {
@@ -249,24 +249,24 @@ void BvhReader::planColumns() {
                                &scene().mutableMotion(id, layout[c]).keys});
         }
         if (!rotations.direct) {
-            TurnedJoint joint{rotations.order, rotations.column, {}, nullptr};
+            ReorderedJoint joint{rotations.order, rotations.column, {}, nullptr};
             for (std::size_t& column : joint.column)
                 if (column != RotationColumns::none) column += first;
             for (std::size_t n = 0; n < 3; ++n)
                 joint.keys[n] =
                     &scene().mutableMotion(id, static_cast<MotionChannel>(heading + n)).keys;
             joint.remembered = &memory_->angles[Scene::positionOf(id)];
-            turned_.push_back(joint);
+            reordered_.push_back(joint);
         }
         first += layout.size();
     }
-    keysPerRow_ = direct_.size() + 3 * turned_.size();
+    keysPerRow_ = direct_.size() + 3 * reordered_.size();
 }
 
-void BvhReader::addKeys(const std::vector<double>& numbers, double time) {
+void Reader::addKeys(const std::vector<double>& numbers, double time) {
     for (const DirectColumn& column : direct_)
         column.keys->append(time, numbers[column.column] * column.unit, Shape::linear);
-    for (TurnedJoint& joint : turned_) {
+    for (ReorderedJoint& joint : reordered_) {
         Vec3 degrees{}, radians{};
         for (std::size_t n = 0; n < 3; ++n) {
             if (joint.column[n] != RotationColumns::none) degrees[n] = numbers[joint.column[n]];
@@ -283,7 +283,7 @@ void BvhReader::addKeys(const std::vector<double>& numbers, double time) {
 }
 
 // The numbers of one line.
-bool BvhReader::row(std::vector<double>& numbers) {
+bool Reader::row(std::vector<double>& numbers) {
     for (std::size_t c = 0; c < columns_; ++c) {
         if (in_.number(numbers[c])) {
             in_.skipBlanks();
@@ -298,7 +298,7 @@ bool BvhReader::row(std::vector<double>& numbers) {
                     "the row goes on with " + shown(in_.peek()));
 }
 
-bool BvhReader::rows() {
+bool Reader::rows() {
     planColumns();
     std::vector<double> numbers(columns_);
     std::size_t frame = 0;
@@ -318,7 +318,7 @@ bool BvhReader::rows() {
     return true;
 }
 
-void BvhReader::finish() {
+void Reader::finish() {
     const auto frames = static_cast<std::int64_t>(memory_->frames);
     if (claimedFrames_ != frames)
         loaded_.warnings.push_back("the file says it has " + std::to_string(claimedFrames_) +
@@ -330,9 +330,9 @@ void BvhReader::finish() {
 
 } // namespace
 
-Result<Loaded> readBvh(std::string_view text, const std::filesystem::path& path,
-                       const ReadOptions& options) {
-    return BvhReader(text, path, options).read();
+Result<Loaded> read(std::string_view text, const std::filesystem::path& path,
+                    const ReadOptions& options) {
+    return Reader(text, path, options).read();
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

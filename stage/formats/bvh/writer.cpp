@@ -1,14 +1,14 @@
 #include "stage/formats/bvh/plan.h"
 
 #include "stage/base/file.h"
-#include "stage/formats/bvh/turned.h"
+#include "stage/formats/bvh/rotation_sampler.h"
 #include "stage/formats/text/curve_text.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 namespace {
 
@@ -18,8 +18,8 @@ struct DirectColumn {
     std::size_t column;
 };
 
-struct TurnedColumns {
-    TurnedSampler sampler;
+struct ReorderedColumns {
+    RotationSampler sampler;
     std::array<std::size_t, 3> column; // in the row; none where the file has no such column
 };
 
@@ -53,7 +53,7 @@ void appendEndSite(std::string& text, std::size_t depth, const Vec3& offset) {
     text.append(depth, '\t') += "}\n";
 }
 
-void appendJoint(std::string& text, const Scene& scene, const BvhJoint& joint,
+void appendJoint(std::string& text, const Scene& scene, const Joint& joint,
                  const std::string& name) {
     const std::size_t inside = joint.depth + 1;
     text.append(joint.depth, '\t') += (joint.depth == 0 ? "ROOT " : "JOINT ") + name + '\n';
@@ -64,7 +64,7 @@ void appendJoint(std::string& text, const Scene& scene, const BvhJoint& joint,
     appendOffset(text, inside, offset);
     text.append(inside, '\t') += "CHANNELS " + std::to_string(joint.channels.size());
     for (const MotionChannel c : joint.channels)
-        text.append(" ") += bvhChannelNames[c];
+        text.append(" ") += channelNames[c];
     text += '\n';
     const auto& endSites = scene.item(joint.item).joint.endSites;
     for (const Vec3& endSite : endSites)
@@ -72,11 +72,11 @@ void appendJoint(std::string& text, const Scene& scene, const BvhJoint& joint,
     if (endSites.empty() && joint.plainLeaf) appendEndSite(text, inside, {});
 }
 
-void writeHierarchy(AtomicFile& file, const Scene& scene, BvhPlan& plan) {
+void writeHierarchy(AtomicFile& file, const Scene& scene, Plan& plan) {
     std::string text = "HIERARCHY\n";
     std::size_t renamed = 0;
     for (std::size_t i = 0; i < plan.joints.size(); ++i) {
-        const BvhJoint& joint = plan.joints[i];
+        const Joint& joint = plan.joints[i];
         const std::string& name = scene.item(joint.item).name;
         const std::string written = writableName(name);
         if (written != name) ++renamed;
@@ -93,7 +93,7 @@ void writeHierarchy(AtomicFile& file, const Scene& scene, BvhPlan& plan) {
 }
 
 // In as few decimals, from six on, as make a reader find the rate again.
-std::string frameTimeText(const FrameRate& rate, const BvhMemory* memory) {
+std::string frameTimeText(const FrameRate& rate, const Memory* memory) {
     if (memory && memory->rate == rate && !memory->frameTime.empty()) return memory->frameTime;
     std::string text;
     for (int decimals = 6; decimals <= 16; ++decimals) {
@@ -108,9 +108,9 @@ std::string frameTimeText(const FrameRate& rate, const BvhMemory* memory) {
 
 class RowWriter {
 public:
-    RowWriter(const Scene& scene, const BvhPlan& plan) : scene_(scene), row_(plan.columns) {
+    RowWriter(const Scene& scene, const Plan& plan) : scene_(scene), row_(plan.columns) {
         std::size_t first = 0;
-        for (const BvhJoint& joint : plan.joints) {
+        for (const Joint& joint : plan.joints) {
             addJoint(joint, plan.memory, first);
             first += joint.channels.size();
         }
@@ -121,7 +121,7 @@ public:
         const double time = scene_.rate.timeOf(frame);
         for (DirectColumn& column : direct_)
             row_[column.column] = column.sampler.at(time) * column.unit;
-        for (TurnedColumns& joint : turned_) {
+        for (ReorderedColumns& joint : reordered_) {
             const Vec3 degrees = joint.sampler.at(time);
             for (std::size_t n = 0; n < 3; ++n)
                 if (joint.column[n] != RotationColumns::none) row_[joint.column[n]] = degrees[n];
@@ -147,7 +147,7 @@ public:
         };
         for (const DirectColumn& column : direct_)
             count(column.sampler);
-        for (const TurnedColumns& joint : turned_)
+        for (const ReorderedColumns& joint : reordered_)
             std::ranges::for_each(joint.sampler.samplers(), count);
         if (between > 0)
             warnings.push_back("keys stand between frames, where a row per frame cannot hold "
@@ -159,7 +159,7 @@ public:
     }
 
 private:
-    void addJoint(const BvhJoint& joint, const BvhMemory* memory, std::size_t first) {
+    void addJoint(const Joint& joint, const Memory* memory, std::size_t first) {
         const RotationColumns rotations = rotationColumns(joint.channels);
         for (std::size_t c = 0; c < joint.channels.size(); ++c) {
             const bool turns = isRotation(joint.channels[c]);
@@ -169,24 +169,24 @@ private:
                                first + c});
         }
         if (rotations.direct) return;
-        turned_.push_back({{scene_, memory, joint.item, rotations.order}, rotations.column});
-        for (std::size_t& column : turned_.back().column)
+        reordered_.push_back({{scene_, memory, joint.item, rotations.order}, rotations.column});
+        for (std::size_t& column : reordered_.back().column)
             if (column != RotationColumns::none) column += first;
     }
 
     const Scene& scene_;
     std::vector<DirectColumn> direct_;
-    std::vector<TurnedColumns> turned_;
+    std::vector<ReorderedColumns> reordered_;
     std::vector<double> row_;
     std::string text_;
 };
 
 } // namespace
 
-Result<Written> writeBvh(const Scene& scene, const std::filesystem::path& path) {
-    auto planned = planBvh(scene, path);
+Result<Written> write(const Scene& scene, const std::filesystem::path& path) {
+    auto planned = makePlan(scene, path);
     if (!planned) return planned.problem();
-    BvhPlan& plan = *planned;
+    Plan& plan = *planned;
     auto file = AtomicFile::create(path);
     if (!file) return file.problem();
 
@@ -203,4 +203,4 @@ Result<Written> writeBvh(const Scene& scene, const std::filesystem::path& path) 
     return Written{std::move(plan.warnings)};
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

@@ -21,7 +21,7 @@
 
 #include "stage/formats/format.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 bool isGltfText(std::string_view head);
 bool isGlb(std::string_view head);
@@ -37,4 +37,4 @@ Result<Loaded> readGlb(std::string_view bytes, const std::filesystem::path& path
 Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path);
 Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -1,27 +1,28 @@
 #include "stage/formats/gltf/gltf.h"
 
 #include "stage/base/text.h"
+#include "stage/formats/gltf/animation/track.h"
 #include "stage/formats/gltf/document/memory.h"
 #include "stage/formats/gltf/mesh/mesh.h"
 
 #include <algorithm>
 #include <map>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
 // Makes the items and fills their curves from the open clip.
-class GltfReader {
+class SceneReader {
 public:
-    GltfReader(std::shared_ptr<GltfMemory> memory, const ReadOptions& options)
+    SceneReader(std::shared_ptr<Memory> memory, const ReadOptions& options)
         : memory_(std::move(memory)), options_(options), limits_(options.limits),
           model_(memory_->model), where_(memory_->where()) {}
 
     Result<Loaded> read() {
         if (auto made = items(); !made) return made.problem();
         if (auto filled = curves(); !filled) return filled.problem();
-        if (options_.meshes) loaded_.notes = addGltfMeshes(scene(), *memory_, limits_);
+        if (options_.meshes) loaded_.notes = addMeshes(scene(), *memory_, limits_);
         finish();
         return std::move(loaded_);
     }
@@ -42,10 +43,10 @@ private:
     Result<> curves();
     void finish();
 
-    std::shared_ptr<GltfMemory> memory_;
+    std::shared_ptr<Memory> memory_;
     const ReadOptions& options_;
     const ReadLimits& limits_;
-    const GltfModel& model_;
+    const Model& model_;
     const std::string where_;
     Loaded loaded_;
     std::vector<bool> isJoint_, isBelowJoint_; // by node; below: the joint itself, too
@@ -54,7 +55,7 @@ private:
     std::size_t keys_ = 0;
 };
 
-Result<> GltfReader::items() {
+Result<> SceneReader::items() {
     scene().name = memory_->path.stem().string();
     std::size_t channels = 0;
     for (std::size_t i = 0; i < model_.nodes.size(); ++i)
@@ -69,15 +70,15 @@ Result<> GltfReader::items() {
     // Bones come last: the objects that carry them have to be there.
     for (const bool bones : {false, true})
         for (std::size_t i = 0; i < model_.nodes.size(); ++i)
-            if (model_.nodes[i].parent == gltfNone) addBranch(i, bones);
+            if (model_.nodes[i].parent == none) addBranch(i, bones);
     return done();
 }
 
-void GltfReader::markBones() {
+void SceneReader::markBones() {
     const std::size_t count = model_.nodes.size();
     isJoint_.resize(count);
-    carrier_.resize(count, gltfNone);
-    for (const GltfSkin& skin : model_.skins)
+    carrier_.resize(count, none);
+    for (const Skin& skin : model_.skins)
         for (const std::size_t joint : skin.joints)
             isJoint_[joint] = true;
     isBelowJoint_ = isJoint_;
@@ -94,14 +95,14 @@ void GltfReader::markBones() {
             }
     }
     for (std::size_t i = 0; i < count; ++i) {
-        const GltfNode& node = model_.nodes[i];
-        if (node.skin == gltfNone || isBelowJoint_[i] || typeOf(i) != ItemType::object) continue;
+        const Node& node = model_.nodes[i];
+        if (node.skin == none || isBelowJoint_[i] || typeOf(i) != ItemType::object) continue;
         for (const std::size_t joint : model_.skins[node.skin].joints)
-            if (carrier_[joint] == gltfNone) carrier_[joint] = i;
+            if (carrier_[joint] == none) carrier_[joint] = i;
     }
 }
 
-ItemType GltfReader::typeOf(std::size_t node) const {
+ItemType SceneReader::typeOf(std::size_t node) const {
     if (isJoint_[node]) return ItemType::bone;
     if (model_.nodes[node].isCamera) return ItemType::camera;
     return model_.nodes[node].isLight ? ItemType::light : ItemType::object;
@@ -109,19 +110,19 @@ ItemType GltfReader::typeOf(std::size_t node) const {
 
 // The first node that carries the joint's skin; where none can, the nearest object above all
 // joints; where there is none, an object of the file's own name.
-ItemId GltfReader::ownerOf(std::size_t joint) {
+ItemId SceneReader::ownerOf(std::size_t joint) {
     std::size_t node = carrier_[joint];
-    if (node == gltfNone)
+    if (node == none)
         for (node = model_.nodes[joint].parent;
-             node != gltfNone && (isBelowJoint_[node] || typeOf(node) != ItemType::object);)
+             node != none && (isBelowJoint_[node] || typeOf(node) != ItemType::object);)
             node = model_.nodes[node].parent;
-    if (node != gltfNone) return memory_->items[node];
+    if (node != none) return memory_->items[node];
     if (fileObject_ == ItemId::none) fileObject_ = scene().addItem(ItemType::object, scene().name);
     return fileObject_;
 }
 
 // The nodes of a branch that are not below a joint, or those that are.
-void GltfReader::addBranch(std::size_t root, bool bones) {
+void SceneReader::addBranch(std::size_t root, bool bones) {
     std::vector<std::size_t> open{root};
     while (!open.empty()) {
         const std::size_t node = open.back();
@@ -133,13 +134,13 @@ void GltfReader::addBranch(std::size_t root, bool bones) {
     }
 }
 
-void GltfReader::addNode(std::size_t index) {
-    const GltfNode& node = model_.nodes[index];
+void SceneReader::addNode(std::size_t index) {
+    const Node& node = model_.nodes[index];
     const ItemType type = typeOf(index);
     const ItemId owner = type == ItemType::bone ? ownerOf(index) : ItemId::none;
-    const ItemId parent = node.parent == gltfNone ? ItemId::none : memory_->items[node.parent];
+    const ItemId parent = node.parent == none ? ItemId::none : memory_->items[node.parent];
     const ItemId id = memory_->items[index] = scene().addItem(type, node.name, parent, owner);
-    const Vec3 angles = gltfRestAngles(node);
+    const Vec3 angles = restAngles(node);
     for (std::size_t c = 0; c < 3; ++c) {
         const auto rest = [&](MotionChannel first, double value) {
             scene().mutableMotion(id, static_cast<MotionChannel>(first + c)).rest = value;
@@ -156,63 +157,63 @@ void GltfReader::addNode(std::size_t index) {
             scene().addChannel(group, targets[t], t < node.weights.size() ? node.weights[t] : 0));
 }
 
-Result<> GltfReader::curves() {
-    std::map<std::size_t, GltfTimes> times; // by accessor
-    std::vector<GltfTimes> all;
+Result<> SceneReader::curves() {
+    std::map<std::size_t, Times> times; // by accessor
+    std::vector<Times> all;
     const auto bytes = memory_->bytes();
-    const GltfSource source{model_, bytes, where_};
+    const Source source{model_, bytes, where_};
     const std::size_t clip = memory_->clip;
-    const std::vector<GltfChannel> none;
-    const auto& channels = clip == gltfNone ? none : model_.clips[clip].channels;
-    std::map<std::pair<std::size_t, GltfPath>, std::size_t> seen;
+    const std::vector<Channel> noChannels;
+    const auto& channels = clip == none ? noChannels : model_.clips[clip].channels;
+    std::map<std::pair<std::size_t, Path>, std::size_t> seen;
     for (std::size_t i = 0; i < channels.size(); ++i) {
-        const GltfChannel& channel = channels[i];
-        if (channel.node == gltfNone || channel.path == GltfPath::other) continue;
+        const Channel& channel = channels[i];
+        if (channel.node == none || channel.path == Path::other) continue;
         const std::string place =
             "animations[" + std::to_string(clip) + "].channels[" + std::to_string(i) + "].target";
         const auto [before, isNew] = seen.insert({{channel.node, channel.path}, i});
         if (!isNew)
             return problem(place, "two channels move the same",
                            "channels[" + std::to_string(before->second) + "] does, too");
-        if (channel.path == GltfPath::weights && model_.targetsOf(channel.node) == 0)
+        if (channel.path == Path::weights && model_.targetsOf(channel.node) == 0)
             return problem(place, "the node has no morph targets",
                            "nodes[" + std::to_string(channel.node) + "]");
-        const GltfSampler& sampler = model_.clips[clip].samplers[channel.sampler];
-        GltfTimes& found = times[sampler.input];
+        const Sampler& sampler = model_.clips[clip].samplers[channel.sampler];
+        Times& found = times[sampler.input];
         if (found) continue;
         auto read =
-            gltfTimes(source, sampler.input, gltfSamplerPlace(clip, channel.sampler) + ".input");
+            readTimes(source, sampler.input, samplerPlace(clip, channel.sampler) + ".input");
         if (!read) return read.problem();
         all.push_back(found = std::move(*read));
     }
-    memory_->clock = gltfClock(all, options_.rate);
+    memory_->clock = chooseClock(all, options_.rate);
     for (std::size_t i = 0; i < channels.size(); ++i) {
         if (!options_.goesOn(static_cast<double>(i) / static_cast<double>(channels.size())))
             return Problem{readingStopped, where_, {}};
-        const GltfChannel& channel = channels[i];
-        if (channel.node == gltfNone || channel.path == GltfPath::other) continue;
-        const GltfTimes& at = times[model_.clips[clip].samplers[channel.sampler].input];
-        const auto filled = gltfChannels(scene(), *memory_, channel.node, channel.path);
+        const Channel& channel = channels[i];
+        if (channel.node == none || channel.path == Path::other) continue;
+        const Times& at = times[model_.clips[clip].samplers[channel.sampler].input];
+        const auto filled = channelsOfPath(scene(), *memory_, channel.node, channel.path);
         if ((keys_ += at->size() * filled.size()) > limits_.keys)
             return problem("animations[" + std::to_string(clip) + "]", "the clip has too many keys",
                            "the limit is " + std::to_string(limits_.keys));
-        const auto track = gltfTrack(source, clip, i, at);
+        const auto track = readTrack(source, clip, i, at);
         if (!track) return track.problem();
         std::vector<KeyStore*> stores;
         for (const ChannelId id : filled)
             stores.push_back(&scene().mutableEnvelope(scene().channel(id).envelope).keys);
-        appendGltfKeys(track.value(), channel.path, memory_->clock,
-                       gltfRestAngles(model_.nodes[channel.node]), stores);
+        appendKeys(track.value(), channel.path, memory_->clock,
+                   restAngles(model_.nodes[channel.node]), stores);
     }
     return done();
 }
 
-void GltfReader::finish() {
+void SceneReader::finish() {
     scene().rate = memory_->clock.rate;
     scene().lastFrame = scene().previewLast = std::max<std::int64_t>(scene().frameOfLastKey(), 0);
-    for (const GltfClip& clip : model_.clips)
+    for (const Clip& clip : model_.clips)
         loaded_.clips.push_back(clip.name);
-    if (memory_->clip != gltfNone) loaded_.clip = loaded_.clips[memory_->clip];
+    if (memory_->clip != none) loaded_.clip = loaded_.clips[memory_->clip];
     loaded_.warnings = model_.warnings;
     loaded_.notes.insert(loaded_.notes.begin(), memory_->clock.note);
     scene().source = std::move(memory_);
@@ -220,9 +221,9 @@ void GltfReader::finish() {
 
 Result<Loaded> readAny(std::string_view bytes, const std::filesystem::path& path,
                        const ReadOptions& options, bool isGlb) {
-    auto memory = openGltf(bytes, path, options, isGlb);
+    auto memory = openDocument(bytes, path, options, isGlb);
     if (!memory) return memory.problem();
-    return GltfReader(std::move(*memory), options).read();
+    return SceneReader(std::move(*memory), options).read();
 }
 
 } // namespace
@@ -255,4 +256,4 @@ Result<Loaded> readGlb(std::string_view bytes, const std::filesystem::path& path
     return readAny(bytes, path, options, true);
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

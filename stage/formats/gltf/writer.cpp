@@ -11,7 +11,7 @@
 #include <map>
 #include <numbers>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -38,27 +38,27 @@ struct Remark {
     }
 };
 
-class GltfWriter {
+class SceneWriter {
 public:
-    GltfWriter(const Scene& scene, const std::filesystem::path& path, bool isGlb)
+    SceneWriter(const Scene& scene, const std::filesystem::path& path, bool isGlb)
         : scene_(scene), path_(path), isGlb_(isGlb),
-          memory_(dynamic_cast<const GltfMemory*>(scene.source.get())) {}
+          memory_(dynamic_cast<const Memory*>(scene.source.get())) {}
 
     Result<Written> write() {
         if (auto compared = compare(); !compared) return failed(compared.problem());
         remarks();
-        GltfDraft draft;
+        Draft draft;
         if (memory_) {
-            draft = gltfDraft(*memory_, isGlb_);
+            draft = makeDraft(*memory_, isGlb_);
         } else {
-            auto fresh = freshGltf(scene_, written_.warnings);
+            auto fresh = freshDraft(scene_, written_.warnings);
             if (!fresh) return failed(fresh.problem());
             draft = std::move(*fresh);
         }
         const bool isSame = memory_ && changes_.empty() && memory_->isGlb == isGlb_;
         if (!isSame) change(draft);
-        if (auto done = writeGltfDraft(draft, memory_, isSame ? &memory_->file : nullptr, path_,
-                                       isGlb_, written_.warnings);
+        if (auto done = writeDraft(draft, memory_, isSame ? &memory_->file : nullptr, path_, isGlb_,
+                                   written_.warnings);
             !done)
             return done.problem();
         return std::move(written_);
@@ -74,27 +74,27 @@ private:
     }
 
     Result<> compare();
-    Result<> comparePath(std::size_t node, GltfPath path);
-    Result<std::optional<GltfRemembered>> remembered(std::size_t node, GltfPath path);
-    Result<> merge(std::size_t node, GltfPath path, std::span<const Envelope* const> curves,
-                   const std::optional<GltfRemembered>& before);
-    void change(GltfDraft& draft);
-    void giveTransform(GltfJson& node, const GltfNode& rest) const;
+    Result<> comparePath(std::size_t node, Path path);
+    Result<std::optional<Remembered>> remembered(std::size_t node, Path path);
+    Result<> merge(std::size_t node, Path path, std::span<const Envelope* const> curves,
+                   const std::optional<Remembered>& before);
+    void change(Draft& draft);
+    void giveTransform(Json& node, const Node& rest) const;
     void remarks();
     std::size_t nodes() const { return memory_ ? memory_->items.size() : scene_.itemCount(); }
     ItemId itemOf(std::size_t node) const {
         return memory_ ? memory_->items[node] : Scene::itemAt(node);
     }
-    std::vector<ChannelId> channelsOf(std::size_t node, GltfPath path) const;
+    std::vector<ChannelId> channelsOf(std::size_t node, Path path) const;
 
     const Scene& scene_;
     const std::filesystem::path& path_;
     bool isGlb_;
-    const GltfMemory* memory_; // null where the scene came from elsewhere
+    const Memory* memory_; // null where the scene came from elsewhere
     Written written_;
-    std::vector<GltfChange> changes_;
-    std::map<std::pair<std::size_t, GltfPath>, std::size_t> source_; // the clip's channels
-    std::map<std::size_t, GltfTimes> times_;                         // by accessor
+    std::vector<Change> changes_;
+    std::map<std::pair<std::size_t, Path>, std::size_t> source_; // the clip's channels
+    std::map<std::size_t, Times> times_;                         // by accessor
     Remark turned_{"between keys these rotations are off", {}, 0};
     Remark sampled_{"keys were added on frames, since glTF has no curve like this", {}, 0};
     Remark early_{"keys before frame 0 are left out", {}, 0};
@@ -102,57 +102,56 @@ private:
     double worstTurn_ = 0, worstValue_ = 0; // radians, units
 };
 
-std::vector<ChannelId> GltfWriter::channelsOf(std::size_t node, GltfPath path) const {
-    if (memory_) return gltfChannels(scene_, *memory_, node, path);
-    if (path == GltfPath::weights) return {};
+std::vector<ChannelId> SceneWriter::channelsOf(std::size_t node, Path path) const {
+    if (memory_) return channelsOfPath(scene_, *memory_, node, path);
+    if (path == Path::weights) return {};
     const auto& motion = scene_.item(itemOf(node)).motion;
     const auto first = motion.begin() + static_cast<std::ptrdiff_t>(path) * 3;
     return {first, first + 3};
 }
 
-Result<> GltfWriter::compare() {
-    if (memory_ && memory_->clip != gltfNone) {
+Result<> SceneWriter::compare() {
+    if (memory_ && memory_->clip != none) {
         const auto& channels = memory_->model.clips[memory_->clip].channels;
         for (std::size_t i = 0; i < channels.size(); ++i)
-            if (channels[i].node != gltfNone && channels[i].path != GltfPath::other)
+            if (channels[i].node != none && channels[i].path != Path::other)
                 source_[{channels[i].node, channels[i].path}] = i;
     }
     for (std::size_t node = 0; node < nodes(); ++node)
-        for (const GltfPath path :
-             {GltfPath::translation, GltfPath::rotation, GltfPath::scale, GltfPath::weights})
+        for (const Path path : {Path::translation, Path::rotation, Path::scale, Path::weights})
             if (auto compared = comparePath(node, path); !compared) return compared;
     return done();
 }
 
 // What the file says of a path, once more; nothing where it says nothing.
-Result<std::optional<GltfRemembered>> GltfWriter::remembered(std::size_t node, GltfPath path) {
+Result<std::optional<Remembered>> SceneWriter::remembered(std::size_t node, Path path) {
     const auto channel = source_.find({node, path});
-    if (channel == source_.end()) return std::optional<GltfRemembered>();
-    const GltfModel& model = memory_->model;
+    if (channel == source_.end()) return std::optional<Remembered>();
+    const Model& model = memory_->model;
     const auto bytes = memory_->bytes();
     const std::string where = memory_->where();
-    const GltfSource source{model, bytes, where};
-    const GltfClip& clip = model.clips[memory_->clip];
-    const GltfSampler& sampler = clip.samplers[clip.channels[channel->second].sampler];
-    GltfTimes& times = times_[sampler.input];
+    const Source source{model, bytes, where};
+    const Clip& clip = model.clips[memory_->clip];
+    const Sampler& sampler = clip.samplers[clip.channels[channel->second].sampler];
+    Times& times = times_[sampler.input];
     if (!times) {
-        auto read = gltfTimes(source, sampler.input, "");
+        auto read = readTimes(source, sampler.input, "");
         if (!read) return read.problem();
         times = std::move(*read);
     }
-    auto track = gltfTrack(source, memory_->clip, channel->second, times);
+    auto track = readTrack(source, memory_->clip, channel->second, times);
     if (!track) return track.problem();
-    std::optional<GltfRemembered> before(std::in_place);
+    std::optional<Remembered> before(std::in_place);
     before->track = std::move(*track);
-    before->keys.resize(path == GltfPath::rotation ? 3 : before->track.components);
+    before->keys.resize(path == Path::rotation ? 3 : before->track.components);
     std::vector<KeyStore*> stores;
     for (KeyStore& keys : before->keys)
         stores.push_back(&keys);
-    appendGltfKeys(before->track, path, memory_->clock, gltfRestAngles(model.nodes[node]), stores);
+    appendKeys(before->track, path, memory_->clock, restAngles(model.nodes[node]), stores);
     return before;
 }
 
-Result<> GltfWriter::comparePath(std::size_t node, GltfPath path) {
+Result<> SceneWriter::comparePath(std::size_t node, Path path) {
     std::vector<const Envelope*> curves;
     bool hasKeys = false;
     for (const ChannelId id : channelsOf(node, path)) {
@@ -165,7 +164,7 @@ Result<> GltfWriter::comparePath(std::size_t node, GltfPath path) {
     if (before.value()) {
         bool isSame = true;
         for (std::size_t c = 0; c < curves.size() && isSame; ++c)
-            isSame = sameGltfKeys(curves[c]->keys, before.value()->keys[c]);
+            isSame = sameFileKeys(curves[c]->keys, before.value()->keys[c]);
         if (isSame) return done();
         if (!hasKeys) {
             changes_.push_back({node, path, std::nullopt, false});
@@ -175,23 +174,22 @@ Result<> GltfWriter::comparePath(std::size_t node, GltfPath path) {
     return merge(node, path, curves, before.value());
 }
 
-Result<> GltfWriter::merge(std::size_t node, GltfPath path, std::span<const Envelope* const> curves,
-                           const std::optional<GltfRemembered>& before) {
-    const bool turns = path == GltfPath::rotation;
+Result<> SceneWriter::merge(std::size_t node, Path path, std::span<const Envelope* const> curves,
+                            const std::optional<Remembered>& before) {
+    const bool turns = path == Path::rotation;
     const std::string name = inQuotes(scene_.item(itemOf(node)).name) + " " +
-                             std::string(gltfPathNames[static_cast<std::size_t>(path)]);
-    const GltfInterpolation usual =
-        before ? before->track.interpolation : GltfInterpolation::linear;
-    const GltfRemembered* known = before ? &*before : nullptr;
-    auto merged = turns ? mergeGltfRotation(curves, scene_.rate, usual, known)
-                        : mergeGltfCurves(curves, scene_.rate, usual, known);
+                             std::string(pathNames[static_cast<std::size_t>(path)]);
+    const Interpolation usual = before ? before->track.interpolation : Interpolation::linear;
+    const Remembered* known = before ? &*before : nullptr;
+    auto merged = turns ? mergeRotation(curves, scene_.rate, usual, known)
+                        : mergeCurves(curves, scene_.rate, usual, known);
     if (!merged) {
         Problem problem = merged.problem();
         problem.where = name;
         return problem;
     }
     if (merged->onFrames) sampled_.add(name);
-    if (turns && merged->error > gltfUnseenTurn) turned_.add(name);
+    if (turns && merged->error > unnoticedTurn) turned_.add(name);
     if (merged->early > 0) early_.add(name);
     if (merged->merged > 0) close_.add(name);
     double& worst = turns ? worstTurn_ : worstValue_;
@@ -202,7 +200,7 @@ Result<> GltfWriter::merge(std::size_t node, GltfPath path, std::span<const Enve
 }
 
 // What glTF does not hold of the scene, and what became of curves that it cannot have.
-void GltfWriter::remarks() {
+void SceneWriter::remarks() {
     Remark behaviours{
         "glTF holds the outermost keys' values; other behaviours are left out", {}, 0};
     Remark further{"glTF does not hold these channels", {}, 0};
@@ -217,8 +215,7 @@ void GltfWriter::remarks() {
             behaviours.add(scene_.channelPath(id));
     };
     for (std::size_t node = 0; node < nodes(); ++node)
-        for (const GltfPath path :
-             {GltfPath::translation, GltfPath::rotation, GltfPath::scale, GltfPath::weights})
+        for (const Path path : {Path::translation, Path::rotation, Path::scale, Path::weights})
             for (const ChannelId id : channelsOf(node, path))
                 hold(id);
     for (std::size_t i = 0; i < scene_.itemCount(); ++i) {
@@ -246,35 +243,34 @@ void GltfWriter::remarks() {
 }
 
 // A node with a matrix cannot move; one with its parts can.
-void GltfWriter::giveTransform(GltfJson& node, const GltfNode& rest) const {
+void SceneWriter::giveTransform(Json& node, const Node& rest) const {
     node.erase("matrix");
     node["translation"] = rest.translation;
     node["rotation"] = rest.rotation;
     node["scale"] = rest.scale;
 }
 
-void GltfWriter::change(GltfDraft& draft) {
+void SceneWriter::change(Draft& draft) {
     if (memory_)
-        for (const GltfChange& one : changes_) {
-            const GltfNode& rest = memory_->model.nodes[one.node];
-            GltfJson& node = draft.document["nodes"][one.node];
-            if (one.track && one.path != GltfPath::weights && rest.hasMatrix &&
-                node.contains("matrix"))
+        for (const Change& one : changes_) {
+            const Node& rest = memory_->model.nodes[one.node];
+            Json& node = draft.document["nodes"][one.node];
+            if (one.track && one.path != Path::weights && rest.hasMatrix && node.contains("matrix"))
                 giveTransform(node, rest);
         }
     const std::string name = scene_.name.empty() ? "Animation" : scene_.name;
-    if (applyGltfChanges(draft, memory_ ? memory_->clip : gltfNone, name, changes_, isGlb_))
+    if (applyChanges(draft, memory_ ? memory_->clip : none, name, changes_, isGlb_))
         written_.warnings.push_back("the clip has no key left and is taken out of the file");
 }
 
 } // namespace
 
 Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path) {
-    return GltfWriter(scene, path, false).write();
+    return SceneWriter(scene, path, false).write();
 }
 
 Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path) {
-    return GltfWriter(scene, path, true).write();
+    return SceneWriter(scene, path, true).write();
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cmath>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -14,7 +14,7 @@ void unite(std::vector<double>& times, const std::vector<double>& further) {
     std::vector<double> all;
     all.reserve(times.size() + further.size());
     std::ranges::merge(times, further, std::back_inserter(all));
-    const auto sameTime = [](double a, double b) { return gltfTime(a) == gltfTime(b); };
+    const auto sameTime = [](double a, double b) { return fileTime(a) == fileTime(b); };
     all.erase(std::unique(all.begin(), all.end(), sameTime), all.end());
     times = std::move(all);
 }
@@ -27,26 +27,25 @@ std::array<double, 2> slopesOfCubic(const std::array<double, 4>& v, double lengt
 
 } // namespace
 
-bool sameGltfKey(const Cursor& a, const Cursor& b) {
+bool sameFileKey(const Cursor& a, const Cursor& b) {
     const KeyData x = a.data(), y = b.data();
     const auto same = [](double m, double n) {
         return std::bit_cast<std::uint64_t>(m) == std::bit_cast<std::uint64_t>(n);
     };
-    return gltfTime(x.time) == gltfTime(y.time) && x.shape == y.shape && same(x.value, y.value) &&
+    return fileTime(x.time) == fileTime(y.time) && x.shape == y.shape && same(x.value, y.value) &&
            std::ranges::equal(x.parameters, y.parameters, same);
 }
 
-GltfKnots::GltfKnots(std::span<const Envelope* const> curves, GltfMerged& merged)
-    : curves_(curves) {
+Knots::Knots(std::span<const Envelope* const> curves, Merged& merged) : curves_(curves) {
     bool cut = false;
     for (const Envelope* curve : curves) {
         std::vector<double> times;
         times.reserve(curve->keys.size());
         for (auto key = curve->keys.begin(); key; key.advance()) {
-            if (gltfTime(key.time()) < 0) {
+            if (fileTime(key.time()) < 0) {
                 cut = true;
                 ++merged.early;
-            } else if (!times.empty() && gltfTime(times.back()) == gltfTime(key.time())) {
+            } else if (!times.empty() && fileTime(times.back()) == fileTime(key.time())) {
                 ++merged.merged;
             } else {
                 times.push_back(key.time());
@@ -57,13 +56,13 @@ GltfKnots::GltfKnots(std::span<const Envelope* const> curves, GltfMerged& merged
     if (cut) unite(times_, {0.0});
 }
 
-GltfSpans GltfKnots::spans() const {
-    GltfSpans found;
+Spans Knots::spans() const {
+    Spans found;
     for (const Envelope* curve : curves_) {
         auto key = curve->keys.begin();
         if (!key) continue;
         for (key.advance(); key; key.advance()) {
-            if (gltfTime(key.time()) <= 0) continue;
+            if (fileTime(key.time()) <= 0) continue;
             const Shape shape = key.shape();
             found.straight |= shape == Shape::linear;
             found.held |= shape == Shape::hold;
@@ -73,12 +72,12 @@ GltfSpans GltfKnots::spans() const {
     return found;
 }
 
-void GltfKnots::add(const std::vector<double>& times) {
+void Knots::add(const std::vector<double>& times) {
     unite(times_, times);
 }
 
-std::optional<std::vector<double>> GltfKnots::framesBetween(double first, double last,
-                                                            const FrameRate& rate) {
+std::optional<std::vector<double>> Knots::framesBetween(double first, double last,
+                                                        const FrameRate& rate) {
     constexpr double most = 5e6;
     const double from = std::floor(first * rate.perSecond()) + 1;
     const double to = std::ceil(last * rate.perSecond()) - 1;
@@ -86,47 +85,47 @@ std::optional<std::vector<double>> GltfKnots::framesBetween(double first, double
     if (!(to - from < most)) return std::nullopt;
     for (double frame = from; frame <= to; ++frame) {
         const double time = rate.timeOf(static_cast<std::int64_t>(frame));
-        if (gltfTime(time) > gltfTime(first) && gltfTime(time) < gltfTime(last))
+        if (fileTime(time) > fileTime(first) && fileTime(time) < fileTime(last))
             times.push_back(time);
     }
     return times;
 }
 
-std::vector<double> GltfKnots::values(std::size_t which) const {
+std::vector<double> Knots::values(std::size_t which) const {
     const Envelope& curve = *curves_[which];
     std::vector<double> found;
     found.reserve(size());
     Cursor next = curve.keys.begin();
     for (const double time : times_) {
-        const float at = gltfTime(time);
-        while (next && gltfTime(next.time()) < at)
+        const float at = fileTime(time);
+        while (next && fileTime(next.time()) < at)
             next.advance();
-        if (!next || gltfTime(next.time()) > at) {
+        if (!next || fileTime(next.time()) > at) {
             found.push_back(curve.evaluate(time));
             continue;
         }
         double value = 0;
-        for (; next && gltfTime(next.time()) == at; next.advance())
+        for (; next && fileTime(next.time()) == at; next.advance())
             value = next.value();
         found.push_back(value);
     }
     return found;
 }
 
-GltfKnots::Slopes GltfKnots::slopes(std::size_t which, const std::vector<double>& values) const {
+Knots::Slopes Knots::slopes(std::size_t which, const std::vector<double>& values) const {
     const Envelope& curve = *curves_[which];
     Slopes found{std::vector<double>(size()), std::vector<double>(size())};
     Cursor from, to = curve.keys.begin(); // the keys around a span
     for (std::size_t i = 0; i + 1 < size(); ++i) {
-        const float start = gltfTime(times_[i]), end = gltfTime(times_[i + 1]);
-        for (; to && gltfTime(to.time()) < end; to.advance())
+        const float start = fileTime(times_[i]), end = fileTime(times_[i + 1]);
+        for (; to && fileTime(to.time()) < end; to.advance())
             from = to;
-        if (!from || !to || gltfTime(from.time()) > start || to.shape() == Shape::hold) continue;
+        if (!from || !to || fileTime(from.time()) > start || to.shape() == Shape::hold) continue;
         if (to.shape() == Shape::linear) {
             const double chord = (to.value() - from.value()) / (to.time() - from.time());
             found.leaving[i] = found.arriving[i + 1] = chord;
-        } else if (to.shape() == Shape::tangents && gltfTime(from.time()) == start &&
-                   gltfTime(to.time()) == end) {
+        } else if (to.shape() == Shape::tangents && fileTime(from.time()) == start &&
+                   fileTime(to.time()) == end) {
             found.leaving[i] = from.parameter(outgoingSlope);
             found.arriving[i + 1] = to.parameter(incomingSlope);
         } else {
@@ -142,21 +141,21 @@ GltfKnots::Slopes GltfKnots::slopes(std::size_t which, const std::vector<double>
     return found;
 }
 
-GltfTimes GltfKnots::fileTimes(const GltfRemembered* remembered) const {
+Times Knots::fileTimes(const Remembered* remembered) const {
     std::vector<float> plain, own;
     for (const double time : times_)
-        plain.push_back(std::max(gltfTime(time), 0.0f));
+        plain.push_back(std::max(fileTime(time), 0.0f));
     if (!remembered) return std::make_shared<const std::vector<float>>(std::move(plain));
     own = plain;
     std::size_t k = 0;
     for (auto key = remembered->keys[0].begin(); key; key.advance(), ++k) {
-        const auto at = std::ranges::lower_bound(plain, gltfTime(key.time()));
+        const auto at = std::ranges::lower_bound(plain, fileTime(key.time()));
         const float file = (*remembered->track.times)[k];
-        if (at != plain.end() && *at == gltfTime(key.time()) && file >= 0)
+        if (at != plain.end() && *at == fileTime(key.time()) && file >= 0)
             own[static_cast<std::size_t>(at - plain.begin())] = file;
     }
     const bool rises = std::ranges::adjacent_find(own, std::greater_equal{}) == own.end();
     return std::make_shared<const std::vector<float>>(std::move(rises ? own : plain));
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

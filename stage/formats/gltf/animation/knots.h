@@ -3,29 +3,29 @@
 
 #include "stage/formats/gltf/animation/merge.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 // A file's key times are single numbers; keys that differ by less are one knot.
-constexpr float gltfTime(double time) {
+constexpr float fileTime(double time) {
     return static_cast<float>(time);
 }
 
-bool sameGltfKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b); // but for rounded times
+bool sameFileKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b); // but for rounded times
 
 // What spans the curves have between their keys.
-struct GltfSpans {
+struct Spans {
     bool straight = false, held = false, smooth = false;
 };
 
-class GltfKnots {
+class Knots {
 public:
-    GltfKnots(std::span<const Envelope* const> curves, GltfMerged& merged);
+    Knots(std::span<const Envelope* const> curves, Merged& merged);
 
     const std::vector<double>& times() const { return times_; }
     std::size_t size() const { return times_.size(); }
     std::size_t curves() const { return curves_.size(); }
     const Envelope& curve(std::size_t c) const { return *curves_[c]; }
-    GltfSpans spans() const;
+    Spans spans() const;
 
     // Adds times in ascending order where none of the knots is.
     void add(const std::vector<double>& times);
@@ -44,11 +44,11 @@ public:
     Slopes slopes(std::size_t curve, const std::vector<double>& values) const;
 
     // The times for the file: where the file had a key at a knot, its own number.
-    GltfTimes fileTimes(const GltfRemembered* remembered) const;
+    Times fileTimes(const Remembered* remembered) const;
 
 private:
     std::span<const Envelope* const> curves_;
     std::vector<double> times_; // seconds, different as single numbers
 };
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -1,13 +1,13 @@
 #include "stage/formats/gltf/animation/merge.h"
 
 #include "stage/formats/gltf/animation/knots.h"
-#include "stage/formats/gltf/animation/quaternion.h"
+#include "stage/formats/gltf/document/quaternion.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -19,23 +19,23 @@ Problem tooManyFrames() {
     return {"the curves would need too many frames", "", "5 million is the limit"};
 }
 
-GltfInterpolation kindOf(const GltfSpans& spans, GltfInterpolation usual, std::size_t knots) {
+Interpolation kindOf(const Spans& spans, Interpolation usual, std::size_t knots) {
     if (spans.held) {
         const bool alone = !spans.straight && !spans.smooth;
-        return alone ? GltfInterpolation::step : GltfInterpolation::linear;
+        return alone ? Interpolation::step : Interpolation::linear;
     }
-    if (spans.smooth && knots > 1) return GltfInterpolation::cubic;
-    if (spans.straight || usual != GltfInterpolation::step) return GltfInterpolation::linear;
+    if (spans.smooth && knots > 1) return Interpolation::cubic;
+    if (spans.straight || usual != Interpolation::step) return Interpolation::linear;
     return usual;
 }
 
-bool isMixed(const GltfSpans& spans) {
+bool isMixed(const Spans& spans) {
     return spans.held && (spans.straight || spans.smooth);
 }
 
 // Frames between the first knot and the last one.
-Result<> addFrames(GltfKnots& knots, const FrameRate& rate, GltfMerged& merged) {
-    const auto frames = GltfKnots::framesBetween(knots.times().front(), knots.times().back(), rate);
+Result<> addFrames(Knots& knots, const FrameRate& rate, Merged& merged) {
+    const auto frames = Knots::framesBetween(knots.times().front(), knots.times().back(), rate);
     if (!frames) return tooManyFrames();
     knots.add(*frames);
     merged.onFrames = true;
@@ -53,7 +53,7 @@ bool isWritable(double value) {
 // A rotation at every knot, ready for the file.
 class RotationMerge {
 public:
-    RotationMerge(GltfKnots& knots, GltfInterpolation kind, const GltfRemembered* remembered)
+    RotationMerge(Knots& knots, Interpolation kind, const Remembered* remembered)
         : knots_(knots), kind_(kind),
           remembered_(remembered && remembered->track.interpolation == kind ? remembered
                                                                             : nullptr) {
@@ -61,15 +61,15 @@ public:
     }
 
     // Adds frames to spans that would turn another way than the curves do.
-    Result<> refine(const FrameRate& rate, GltfMerged& merged) {
+    Result<> refine(const FrameRate& rate, Merged& merged) {
         std::vector<double> further;
         for (std::size_t i = 0; i + 1 < knots_.size(); ++i) {
             if (isExact(i)) continue;
             const double error = errorOf(i);
             merged.error = std::max(merged.error, error);
-            if (!turnsFar(i) && error <= gltfUnseenTurn) continue;
+            if (!turnsFar(i) && error <= unnoticedTurn) continue;
             const auto frames =
-                GltfKnots::framesBetween(knots_.times()[i], knots_.times()[i + 1], rate);
+                Knots::framesBetween(knots_.times()[i], knots_.times()[i + 1], rate);
             if (!frames) return tooManyFrames();
             further.insert(further.end(), frames->begin(), frames->end());
         }
@@ -99,15 +99,15 @@ public:
 
     std::vector<float> values() const {
         std::vector<float> found;
-        found.reserve(knots_.size() * 4 * (kind_ == GltfInterpolation::cubic ? 3 : 1));
+        found.reserve(knots_.size() * 4 * (kind_ == Interpolation::cubic ? 3 : 1));
         const auto add = [&](const Quaternion& q) {
             for (const double number : q)
                 found.push_back(static_cast<float>(number));
         };
         for (const Numbers& at : numbers_) {
-            if (kind_ == GltfInterpolation::cubic) add(at.arriving);
+            if (kind_ == Interpolation::cubic) add(at.arriving);
             add(at.value);
-            if (kind_ == GltfInterpolation::cubic) add(at.leaving);
+            if (kind_ == Interpolation::cubic) add(at.leaving);
         }
         return found;
     }
@@ -115,7 +115,7 @@ public:
 private:
     struct Numbers {
         Quaternion arriving{}, value{}, leaving{};
-        std::size_t original = gltfNone; // the file's key that this still is
+        std::size_t original = none; // the file's key that this still is
     };
 
     void readOff();
@@ -125,8 +125,8 @@ private:
 
     bool isExact(std::size_t span) const { // the file's own span, whatever it does
         const std::size_t from = numbers_[span].original;
-        return kind_ == GltfInterpolation::step ||
-               (from != gltfNone && numbers_[span + 1].original == from + 1);
+        return kind_ == Interpolation::step ||
+               (from != none && numbers_[span + 1].original == from + 1);
     }
     bool turnsFar(std::size_t span) const { // where looking at parts of it may mislead
         constexpr double far = 0.9 * std::numbers::pi;
@@ -135,16 +135,16 @@ private:
     }
     Quaternion between(std::size_t span, double part) const;
 
-    GltfKnots& knots_;
-    GltfInterpolation kind_;
-    const GltfRemembered* remembered_; // only where its kind is that of the keys
+    Knots& knots_;
+    Interpolation kind_;
+    const Remembered* remembered_; // only where its kind is that of the keys
     std::array<std::vector<double>, 3> angles_;
     std::vector<Numbers> numbers_;
 };
 
 void RotationMerge::readOff() {
-    const bool cubic = kind_ == GltfInterpolation::cubic;
-    std::array<GltfKnots::Slopes, 3> slopes;
+    const bool cubic = kind_ == Interpolation::cubic;
+    std::array<Knots::Slopes, 3> slopes;
     for (std::size_t c = 0; c < 3; ++c) {
         angles_[c] = knots_.values(c);
         if (cubic) slopes[c] = knots_.slopes(c, angles_[c]);
@@ -153,7 +153,7 @@ void RotationMerge::readOff() {
     findOriginals();
     for (std::size_t i = 0; i < knots_.size(); ++i) {
         Numbers& at = numbers_[i];
-        if (at.original != gltfNone) {
+        if (at.original != none) {
             at.value = quaternionAt(remembered_->track.value(at.original));
             if (cubic) {
                 at.arriving = quaternionAt(remembered_->track.arriving(at.original));
@@ -169,8 +169,8 @@ void RotationMerge::readOff() {
                 at.value, angles,
                 {(slopes[0].*side)[i], (slopes[1].*side)[i], (slopes[2].*side)[i]});
         };
-        at.arriving = rate(&GltfKnots::Slopes::arriving);
-        at.leaving = rate(&GltfKnots::Slopes::leaving);
+        at.arriving = rate(&Knots::Slopes::arriving);
+        at.leaving = rate(&Knots::Slopes::leaving);
     }
     alignSigns();
 }
@@ -184,18 +184,18 @@ void RotationMerge::findOriginals() {
     }
     std::size_t key = 0;
     for (std::size_t i = 0; i < knots_.size(); ++i) {
-        const float at = gltfTime(knots_.times()[i]);
+        const float at = fileTime(knots_.times()[i]);
         const auto come = [&](KeyStore::Cursor& cursor) {
-            while (cursor && gltfTime(cursor.time()) < at)
+            while (cursor && fileTime(cursor.time()) < at)
                 cursor.advance();
-            return cursor && gltfTime(cursor.time()) == at;
+            return cursor && fileTime(cursor.time()) == at;
         };
-        for (; was[0] && gltfTime(was[0].time()) < at; ++key)
+        for (; was[0] && fileTime(was[0].time()) < at; ++key)
             was[0].advance();
         bool same = true;
         for (std::size_t c = 0; c < 3; ++c) {
             const bool both = come(now[c]) && come(was[c]);
-            same = same && both && sameGltfKey(now[c], was[c]);
+            same = same && both && sameFileKey(now[c], was[c]);
         }
         if (same) numbers_[i].original = key;
     }
@@ -208,7 +208,7 @@ void RotationMerge::alignSigns() {
     for (std::size_t i = 0; i < numbers_.size(); ++i) {
         Numbers& at = numbers_[i];
         const bool isBothOriginal =
-            i > 0 && at.original != gltfNone && numbers_[i - 1].original != gltfNone;
+            i > 0 && at.original != none && numbers_[i - 1].original != none;
         if (!isBothOriginal) sign = i > 0 && dot(numbers_[i - 1].value, at.value) < 0 ? -1 : 1;
         for (Quaternion* q : {&at.arriving, &at.value, &at.leaving})
             for (double& number : *q)
@@ -218,7 +218,7 @@ void RotationMerge::alignSigns() {
 
 Quaternion RotationMerge::between(std::size_t span, double u) const {
     const Numbers &from = numbers_[span], &to = numbers_[span + 1];
-    if (kind_ == GltfInterpolation::linear) return slerp(from.value, to.value, u);
+    if (kind_ == Interpolation::linear) return slerp(from.value, to.value, u);
     const double length = knots_.times()[span + 1] - knots_.times()[span];
     const double u2 = u * u, u3 = u2 * u;
     Quaternion q{};
@@ -243,7 +243,7 @@ double RotationMerge::errorOf(std::size_t span) const {
 
 } // namespace
 
-bool sameGltfKeys(const KeyStore& keys, const KeyStore& remembered) {
+bool sameFileKeys(const KeyStore& keys, const KeyStore& remembered) {
     if (keys.size() != remembered.size()) return false;
     auto a = keys.begin(), b = remembered.begin();
     while (a) {
@@ -251,30 +251,30 @@ bool sameGltfKeys(const KeyStore& keys, const KeyStore& remembered) {
             skipSameKeys(a, b);
             continue;
         }
-        if (!sameGltfKey(a, b)) return false;
+        if (!sameFileKey(a, b)) return false;
         a.advance();
         b.advance();
     }
     return true;
 }
 
-Result<GltfMerged> mergeGltfCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
-                                   GltfInterpolation usual, const GltfRemembered* remembered) {
-    GltfMerged merged;
-    GltfKnots knots(curves, merged);
-    const GltfSpans spans = knots.spans();
+Result<Merged> mergeCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
+                           Interpolation usual, const Remembered* remembered) {
+    Merged merged;
+    Knots knots(curves, merged);
+    const Spans spans = knots.spans();
     if (isMixed(spans))
         if (auto added = addFrames(knots, rate, merged); !added) return added.problem();
-    GltfTrack& track = merged.track;
+    Track& track = merged.track;
     track.interpolation = kindOf(spans, usual, knots.size());
     track.components = curves.size();
     track.times = knots.fileTimes(remembered);
-    const bool cubic = track.interpolation == GltfInterpolation::cubic;
+    const bool cubic = track.interpolation == Interpolation::cubic;
     const std::size_t parts = cubic ? 3 : 1;
     track.values.resize(knots.size() * parts * curves.size());
     for (std::size_t c = 0; c < curves.size(); ++c) {
         const std::vector<double> values = knots.values(c);
-        const GltfKnots::Slopes slopes = cubic ? knots.slopes(c, values) : GltfKnots::Slopes{};
+        const Knots::Slopes slopes = cubic ? knots.slopes(c, values) : Knots::Slopes{};
         for (std::size_t i = 0; i < knots.size(); ++i) {
             const auto put = [&](std::size_t part, double value) {
                 track.values[(i * parts + part) * curves.size() + c] = static_cast<float>(value);
@@ -297,14 +297,14 @@ Result<GltfMerged> mergeGltfCurves(std::span<const Envelope* const> curves, cons
     return merged;
 }
 
-Result<GltfMerged> mergeGltfRotation(std::span<const Envelope* const> curves, const FrameRate& rate,
-                                     GltfInterpolation usual, const GltfRemembered* remembered) {
-    GltfMerged merged;
-    GltfKnots knots(curves, merged);
-    const GltfSpans spans = knots.spans();
+Result<Merged> mergeRotation(std::span<const Envelope* const> curves, const FrameRate& rate,
+                             Interpolation usual, const Remembered* remembered) {
+    Merged merged;
+    Knots knots(curves, merged);
+    const Spans spans = knots.spans();
     if (isMixed(spans))
         if (auto added = addFrames(knots, rate, merged); !added) return added.problem();
-    const GltfInterpolation kind = kindOf(spans, usual, knots.size());
+    const Interpolation kind = kindOf(spans, usual, knots.size());
     RotationMerge rotation(knots, kind, remembered);
     if (auto at = rotation.notFiniteAt()) return notFinite(*at);
     if (isMixed(spans)) {
@@ -316,4 +316,4 @@ Result<GltfMerged> mergeGltfRotation(std::span<const Envelope* const> curves, co
     return merged;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

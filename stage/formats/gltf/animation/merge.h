@@ -9,16 +9,16 @@
 #include "stage/formats/gltf/animation/track.h"
 #include "stage/scene/keys/envelope.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 // What the file had for the same node and path.
-struct GltfRemembered {
-    GltfTrack track;
+struct Remembered {
+    Track track;
     std::vector<KeyStore> keys; // as the reader makes them of it
 };
 
-struct GltfMerged {
-    GltfTrack track;       // in the file's units; the times are not negative
+struct Merged {
+    Track track;           // in the file's units; the times are not negative
     bool onFrames = false; // keys were added on frames
     double error = 0; // the largest distance from the curves that was seen between keys: units,
                       // radians of rotations
@@ -27,18 +27,18 @@ struct GltfMerged {
 };
 
 // A turn that nobody sees, in radians: spans of rotations that stay below get no further keys.
-constexpr double gltfUnseenTurn = 1e-3;
+constexpr double unnoticedTurn = 1e-3;
 
 // The curves of a path other than rotation; at least one has keys. Where nothing else decides, the
 // keys are of the kind `usual`. Fails where the frames would be beyond measure or a value is none.
-Result<GltfMerged> mergeGltfCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
-                                   GltfInterpolation usual, const GltfRemembered* remembered);
+Result<Merged> mergeCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
+                           Interpolation usual, const Remembered* remembered);
 
 // Heading, pitch and bank. Keys that are as the file had them keep the file's own numbers.
-Result<GltfMerged> mergeGltfRotation(std::span<const Envelope* const> curves, const FrameRate& rate,
-                                     GltfInterpolation usual, const GltfRemembered* remembered);
+Result<Merged> mergeRotation(std::span<const Envelope* const> curves, const FrameRate& rate,
+                             Interpolation usual, const Remembered* remembered);
 
 // True where the keys are those of the file as far as it can hold them.
-bool sameGltfKeys(const KeyStore& keys, const KeyStore& remembered);
+bool sameFileKeys(const KeyStore& keys, const KeyStore& remembered);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

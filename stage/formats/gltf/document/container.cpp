@@ -6,7 +6,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -149,23 +149,23 @@ std::string glbChunkHead(std::uint32_t type, std::size_t bytes) {
     return head;
 }
 
-Result<GltfJson> parseGltfJson(std::string_view text, const std::string& where, std::size_t depth) {
+Result<Json> parseJson(std::string_view text, const std::string& where, std::size_t depth) {
     if (auto problem = tooMuch(text, where, depth)) return *problem;
     try {
-        return GltfJson::parse(text);
-    } catch (const GltfJson::parse_error& error) {
+        return Json::parse(text);
+    } catch (const Json::parse_error& error) {
         const std::string_view before = text.substr(0, error.byte);
         const auto line = 1 + std::ranges::count(before, '\n');
         return Problem{"this is not valid JSON", where + ":" + std::to_string(line),
                        "at byte " + std::to_string(error.byte)};
-    } catch (const GltfJson::exception&) { // a number beyond all bounds
+    } catch (const Json::exception&) { // a number beyond all bounds
         return Problem{"this is not valid JSON", where, "it has a number that is too large"};
     }
 }
 
-std::string gltfText(const GltfJson& document, std::string_view like) {
+std::string jsonText(const Json& document, std::string_view like) {
     // Names from elsewhere may be no UTF-8.
-    constexpr auto replace = GltfJson::error_handler_t::replace;
+    constexpr auto replace = Json::error_handler_t::replace;
     const std::size_t line = like.find('\n');
     if (line == std::string_view::npos || line + 1 >= like.size() || trimmed(like).size() <= line)
         return document.dump(-1, ' ', false, replace);
@@ -195,4 +195,4 @@ std::string dataUri(std::string_view bytes) {
     return uri;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

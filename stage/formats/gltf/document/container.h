@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-using GltfJson = nlohmann::ordered_json;
+using Json = nlohmann::ordered_json;
 
 struct GlbChunk {
     static constexpr std::uint32_t json = 0x4e4f534a, binary = 0x004e4942;
@@ -32,14 +32,14 @@ std::string glbHead(std::string_view json, std::size_t rest);
 std::string glbChunkHead(std::uint32_t type, std::size_t bytes);
 
 // The document of a text. Nesting beyond `depth` is refused before anything is built.
-Result<GltfJson> parseGltfJson(std::string_view text, const std::string& where, std::size_t depth);
+Result<Json> parseJson(std::string_view text, const std::string& where, std::size_t depth);
 
 // The document as text, indented as `like` is.
-std::string gltfText(const GltfJson& document, std::string_view like);
+std::string jsonText(const Json& document, std::string_view like);
 
 // The bytes of a data URI; nothing where it is not in base64.
 std::optional<std::string> dataUriBytes(std::string_view uri);
 std::string dataUri(std::string_view bytes);
 bool isDataUri(std::string_view uri);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

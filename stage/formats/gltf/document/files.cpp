@@ -5,7 +5,7 @@
 
 #include <optional>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace fs = std::filesystem;
 
@@ -49,7 +49,7 @@ bool isBelow(const fs::path& directory, const fs::path& path) {
 
 Result<fs::path> placeOf(const fs::path& directory, std::string_view uri,
                          const std::string& where) {
-    auto relative = gltfRelativePath(uri, where);
+    auto relative = relativePath(uri, where);
     if (!relative) return relative.problem();
     const fs::path path = directoryOf(directory) / *relative;
     if (!isBelow(directoryOf(directory), path))
@@ -60,7 +60,7 @@ Result<fs::path> placeOf(const fs::path& directory, std::string_view uri,
 
 } // namespace
 
-Result<fs::path> gltfRelativePath(std::string_view uri, const std::string& where) {
+Result<fs::path> relativePath(std::string_view uri, const std::string& where) {
     const auto refuse = [&](const std::string& why) {
         return Problem{"files are taken from the directory of the document and below alone", where,
                        inQuotes(uri.substr(0, 80)) + " " + why};
@@ -80,8 +80,8 @@ Result<fs::path> gltfRelativePath(std::string_view uri, const std::string& where
     return path;
 }
 
-Result<std::string> readGltfFile(const fs::path& directory, std::string_view uri,
-                                 const std::string& where, std::uintmax_t limit) {
+Result<std::string> readFileBeside(const fs::path& directory, std::string_view uri,
+                                   const std::string& where, std::uintmax_t limit) {
     const auto path = placeOf(directory, uri, where);
     if (!path) return path.problem();
     auto bytes = readFile(path.value(), limit);
@@ -90,8 +90,8 @@ Result<std::string> readGltfFile(const fs::path& directory, std::string_view uri
     return Problem{problem.what, where, problem.where + ": " + problem.detail};
 }
 
-Result<> placeGltfFile(const fs::path& directory, std::string_view uri, const std::string& where,
-                       std::string_view bytes) {
+Result<> placeFileBeside(const fs::path& directory, std::string_view uri, const std::string& where,
+                         std::string_view bytes) {
     const auto path = placeOf(directory, uri, where);
     if (!path) return path.problem();
     std::error_code error;
@@ -105,4 +105,4 @@ Result<> placeGltfFile(const fs::path& directory, std::string_view uri, const st
     return writeFile(path.value(), bytes);
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

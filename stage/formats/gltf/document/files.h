@@ -10,18 +10,18 @@
 #include <string>
 #include <string_view>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 // The relative path that a URI of a document names. Refuses what is not a plain path below the
 // document: URLs, absolute paths, "..", bytes that no name holds.
-Result<std::filesystem::path> gltfRelativePath(std::string_view uri, const std::string& where);
+Result<std::filesystem::path> relativePath(std::string_view uri, const std::string& where);
 
 // The bytes of a file of at most `limit` bytes below `directory`, links followed no further.
-Result<std::string> readGltfFile(const std::filesystem::path& directory, std::string_view uri,
-                                 const std::string& where, std::uintmax_t limit);
+Result<std::string> readFileBeside(const std::filesystem::path& directory, std::string_view uri,
+                                   const std::string& where, std::uintmax_t limit);
 
 // Sees to it that the file is there with these bytes. Refuses where another content is.
-Result<> placeGltfFile(const std::filesystem::path& directory, std::string_view uri,
-                       const std::string& where, std::string_view bytes);
+Result<> placeFileBeside(const std::filesystem::path& directory, std::string_view uri,
+                         const std::string& where, std::string_view bytes);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

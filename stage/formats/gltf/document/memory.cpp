@@ -1,19 +1,19 @@
 #include "stage/formats/gltf/document/memory.h"
 
 #include "stage/base/text.h"
-#include "stage/formats/gltf/animation/quaternion.h"
 #include "stage/formats/gltf/document/files.h"
+#include "stage/formats/gltf/document/quaternion.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
 class Opener {
 public:
-    Opener(GltfMemory& memory, const ReadOptions& options)
+    Opener(Memory& memory, const ReadOptions& options)
         : memory_(memory), options_(options), where_(memory.where()) {}
 
     Result<> open() {
@@ -26,12 +26,11 @@ public:
         } else {
             memory_.text = memory_.file;
         }
-        const auto document = parseGltfJson(memory_.text, where_, memory_.depth);
+        const auto document = parseJson(memory_.text, where_, memory_.depth);
         if (!document) return document.problem();
-        auto model = gltfModel(document.value(), where_);
+        auto model = readModel(document.value(), where_, options_.meshes);
         if (!model) return model.problem();
         memory_.model = std::move(*model);
-        if (options_.meshes) takeGltfPrimitives(document.value(), memory_.model);
         if (auto read = buffers(document.value()); !read) return read;
         if (auto found = parents(); !found) return found;
         return clip();
@@ -42,13 +41,13 @@ private:
         return {std::move(what), where_ + ": " + place, std::move(detail)};
     }
 
-    Result<> buffers(const GltfJson& document) {
+    Result<> buffers(const Json& document) {
         const auto table = document.find("buffers");
         if (table == document.end()) return done();
         if (!table->is_array()) return problem("buffers", "expected an array");
         for (std::size_t i = 0; i < table->size(); ++i) {
             const std::string place = "buffers[" + std::to_string(i) + "]";
-            const GltfJson& buffer = (*table)[i];
+            const Json& buffer = (*table)[i];
             if (!buffer.is_object()) return problem(place, "expected an object");
             const auto length = buffer.find("byteLength");
             if (length == buffer.end() || !length->is_number_unsigned())
@@ -60,9 +59,9 @@ private:
                     bytes(i, uri == buffer.end() ? nullptr : uri->get_ptr<const std::string*>());
                 !read)
                 return read;
-            GltfBuffer& kept = memory_.buffers.back();
+            Buffer& kept = memory_.buffers.back();
             kept.length = length->get<std::size_t>();
-            if (kept.kind != GltfBuffer::Kind::absent && kept.length > kept.bytes.size())
+            if (kept.kind != Buffer::Kind::absent && kept.length > kept.bytes.size())
                 return problem(place + ".byteLength", "the buffer is shorter than the file says",
                                "it says " + std::to_string(kept.length) + " bytes, there are " +
                                    std::to_string(kept.bytes.size()));
@@ -72,27 +71,27 @@ private:
 
     Result<> bytes(std::size_t index, const std::string* uri) {
         const std::string place = "buffers[" + std::to_string(index) + "]";
-        GltfBuffer& buffer = memory_.buffers.emplace_back();
+        Buffer& buffer = memory_.buffers.emplace_back();
         if (!uri) {
             const bool inChunk =
                 index == 0 && !memory_.chunks.empty() && memory_.chunks[0].type == GlbChunk::binary;
             if (!inChunk) return done();
-            buffer.kind = GltfBuffer::Kind::chunk;
+            buffer.kind = Buffer::Kind::chunk;
             buffer.bytes = memory_.chunks[0].bytes;
             return done();
         }
         if (isDataUri(*uri)) {
             auto bytes = dataUriBytes(*uri);
             if (!bytes) return problem(place + ".uri", "the embedded buffer is not valid base64");
-            buffer.kind = GltfBuffer::Kind::embedded;
+            buffer.kind = Buffer::Kind::embedded;
             buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
         } else {
             auto bytes =
-                readGltfFile(memory_.path.parent_path(), *uri, where_ + ": " + place + ".uri",
-                             options_.limits.bytes - std::min(external_, options_.limits.bytes));
+                readFileBeside(memory_.path.parent_path(), *uri, where_ + ": " + place + ".uri",
+                               options_.limits.bytes - std::min(external_, options_.limits.bytes));
             if (!bytes) return bytes.problem();
             external_ += bytes->size();
-            buffer.kind = GltfBuffer::Kind::file;
+            buffer.kind = Buffer::Kind::file;
             buffer.uri = *uri;
             buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
         }
@@ -101,12 +100,12 @@ private:
 
     // Every node below one parent at most, and none below itself.
     Result<> parents() {
-        std::vector<GltfNode>& nodes = memory_.model.nodes;
+        std::vector<Node>& nodes = memory_.model.nodes;
         const auto name = [](std::size_t node) { return "nodes[" + std::to_string(node) + "]"; };
         for (std::size_t i = 0; i < nodes.size(); ++i)
             for (const std::size_t child : nodes[i].children) {
                 std::size_t& parent = nodes[child].parent;
-                if (parent != gltfNone)
+                if (parent != none)
                     return problem(name(child), "a node stands below one other at most",
                                    "it is below " + name(parent) + " and below " + name(i));
                 parent = i;
@@ -116,13 +115,13 @@ private:
         for (std::size_t i = 0; i < nodes.size(); ++i) {
             way.clear();
             std::size_t at = i;
-            for (; at != gltfNone && depths[at] == 0; at = nodes[at].parent) {
+            for (; at != none && depths[at] == 0; at = nodes[at].parent) {
                 if (way.size() > options_.limits.depth)
                     return problem(name(i), "the nodes are nested too deeply, or in a circle",
                                    "the limit is " + std::to_string(options_.limits.depth));
                 way.push_back(at);
             }
-            std::size_t depth = at == gltfNone ? 0 : depths[at];
+            std::size_t depth = at == none ? 0 : depths[at];
             for (; !way.empty(); way.pop_back())
                 depths[way.back()] = ++depth;
             if (depth > options_.limits.depth)
@@ -135,15 +134,15 @@ private:
     }
 
     Result<> clip() {
-        const std::vector<GltfClip>& clips = memory_.model.clips;
+        const std::vector<Clip>& clips = memory_.model.clips;
         if (!options_.clip) {
             if (!clips.empty()) memory_.clip = 0;
             return done();
         }
-        const auto found = std::ranges::find(clips, *options_.clip, &GltfClip::name);
+        const auto found = std::ranges::find(clips, *options_.clip, &Clip::name);
         if (found == clips.end()) {
             std::vector<std::string> names;
-            for (const GltfClip& one : clips)
+            for (const Clip& one : clips)
                 names.push_back(one.name);
             return Problem{"the file has no clip " + inQuotes(*options_.clip), where_,
                            "known are " + alternatives(*options_.clip, names, names.size())};
@@ -152,7 +151,7 @@ private:
         return done();
     }
 
-    GltfMemory& memory_;
+    Memory& memory_;
     const ReadOptions& options_;
     const std::string where_;
     std::uintmax_t external_ = 0; // bytes of files beside the document
@@ -160,17 +159,17 @@ private:
 
 } // namespace
 
-std::vector<std::string_view> GltfMemory::bytes() const {
+std::vector<std::string_view> Memory::bytes() const {
     std::vector<std::string_view> found;
-    for (const GltfBuffer& buffer : buffers)
+    for (const Buffer& buffer : buffers)
         found.push_back(buffer.bytes.substr(0, buffer.length));
     return found;
 }
 
-Result<std::shared_ptr<GltfMemory>> openGltf(std::string_view file,
+Result<std::shared_ptr<Memory>> openDocument(std::string_view file,
                                              const std::filesystem::path& path,
                                              const ReadOptions& options, bool isGlb) {
-    auto memory = std::make_shared<GltfMemory>();
+    auto memory = std::make_shared<Memory>();
     memory->path = path;
     memory->isGlb = isGlb;
     memory->file = file;
@@ -178,17 +177,17 @@ Result<std::shared_ptr<GltfMemory>> openGltf(std::string_view file,
     return memory;
 }
 
-Vec3 gltfRestAngles(const GltfNode& node) {
+Vec3 restAngles(const Node& node) {
     return anglesNear(matrixOf(node.rotation), headingPitchBank, {});
 }
 
-std::vector<ChannelId> gltfChannels(const Scene& scene, const GltfMemory& memory, std::size_t node,
-                                    GltfPath path) {
-    if (path == GltfPath::weights) return memory.morphs[node];
+std::vector<ChannelId> channelsOfPath(const Scene& scene, const Memory& memory, std::size_t node,
+                                      Path path) {
+    if (path == Path::weights) return memory.morphs[node];
     const auto first = static_cast<std::size_t>(path) * 3; // as the motion channels stand
     const auto& motion = scene.item(memory.items[node]).motion;
     return {motion.begin() + static_cast<std::ptrdiff_t>(first),
             motion.begin() + static_cast<std::ptrdiff_t>(first + 3)};
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "stage/formats/format.h"
-#include "stage/formats/gltf/animation/track.h"
+#include "stage/formats/gltf/document/clock.h"
+#include "stage/formats/gltf/document/model.h"
 
 #include <deque>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-struct GltfBuffer {
+struct Buffer {
     enum class Kind {
         chunk,    // the binary chunk of the GLB file
         embedded, // in the JSON
@@ -21,7 +22,7 @@ struct GltfBuffer {
     std::size_t length = 0; // as the document says
 };
 
-struct GltfMemory final : SourceMemory {
+struct Memory final : SourceMemory {
     std::filesystem::path path;
     bool isGlb = false;
     std::string file;             // the bytes of the whole file
@@ -30,11 +31,11 @@ struct GltfMemory final : SourceMemory {
     std::size_t depth = 0;        // of JSON that is accepted
 
     std::deque<std::string> held; // bytes of buffers that are not in `file`; they never move
-    std::vector<GltfBuffer> buffers;
-    GltfModel model;
+    std::vector<Buffer> buffers;
+    Model model;
 
-    std::size_t clip = gltfNone; // the one that is open; none where the file has none
-    GltfClock clock;
+    std::size_t clip = none; // the one that is open; none where the file has none
+    Clock clock;
     std::vector<ItemId> items;                  // by node
     std::vector<std::vector<ChannelId>> morphs; // by node, by morph target
 
@@ -44,15 +45,15 @@ struct GltfMemory final : SourceMemory {
 };
 
 // Opens a document with its buffers and picks the clip; nothing is in a scene yet.
-Result<std::shared_ptr<GltfMemory>> openGltf(std::string_view file,
+Result<std::shared_ptr<Memory>> openDocument(std::string_view file,
                                              const std::filesystem::path& path,
                                              const ReadOptions& options, bool isGlb);
 
 // Heading, pitch and bank of a node's rest rotation.
-Vec3 gltfRestAngles(const GltfNode& node);
+Vec3 restAngles(const Node& node);
 
 // The key stores that a path of a node fills: three of its motion channels, or its morphs.
-std::vector<ChannelId> gltfChannels(const Scene& scene, const GltfMemory& memory, std::size_t node,
-                                    GltfPath path);
+std::vector<ChannelId> channelsOfPath(const Scene& scene, const Memory& memory, std::size_t node,
+                                      Path path);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -1,33 +1,20 @@
 #include "stage/formats/gltf/document/model.h"
 
 #include "stage/base/text.h"
-#include "stage/formats/gltf/document/outline.h"
+#include "stage/formats/gltf/document/checked.h"
+#include "stage/formats/gltf/document/quaternion.h"
 
 #include <algorithm>
 #include <cmath>
-#include <nlohmann/json.hpp>
 
-// Its saving code, which is not used, takes this for granted.
-#include <fstream>
-
-// The library sees the outline of a document alone: no buffers, no images, no files.
-#define TINYGLTF_IMPLEMENTATION
-#define TINYGLTF_NO_FS
-#define TINYGLTF_NO_STB_IMAGE
-#define TINYGLTF_NO_STB_IMAGE_WRITE
-#define TINYGLTF_NO_EXTERNAL_IMAGE
-#include <tiny_gltf.h>
-
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
-std::size_t indexOf(int number) {
-    return number < 0 ? gltfNone : static_cast<std::size_t>(number);
-}
+constexpr std::string_view compression = "KHR_draco_mesh_compression";
 
 // Rest values out of a matrix in columns; the answer is false where it shears.
-bool takeApart(const std::vector<double>& m, GltfNode& node) {
+bool decompose(const std::array<double, 16>& m, Node& node) {
     Mat3 axes{}; // columns of the linear part as rows
     for (std::size_t c = 0; c < 3; ++c) {
         for (std::size_t r = 0; r < 3; ++r)
@@ -42,167 +29,283 @@ bool takeApart(const std::vector<double>& m, GltfNode& node) {
                      axes[1][2] * axes[2][0] - axes[1][0] * axes[2][2],
                      axes[1][0] * axes[2][1] - axes[1][1] * axes[2][0]};
     const double volume = axes[0][0] * cross[0] + axes[0][1] * cross[1] + axes[0][2] * cross[2];
-    if (volume == 0) return true; // flat: it has no rotation to speak of
+    if (volume == 0) return true; // flat: its rotation is undefined
     if (volume < 0) node.scale[0] = -node.scale[0];
     const Vec3& s = node.scale;
-    const auto at = [&](std::size_t r, std::size_t c) { return axes[c][r] / s[c]; };
-    // The largest of the four first, so that nothing is divided by next to nothing.
-    const std::array<double, 4> squares{
-        1 + at(0, 0) - at(1, 1) - at(2, 2), 1 - at(0, 0) + at(1, 1) - at(2, 2),
-        1 - at(0, 0) - at(1, 1) + at(2, 2), 1 + at(0, 0) + at(1, 1) + at(2, 2)};
-    const auto largest =
-        static_cast<std::size_t>(std::ranges::max_element(squares) - squares.begin());
-    const double size = std::sqrt(squares[largest]) / 2, part = 0.25 / size;
-    auto& q = node.rotation;
-    q[largest] = size;
-    if (largest == 3) {
-        for (std::size_t n = 0; n < 3; ++n)
-            q[n] = (at((n + 2) % 3, (n + 1) % 3) - at((n + 1) % 3, (n + 2) % 3)) * part;
-    } else {
-        const std::size_t i = largest, j = (i + 1) % 3, k = (i + 2) % 3;
-        q[j] = (at(i, j) + at(j, i)) * part;
-        q[k] = (at(i, k) + at(k, i)) * part;
-        q[3] = (at(k, j) - at(j, k)) * part;
-    }
+    Mat3 turn{};
+    for (std::size_t r = 0; r < 3; ++r)
+        for (std::size_t c = 0; c < 3; ++c)
+            turn[r][c] = axes[c][r] / s[c];
+    node.rotation = quaternionOfMatrix(turn);
     constexpr double slack = 1e-4; // of the product of two axes' lengths
     return std::abs(dot(0, 1)) <= slack * std::abs(s[0] * s[1]) &&
            std::abs(dot(0, 2)) <= slack * std::abs(s[0] * s[2]) &&
            std::abs(dot(1, 2)) <= slack * std::abs(s[1] * s[2]);
 }
 
-template <std::size_t count>
-void take(const std::vector<double>& from, std::array<double, count>& to) {
-    if (from.size() == count) std::ranges::copy(from, to.begin());
-}
+// The primitives of one mesh. Its problems go to the mesh, so places are without the file.
+class PrimitiveReader : CheckedReader {
+public:
+    explicit PrimitiveReader(std::size_t accessors)
+        : CheckedReader(""), accessors_{"accessors", accessors} {}
 
-GltfNode nodeOf(const tinygltf::Node& from, std::size_t index, GltfModel& model) {
-    GltfNode node;
-    node.name = from.name.empty() ? "Node " + std::to_string(index) : from.name;
-    for (const int child : from.children)
-        node.children.push_back(indexOf(child));
-    node.hasMatrix = from.matrix.size() == 16;
-    if (node.hasMatrix && !takeApart(from.matrix, node))
-        model.warnings.push_back("nodes[" + std::to_string(index) +
-                                 "].matrix shears, which position, rotation and scale cannot");
-    if (!node.hasMatrix) {
-        take(from.translation, node.translation);
-        take(from.rotation, node.rotation);
-        take(from.scale, node.scale);
+    Result<std::vector<Primitive>> read(const Value& mesh) {
+        std::vector<Primitive> primitives;
+        const bool isRead = each(mesh, "primitives", [&](const Value& from) {
+            return primitive(from, primitives.emplace_back());
+        });
+        if (!isRead) return problem();
+        return primitives;
     }
-    node.mesh = indexOf(from.mesh);
-    node.skin = indexOf(from.skin);
-    node.isCamera = from.camera >= 0;
-    node.isLight = from.extensions.contains("KHR_lights_punctual");
-    node.weights = from.weights;
-    if (node.weights.empty() && node.mesh != gltfNone)
-        node.weights = model.meshes[node.mesh].weights;
-    return node;
-}
 
-GltfMesh meshOf(const tinygltf::Mesh& from) {
-    GltfMesh mesh;
-    mesh.weights = from.weights;
-    std::size_t count = 0;
-    for (const tinygltf::Primitive& primitive : from.primitives)
-        count = std::max(count, primitive.targets.size());
-    for (std::size_t i = 0; i < count; ++i)
-        mesh.targets.push_back("Morph " + std::to_string(i));
-    const tinygltf::Value names = from.extras.IsObject() && from.extras.Has("targetNames")
-                                      ? from.extras.Get("targetNames")
-                                      : tinygltf::Value();
-    for (std::size_t i = 0; i < std::min(count, names.ArrayLen()); ++i)
-        if (const auto& name = names.Get(static_cast<int>(i)).Get<std::string>(); !name.empty())
-            mesh.targets[i] = name;
-    return mesh;
-}
-
-GltfAccessor accessorOf(const tinygltf::Accessor& from) {
-    GltfAccessor accessor;
-    accessor.values = {indexOf(from.bufferView), from.byteOffset};
-    accessor.count = from.count;
-    accessor.components = static_cast<std::size_t>(
-        tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(from.type)));
-    accessor.componentType = static_cast<std::uint32_t>(from.componentType);
-    accessor.normalized = from.normalized;
-    if (!from.sparse.isSparse) return accessor;
-    const auto offset = [](int number) { return static_cast<std::size_t>(std::max(number, 0)); };
-    accessor.sparseCount = offset(from.sparse.count);
-    accessor.sparseIndices = {indexOf(from.sparse.indices.bufferView),
-                              offset(from.sparse.indices.byteOffset)};
-    accessor.sparseIndexType = static_cast<std::uint32_t>(from.sparse.indices.componentType);
-    accessor.sparseValues = {indexOf(from.sparse.values.bufferView),
-                             offset(from.sparse.values.byteOffset)};
-    return accessor;
-}
-
-// Nothing where a name is none of the known ones.
-Result<GltfClip> clipOf(const tinygltf::Animation& from, std::size_t index,
-                        const std::string& where) {
-    const std::string place = "animations[" + std::to_string(index) + "]";
-    GltfClip clip;
-    clip.name = from.name.empty() ? "Animation " + std::to_string(index) : from.name;
-    for (const tinygltf::AnimationSampler& sampler : from.samplers) {
-        const auto found = std::ranges::find(gltfInterpolationNames, sampler.interpolation);
-        if (found == gltfInterpolationNames.end())
-            return Problem{"expected LINEAR, STEP or CUBICSPLINE",
-                           where + ": " + place + ".samplers[" +
-                               std::to_string(clip.samplers.size()) + "].interpolation",
-                           "found " + inQuotes(sampler.interpolation.substr(0, 40))};
-        clip.samplers.push_back(
-            {indexOf(sampler.input), indexOf(sampler.output),
-             static_cast<GltfInterpolation>(found - gltfInterpolationNames.begin())});
+private:
+    bool primitive(const Value& from, Primitive& to) {
+        const Json* extensions = from.member("extensions");
+        if (extensions && extensions->is_object() && extensions->contains(compression))
+            return fail(from.place(), "the mesh is compressed by an extension that is not known",
+                        std::string(compression));
+        if (!take(from, "mode", to.mode)) return false;
+        if (to.mode > 6)
+            return fail(from.place() + ".mode", "expected a whole number from 0 to 6",
+                        "found " + std::to_string(to.mode));
+        const auto attributes = [&](const Value& named) {
+            return needs(named, {"POSITION"}) &&
+                   takeIndex(named, "POSITION", accessors_, to.positions) &&
+                   takeIndex(named, "JOINTS_0", accessors_, to.joints) &&
+                   takeIndex(named, "WEIGHTS_0", accessors_, to.weights);
+        };
+        return needs(from, {"attributes"}) && object(from, "attributes", attributes) &&
+               takeIndex(from, "indices", accessors_, to.indices) &&
+               each(from, "targets", [&](const Value& target) {
+                   return takeIndex(target, "POSITION", accessors_, to.targets.emplace_back(none));
+               });
     }
-    for (const tinygltf::AnimationChannel& channel : from.channels) {
-        const auto found = std::ranges::find(gltfPathNames, channel.target_path);
-        clip.channels.push_back({indexOf(channel.sampler), indexOf(channel.target_node),
-                                 static_cast<GltfPath>(found - gltfPathNames.begin())});
-    }
-    return clip;
-}
 
-std::vector<GltfView> viewsOf(const tinygltf::Model& from, const GltfJson& document) {
-    std::vector<GltfView> views;
-    for (const tinygltf::BufferView& view : from.bufferViews) {
-        const GltfJson& original = document["bufferViews"][views.size()];
-        const auto extensions = original.find("extensions");
-        views.push_back({indexOf(view.buffer), view.byteOffset, view.byteLength, view.byteStride,
-                         extensions != original.end() && !extensions->empty()});
+    const Table accessors_;
+};
+
+class ModelReader : CheckedReader {
+public:
+    ModelReader(const Json& document, const std::string& where, bool withPrimitives)
+        : CheckedReader(where), document_{document}, withPrimitives_(withPrimitives) {}
+
+    Result<Model> read() {
+        const auto table = [&](std::string_view name, bool (ModelReader::*row)(const Value&)) {
+            return each(document_, name, [&](const Value& from) { return (this->*row)(from); });
+        };
+        // Nodes take their weights from meshes.
+        if (version() && table("meshes", &ModelReader::mesh) &&
+            table("nodes", &ModelReader::node) && table("skins", &ModelReader::skin) &&
+            table("accessors", &ModelReader::accessor) &&
+            table("bufferViews", &ModelReader::bufferView) &&
+            table("animations", &ModelReader::clip))
+            return std::move(model_);
+        return problem();
     }
-    return views;
-}
+
+private:
+    Table tableOf(std::string_view name) const { return {name, document_.sizeOf(name)}; }
+
+    bool version() {
+        if (!document_.json.is_object()) return fail("", "this is not a glTF document");
+        const Json* asset = document_.member("asset");
+        const bool isThere = asset && asset->contains("version") && (*asset)["version"].is_string();
+        if (!isThere)
+            return fail("asset.version", "this is not a glTF document", "the member is missing");
+        const auto text = (*asset)["version"].get<std::string>();
+        return text.starts_with("2.") ||
+               fail("asset.version", "the version of this glTF file is not known",
+                    "known is 2.0, found " + inQuotes(text.substr(0, 20)));
+    }
+
+    bool mesh(const Value& from) {
+        Mesh& mesh = model_.meshes.emplace_back();
+        std::size_t targets = 0;
+        const auto countTargets = [&](const Value& primitive) {
+            targets = std::max(targets, primitive.sizeOf("targets"));
+            return each(primitive, "targets", [](const Value&) { return true; });
+        };
+        if (!take(from, "weights", mesh.weights) || !needs(from, {"primitives"}) ||
+            !each(from, "primitives", countTargets))
+            return false;
+        for (std::size_t i = 0; i < targets; ++i)
+            mesh.targets.push_back("Morph " + std::to_string(i));
+        nameTargets(from, mesh.targets);
+        if (withPrimitives_)
+            mesh.primitives = PrimitiveReader(document_.sizeOf("accessors")).read(from);
+        return true;
+    }
+
+    // Names are a custom of exporters, so odd ones are no fault of the file.
+    static void nameTargets(const Value& mesh, std::vector<std::string>& targets) {
+        const Json* extras = mesh.member("extras");
+        if (!extras || !extras->is_object() || !extras->contains("targetNames")) return;
+        const Json& names = (*extras)["targetNames"];
+        const auto isText = [](const Json& name) { return name.is_string(); };
+        if (!names.is_array() || !std::ranges::all_of(names, isText)) return;
+        for (std::size_t i = 0; i < std::min(targets.size(), names.size()); ++i)
+            if (const auto& name = names[i].get_ref<const std::string&>(); !name.empty())
+                targets[i] = name;
+    }
+
+    bool node(const Value& from) {
+        const std::size_t index = model_.nodes.size();
+        Node& node = model_.nodes.emplace_back();
+        std::size_t camera = none;
+        std::array<double, 16> matrix{};
+        if (!take(from, "name", node.name) ||
+            !takeIndices(from, "children", tableOf("nodes"), node.children) ||
+            !take(from, "translation", node.translation) ||
+            !take(from, "rotation", node.rotation) || !take(from, "scale", node.scale) ||
+            !take(from, "matrix", matrix) ||
+            !takeIndex(from, "mesh", tableOf("meshes"), node.mesh) ||
+            !takeIndex(from, "skin", tableOf("skins"), node.skin) ||
+            !takeIndex(from, "camera", tableOf("cameras"), camera) ||
+            !take(from, "weights", node.weights))
+            return false;
+        if (node.name.empty()) node.name = "Node " + std::to_string(index);
+        node.hasMatrix = from.member("matrix") != nullptr;
+        if (node.hasMatrix) {
+            const Node still;
+            node.rotation = still.rotation;
+            if (!decompose(matrix, node))
+                model_.warnings.push_back(
+                    from.place() + ".matrix shears, which position, rotation and scale cannot");
+        }
+        node.isCamera = camera != none;
+        const Json* extensions = from.member("extensions");
+        node.isLight =
+            extensions && extensions->is_object() && extensions->contains("KHR_lights_punctual");
+        if (node.weights.empty() && node.mesh != none)
+            node.weights = model_.meshes[node.mesh].weights;
+        return true;
+    }
+
+    bool skin(const Value& from) {
+        Skin& skin = model_.skins.emplace_back();
+        return needs(from, {"joints"}) &&
+               takeIndices(from, "joints", tableOf("nodes"), skin.joints) &&
+               takeIndex(from, "inverseBindMatrices", tableOf("accessors"), skin.inverseBinds);
+    }
+
+    bool accessor(const Value& from) {
+        Accessor& accessor = model_.accessors.emplace_back();
+        const auto sparse = [&](const Value& listed) {
+            return needs(listed, {"count", "indices", "values"}) &&
+                   take(listed, "count", accessor.sparseCount) &&
+                   object(listed, "indices",
+                          [&](const Value& part) {
+                              return needs(part, {"bufferView", "componentType"}) &&
+                                     bytes(part, accessor.sparseIndices) &&
+                                     take(part, "componentType", accessor.sparseIndexType);
+                          }) &&
+                   object(listed, "values", [&](const Value& part) {
+                       return needs(part, {"bufferView"}) && bytes(part, accessor.sparseValues);
+                   });
+        };
+        return needs(from, {"componentType", "count", "type"}) && bytes(from, accessor.values) &&
+               componentType(from, accessor) && take(from, "normalized", accessor.normalized) &&
+               take(from, "count", accessor.count) && components(from, accessor) &&
+               object(from, "sparse", sparse);
+    }
+
+    bool bytes(const Value& from, Accessor::Part& part) {
+        return takeIndex(from, "bufferView", tableOf("bufferViews"), part.view) &&
+               take(from, "byteOffset", part.offset);
+    }
+
+    // Types that are in use but are not read are refused where their numbers are needed.
+    bool componentType(const Value& from, Accessor& accessor) {
+        constexpr std::size_t first = 5120, last = 5130;
+        if (!take(from, "componentType", accessor.componentType)) return false;
+        return (accessor.componentType >= first && accessor.componentType <= last) ||
+               fail(from.place() + ".componentType", "the component type is not known",
+                    "found " + std::to_string(accessor.componentType));
+    }
+
+    bool components(const Value& from, Accessor& accessor) {
+        constexpr std::array<std::pair<std::string_view, std::size_t>, 7> types{{{"SCALAR", 1},
+                                                                                 {"VEC2", 2},
+                                                                                 {"VEC3", 3},
+                                                                                 {"VEC4", 4},
+                                                                                 {"MAT2", 4},
+                                                                                 {"MAT3", 9},
+                                                                                 {"MAT4", 16}}};
+        std::string type;
+        if (!take(from, "type", type)) return false;
+        for (const auto& [name, count] : types)
+            if (type == name) accessor.components = count;
+        return accessor.components > 0 ||
+               fail(from.place() + ".type", "expected SCALAR, VEC2 to VEC4 or MAT2 to MAT4",
+                    "found " + inQuotes(type.substr(0, 40)));
+    }
+
+    bool bufferView(const Value& from) {
+        BufferView& view = model_.views.emplace_back();
+        if (!needs(from, {"buffer", "byteLength"}) ||
+            !takeIndex(from, "buffer", tableOf("buffers"), view.buffer) ||
+            !take(from, "byteOffset", view.offset) || !take(from, "byteLength", view.length) ||
+            !take(from, "byteStride", view.stride))
+            return false;
+        if (view.stride > 252 || view.stride % 4 != 0)
+            return fail(from.place() + ".byteStride", "expected a multiple of 4 of at most 252",
+                        "found " + std::to_string(view.stride));
+        const Json* extensions = from.member("extensions");
+        view.isCompressed = extensions && !extensions->empty();
+        return true;
+    }
+
+    bool clip(const Value& from) {
+        Clip& clip = model_.clips.emplace_back();
+        if (!take(from, "name", clip.name) || !needs(from, {"samplers", "channels"})) return false;
+        if (clip.name.empty()) clip.name = "Animation " + std::to_string(from.index);
+        const std::string samplers = from.place() + ".samplers";
+        return each(from, "samplers",
+                    [&](const Value& one) { return sampler(one, clip.samplers.emplace_back()); }) &&
+               each(from, "channels", [&](const Value& one) {
+                   return channel(one, {samplers, clip.samplers.size()},
+                                  clip.channels.emplace_back());
+               });
+    }
+
+    bool sampler(const Value& from, Sampler& to) {
+        std::string kind(interpolationNames.front());
+        if (!needs(from, {"input", "output"}) ||
+            !takeIndex(from, "input", tableOf("accessors"), to.input) ||
+            !takeIndex(from, "output", tableOf("accessors"), to.output) ||
+            !take(from, "interpolation", kind))
+            return false;
+        const auto found = std::ranges::find(interpolationNames, kind);
+        if (found == interpolationNames.end())
+            return fail(from.place() + ".interpolation", "expected LINEAR, STEP or CUBICSPLINE",
+                        "found " + inQuotes(kind.substr(0, 40)));
+        to.interpolation = static_cast<Interpolation>(found - interpolationNames.begin());
+        return true;
+    }
+
+    // A target without a node is for extensions; its channel keeps its place.
+    bool channel(const Value& from, const Table& samplers, Channel& to) {
+        std::string path;
+        const auto target = [&](const Value& moved) {
+            return needs(moved, {"path"}) && take(moved, "path", path) &&
+                   takeIndex(moved, "node", tableOf("nodes"), to.node);
+        };
+        if (!needs(from, {"sampler", "target"}) ||
+            !takeIndex(from, "sampler", samplers, to.sampler) || !object(from, "target", target))
+            return false;
+        to.path = static_cast<Path>(std::ranges::find(pathNames, path) - pathNames.begin());
+        return true;
+    }
+
+    const Value document_;
+    const bool withPrimitives_;
+    Model model_;
+};
 
 } // namespace
 
-Result<GltfModel> gltfModel(const GltfJson& document, const std::string& where) {
-    const auto outline = gltfOutline(document, where);
-    if (!outline) return outline.problem();
-    tinygltf::TinyGLTF reader;
-    tinygltf::Model from;
-    std::string errors, warnings;
-    const std::string text = outline.value().dump();
-    if (!reader.LoadASCIIFromString(&from, &errors, &warnings, text.data(),
-                                    static_cast<unsigned>(text.size()), ""))
-        return Problem{"this is not a glTF document", where,
-                       std::string(trimmed(std::string_view(errors).substr(0, 200)))};
-    GltfModel model;
-    for (const tinygltf::Mesh& mesh : from.meshes)
-        model.meshes.push_back(meshOf(mesh));
-    for (const tinygltf::Node& node : from.nodes)
-        model.nodes.push_back(nodeOf(node, model.nodes.size(), model));
-    for (const tinygltf::Skin& skin : from.skins) {
-        model.skins.push_back({{}, indexOf(skin.inverseBindMatrices)});
-        for (const int joint : skin.joints)
-            model.skins.back().joints.push_back(indexOf(joint));
-    }
-    for (const tinygltf::Accessor& accessor : from.accessors)
-        model.accessors.push_back(accessorOf(accessor));
-    model.views = viewsOf(from, document);
-    for (const tinygltf::Animation& animation : from.animations) {
-        auto clip = clipOf(animation, model.clips.size(), where);
-        if (!clip) return clip.problem();
-        model.clips.push_back(std::move(*clip));
-    }
-    return model;
+Result<Model> readModel(const Json& document, const std::string& where, bool withPrimitives) {
+    return ModelReader(document, where, withPrimitives).read();
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

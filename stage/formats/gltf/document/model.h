@@ -1,111 +1,106 @@
-// What of a glTF document concerns motion, in plain tables whose indices may be followed; what it
-// draws is left out but for meshes where they are asked for.
-//
-// Reading a document into these tables goes through the outline (gltf_outline), so that nothing
-// unchecked reaches the library behind gltfModel. Nothing here looks into buffers.
+// What of a document concerns motion, in plain tables whose indices may be followed; what it draws
+// is left out except meshes, where they are asked for. Nothing here looks into buffers.
 #pragma once
 
 #include "stage/formats/gltf/document/container.h"
 #include "stage/scene/math/rotation.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-constexpr std::size_t gltfNone = static_cast<std::size_t>(-1);
+constexpr std::size_t none = static_cast<std::size_t>(-1);
 
-enum class GltfPath : std::uint8_t { translation, rotation, scale, weights, other };
-constexpr std::array<std::string_view, 4> gltfPathNames{"translation", "rotation", "scale",
-                                                        "weights"};
+enum class Path : std::uint8_t { translation, rotation, scale, weights, other };
+constexpr std::array<std::string_view, 4> pathNames{"translation", "rotation", "scale", "weights"};
 
-enum class GltfInterpolation : std::uint8_t { linear, step, cubic };
-constexpr std::array<std::string_view, 3> gltfInterpolationNames{"LINEAR", "STEP", "CUBICSPLINE"};
+enum class Interpolation : std::uint8_t { linear, step, cubic };
+constexpr std::array<std::string_view, 3> interpolationNames{"LINEAR", "STEP", "CUBICSPLINE"};
 
-struct GltfNode {
+struct Node {
     std::string name;
-    std::size_t parent = gltfNone;
+    std::size_t parent = none;
     std::vector<std::size_t> children;
     Vec3 translation{}, scale{1, 1, 1};
     std::array<double, 4> rotation{0, 0, 0, 1}; // x, y, z, w
     bool hasMatrix = false;                     // the three come from it
-    std::size_t mesh = gltfNone, skin = gltfNone;
+    std::size_t mesh = none, skin = none;
     bool isCamera = false, isLight = false;
     std::vector<double> weights; // the mesh's where the node has none
 };
 
-// Accessors by index; none where the document has none.
-struct GltfPrimitive {
+// Accessors by index; `none` where the document has none.
+struct Primitive {
     std::size_t mode = 4; // triangles
-    std::size_t positions = gltfNone, indices = gltfNone;
-    std::size_t joints = gltfNone, weights = gltfNone;
-    std::vector<std::size_t> targets; // what each moves the positions by
+    std::size_t positions = none, indices = none;
+    std::size_t joints = none, weights = none;
+    std::vector<std::size_t> targets; // differences of the positions
 };
 
-struct GltfMesh {
+struct Mesh {
     std::vector<std::string> targets; // names of the morph targets
     std::vector<double> weights;
     // Where meshes were asked for.
-    Result<std::vector<GltfPrimitive>> primitives{std::vector<GltfPrimitive>{}};
+    Result<std::vector<Primitive>> primitives{std::vector<Primitive>{}};
 };
 
-struct GltfSkin {
-    std::vector<std::size_t> joints;     // nodes
-    std::size_t inverseBinds = gltfNone; // accessor
+struct Skin {
+    std::vector<std::size_t> joints; // nodes
+    std::size_t inverseBinds = none; // accessor
 };
 
-struct GltfAccessor {
+struct Accessor {
     struct Part { // where bytes are
-        std::size_t view = gltfNone, offset = 0;
+        std::size_t view = none, offset = 0;
     };
     Part values;
     std::size_t count = 0;
-    std::size_t components = 1;
-    std::uint32_t componentType = 0;
+    std::size_t components = 0; // of an element
+    std::size_t componentType = 0;
     bool normalized = false;
     std::size_t sparseCount = 0;
     Part sparseIndices, sparseValues;
-    std::uint32_t sparseIndexType = 0;
+    std::size_t sparseIndexType = 0;
 };
 
-struct GltfView {
+struct BufferView {
     std::size_t buffer = 0, offset = 0, length = 0, stride = 0;
     bool isCompressed = false; // by an extension that is not read
 };
 
-struct GltfSampler {
+struct Sampler {
     std::size_t input = 0, output = 0;
-    GltfInterpolation interpolation = GltfInterpolation::linear;
+    Interpolation interpolation = Interpolation::linear;
 };
 
-struct GltfChannel {
-    std::size_t sampler = 0, node = gltfNone;
-    GltfPath path = GltfPath::other;
+struct Channel {
+    std::size_t sampler = 0, node = none;
+    Path path = Path::other;
 };
 
-struct GltfClip {
+struct Clip {
     std::string name; // never empty
-    std::vector<GltfChannel> channels;
-    std::vector<GltfSampler> samplers;
+    std::vector<Channel> channels;
+    std::vector<Sampler> samplers;
 };
 
-struct GltfModel {
-    std::vector<GltfNode> nodes;
-    std::vector<GltfMesh> meshes;
-    std::vector<GltfSkin> skins;
-    std::vector<GltfAccessor> accessors;
-    std::vector<GltfView> views;
-    std::vector<GltfClip> clips;
+struct Model {
+    std::vector<Node> nodes;
+    std::vector<Mesh> meshes;
+    std::vector<Skin> skins;
+    std::vector<Accessor> accessors;
+    std::vector<BufferView> views;
+    std::vector<Clip> clips;
     std::vector<std::string> warnings;
 
     // How many morph targets a node has.
     std::size_t targetsOf(std::size_t node) const {
         const std::size_t mesh = nodes[node].mesh;
-        return mesh == gltfNone ? 0 : meshes[mesh].targets.size();
+        return mesh == none ? 0 : meshes[mesh].targets.size();
     }
 };
 
-Result<GltfModel> gltfModel(const GltfJson& document, const std::string& where);
+// Problems name the place: "robot.glb: animations[3].samplers[1].input". With primitives, a mesh
+// that is not as it should be gets its problem instead, whose place is within the document:
+// "meshes[2].primitives[0].mode".
+Result<Model> readModel(const Json& document, const std::string& where, bool withPrimitives);
 
-// Fills in the primitives of a model's meshes from its document. A mesh that is not as it should be
-// gets its problem instead, whose place is within the document: "meshes[2].primitives[0].mode".
-void takeGltfPrimitives(const GltfJson& document, GltfModel& model);
-
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <limits>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -14,11 +14,11 @@ enum ComponentType : std::uint32_t {
     signedShort = 5122,
     unsignedShort = 5123,
     unsignedInt = 5125,
-    single = gltfSingle
+    single = floatType
 };
 
 // 0 where there is no such type.
-std::size_t bytesOfType(std::uint32_t type) {
+std::size_t bytesOfType(std::size_t type) {
     switch (type) {
     case signedByte:
     case unsignedByte:
@@ -34,7 +34,7 @@ std::size_t bytesOfType(std::uint32_t type) {
     }
 }
 
-bool isWhole(std::uint32_t type) {
+bool isWhole(std::size_t type) {
     return type == unsignedByte || type == unsignedShort || type == unsignedInt;
 }
 
@@ -53,7 +53,7 @@ float partOf(const char* bytes, bool normalized) {
 }
 
 // What a component is as a number of the type that is read.
-void take(float& number, const char* bytes, const GltfAccessor& accessor) {
+void take(float& number, const char* bytes, const Accessor& accessor) {
     const bool normalized = accessor.normalized;
     switch (accessor.componentType) {
     case signedByte:
@@ -76,12 +76,12 @@ void take(float& number, const char* bytes, const GltfAccessor& accessor) {
     }
 }
 
-std::uint32_t wholeAt(const char* bytes, std::uint32_t type) {
+std::uint32_t wholeAt(const char* bytes, std::size_t type) {
     if (type == unsignedByte) return numberAt<std::uint8_t>(bytes);
     return type == unsignedShort ? numberAt<std::uint16_t>(bytes) : numberAt<std::uint32_t>(bytes);
 }
 
-void take(std::uint32_t& number, const char* bytes, const GltfAccessor& accessor) {
+void take(std::uint32_t& number, const char* bytes, const Accessor& accessor) {
     number = wholeAt(bytes, accessor.componentType);
 }
 
@@ -95,7 +95,7 @@ struct Elements {
 // Reads one accessor.
 class NumberReader {
 public:
-    NumberReader(const GltfSource& source, std::size_t index, const std::string& place)
+    NumberReader(const Source& source, std::size_t index, const std::string& place)
         : source_(source), accessor_(source.model.accessors[index]),
           where_((source.where.empty() ? "" : source.where + ": ") + place + " (accessors[" +
                  std::to_string(index) + "])"),
@@ -108,7 +108,7 @@ public:
             return fail("the numbers are of an unknown type",
                         "componentType " + std::to_string(accessor_.componentType));
         Elements elements;
-        if (accessor_.values.view != gltfNone) {
+        if (accessor_.values.view != none) {
             const auto found = elementsOf(accessor_.values, accessor_.count, size_, true);
             if (!found) return found.problem();
             elements = found.value();
@@ -138,9 +138,9 @@ private:
             take(numbers[c], bytes + c * step_, accessor_);
     }
 
-    Result<Elements> elementsOf(const GltfAccessor::Part& part, std::size_t count, std::size_t size,
+    Result<Elements> elementsOf(const Accessor::Part& part, std::size_t count, std::size_t size,
                                 bool mayStride) const {
-        const GltfView& view = source_.model.views[part.view];
+        const BufferView& view = source_.model.views[part.view];
         const std::string name = "bufferViews[" + std::to_string(part.view) + "]";
         if (view.isCompressed)
             return fail("the numbers are compressed by an extension that is not known", name);
@@ -164,7 +164,7 @@ private:
     // Puts the elements that a sparse accessor lists into their places.
     template <class Number>
     Result<> applySparse(std::vector<Number>& values) const {
-        const std::uint32_t type = accessor_.sparseIndexType;
+        const std::size_t type = accessor_.sparseIndexType;
         if (!isWhole(type))
             return fail("a sparse accessor's indices are bytes, shorts or integers without sign");
         if (accessor_.sparseCount > accessor_.count)
@@ -185,22 +185,22 @@ private:
         return done();
     }
 
-    const GltfSource& source_;
-    const GltfAccessor& accessor_;
+    const Source& source_;
+    const Accessor& accessor_;
     const std::string where_;
     const std::size_t step_, size_; // bytes of a component, of an element
 };
 
 } // namespace
 
-Result<std::vector<float>> gltfFloats(const GltfSource& source, std::size_t accessor,
+Result<std::vector<float>> readFloats(const Source& source, std::size_t accessor,
                                       const std::string& place) {
     return NumberReader(source, accessor, place).read<float>();
 }
 
-Result<std::vector<std::uint32_t>> gltfWholes(const GltfSource& source, std::size_t accessor,
-                                              const std::string& place) {
+Result<std::vector<std::uint32_t>> readIndices(const Source& source, std::size_t accessor,
+                                               const std::string& place) {
     return NumberReader(source, accessor, place).read<std::uint32_t>();
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

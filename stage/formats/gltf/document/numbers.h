@@ -8,23 +8,23 @@
 
 #include <span>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-constexpr std::uint32_t gltfSingle = 5126; // the component type of floating point numbers
+constexpr std::uint32_t floatType = 5126; // the component type of floating point numbers
 
 // A document's tables with its buffers' bytes, by buffer.
-struct GltfSource {
-    const GltfModel& model;
+struct Source {
+    const Model& model;
     std::span<const std::string_view> buffers;
     const std::string& where; // the file, for problems; may be empty
 };
 
 // Normalised integers become parts of 1. `place` names the member that counts the accessor.
-Result<std::vector<float>> gltfFloats(const GltfSource& source, std::size_t accessor,
+Result<std::vector<float>> readFloats(const Source& source, std::size_t accessor,
                                       const std::string& place);
 
 // Indices: refuses numbers with a sign or a fraction.
-Result<std::vector<std::uint32_t>> gltfWholes(const GltfSource& source, std::size_t accessor,
-                                              const std::string& place);
+Result<std::vector<std::uint32_t>> readIndices(const Source& source, std::size_t accessor,
+                                               const std::string& place);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -6,14 +6,14 @@
 #include <cmath>
 #include <map>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
 // Shapes and skins are made once for all nodes that share them.
 class MeshAdder {
 public:
-    MeshAdder(Scene& scene, const GltfMemory& memory, const ReadLimits& limits)
+    MeshAdder(Scene& scene, const Memory& memory, const ReadLimits& limits)
         : scene_(scene), memory_(memory), model_(memory.model), bytes_(memory.bytes()),
           limit_(limits.meshNumbers), left_(limits.meshNumbers) {}
 
@@ -21,11 +21,11 @@ public:
         constexpr std::size_t mostLines = 5;
         std::size_t failed = 0;
         for (std::size_t node = 0; node < model_.nodes.size(); ++node) {
-            if (model_.nodes[node].mesh == gltfNone) continue;
+            if (model_.nodes[node].mesh == none) continue;
             auto mesh = meshOf(node);
             if (mesh) {
                 scene_.item(memory_.items[node]).mesh =
-                    std::make_shared<const Mesh>(std::move(*mesh));
+                    std::make_shared<const stage::Mesh>(std::move(*mesh));
             } else if (++failed <= mostLines) {
                 notes_.push_back("the mesh of " + inQuotes(model_.nodes[node].name) +
                                  " is not shown: " + mesh.problem().text());
@@ -37,17 +37,17 @@ public:
     }
 
 private:
-    Result<Mesh> meshOf(std::size_t node);
+    Result<stage::Mesh> meshOf(std::size_t node);
     bool spend(std::size_t node);
     const Result<std::shared_ptr<const MeshShape>>& shapeOf(std::size_t mesh, std::size_t skin);
     const Result<std::shared_ptr<const MeshSkin>>& skinOf(std::size_t skin);
     Result<MeshSkin> readSkin(std::size_t skin) const;
 
-    GltfSource source() const { return {model_, bytes_, inFile_}; }
+    Source source() const { return {model_, bytes_, inFile_}; }
 
     Scene& scene_;
-    const GltfMemory& memory_;
-    const GltfModel& model_;
+    const Memory& memory_;
+    const Model& model_;
     const std::vector<std::string_view> bytes_;
     const std::string inFile_; // a note is about the file that was opened, so it need not name it
     const std::size_t limit_;
@@ -58,14 +58,14 @@ private:
     std::map<std::size_t, Result<std::shared_ptr<const MeshSkin>>> skins_;
 };
 
-Result<Mesh> MeshAdder::meshOf(std::size_t node) {
+Result<stage::Mesh> MeshAdder::meshOf(std::size_t node) {
     const auto [mesh, skin] = std::pair{model_.nodes[node].mesh, model_.nodes[node].skin};
     if (!model_.meshes[mesh].primitives) return model_.meshes[mesh].primitives.problem();
     if (!spend(node))
         return Problem{"the meshes have too many numbers", "meshes[" + std::to_string(mesh) + "]",
                        "the limit is " + std::to_string(limit_)};
-    Mesh made;
-    if (skin != gltfNone) {
+    stage::Mesh made;
+    if (skin != none) {
         const auto& found = skinOf(skin);
         if (!found) return found.problem();
         made.skin = found.value();
@@ -80,15 +80,13 @@ Result<Mesh> MeshAdder::meshOf(std::size_t node) {
 // Takes what drawing the node costs off what is left, as the document counts it.
 bool MeshAdder::spend(std::size_t node) {
     const std::size_t skin = model_.nodes[node].skin;
-    std::size_t numbers = skin == gltfNone ? 0 : model_.skins[skin].joints.size() * 12;
-    for (const GltfPrimitive& primitive :
-         model_.meshes[model_.nodes[node].mesh].primitives.value()) {
+    std::size_t numbers = skin == none ? 0 : model_.skins[skin].joints.size() * 12;
+    for (const Primitive& primitive : model_.meshes[model_.nodes[node].mesh].primitives.value()) {
         const std::size_t points = model_.accessors[primitive.positions].count;
-        const auto targets =
-            primitive.targets.size() -
-            static_cast<std::size_t>(std::ranges::count(primitive.targets, gltfNone));
-        numbers += points * (3 * (1 + targets) + (skin == gltfNone ? 0 : 8));
-        if (primitive.indices != gltfNone) numbers += model_.accessors[primitive.indices].count;
+        const auto targets = primitive.targets.size() -
+                             static_cast<std::size_t>(std::ranges::count(primitive.targets, none));
+        numbers += points * (3 * (1 + targets) + (skin == none ? 0 : 8));
+        if (primitive.indices != none) numbers += model_.accessors[primitive.indices].count;
     }
     if (numbers > left_) return false;
     left_ -= numbers;
@@ -99,7 +97,7 @@ const Result<std::shared_ptr<const MeshShape>>& MeshAdder::shapeOf(std::size_t m
                                                                    std::size_t skin) {
     const auto known = shapes_.find({mesh, skin});
     if (known != shapes_.end()) return known->second;
-    auto shape = gltfShape(source(), mesh, skin == gltfNone ? 0 : model_.skins[skin].joints.size());
+    auto shape = readShape(source(), mesh, skin == none ? 0 : model_.skins[skin].joints.size());
     Result<std::shared_ptr<const MeshShape>> kept =
         shape ? Result(std::shared_ptr<const MeshShape>(
                     std::make_shared<MeshShape>(std::move(*shape))))
@@ -118,7 +116,7 @@ const Result<std::shared_ptr<const MeshSkin>>& MeshAdder::skinOf(std::size_t ski
 }
 
 Result<MeshSkin> MeshAdder::readSkin(std::size_t index) const {
-    const GltfSkin& from = model_.skins[index];
+    const Skin& from = model_.skins[index];
     const std::string skin = "skins[" + std::to_string(index) + "]",
                       place = skin + ".inverseBindMatrices";
     if (from.joints.empty()) return Problem{"the skin has no joints", skin, ""};
@@ -126,13 +124,13 @@ Result<MeshSkin> MeshAdder::readSkin(std::size_t index) const {
     for (const std::size_t joint : from.joints)
         made.joints.push_back(memory_.items[joint]);
     made.inverseBinds.resize(from.joints.size());
-    if (from.inverseBinds == gltfNone) return made;
-    const GltfAccessor& accessor = model_.accessors[from.inverseBinds];
+    if (from.inverseBinds == none) return made;
+    const Accessor& accessor = model_.accessors[from.inverseBinds];
     if (accessor.components != 16 || accessor.count < from.joints.size() ||
         accessor.count > limit_ / 16)
         return Problem{"expected a matrix for each joint", place,
                        "there are " + std::to_string(from.joints.size()) + " joints"};
-    const auto numbers = gltfFloats(source(), from.inverseBinds, place);
+    const auto numbers = readFloats(source(), from.inverseBinds, place);
     if (!numbers) return numbers.problem();
     for (const float number : numbers.value())
         if (!std::isfinite(number)) return Problem{"a number is not finite", place, ""};
@@ -151,9 +149,8 @@ Result<MeshSkin> MeshAdder::readSkin(std::size_t index) const {
 
 } // namespace
 
-std::vector<std::string> addGltfMeshes(Scene& scene, const GltfMemory& memory,
-                                       const ReadLimits& limits) {
+std::vector<std::string> addMeshes(Scene& scene, const Memory& memory, const ReadLimits& limits) {
     return MeshAdder(scene, memory, limits).add();
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

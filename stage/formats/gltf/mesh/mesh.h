@@ -5,15 +5,14 @@
 #include "stage/formats/gltf/document/numbers.h"
 #include "stage/scene/mesh/mesh.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 // A mesh's primitives as one shape, points that always go together joined. `joints` is how many
 // the skin has that pulls at it; 0: none does. Problems name the element within the document.
-Result<MeshShape> gltfShape(const GltfSource& source, std::size_t mesh, std::size_t joints);
+Result<MeshShape> readShape(const Source& source, std::size_t mesh, std::size_t joints);
 
 // Gives the items of nodes with meshes their meshes. Where one cannot be shown the item has none,
 // and a line of the answer says which and why.
-std::vector<std::string> addGltfMeshes(Scene& scene, const GltfMemory& memory,
-                                       const ReadLimits& limits);
+std::vector<std::string> addMeshes(Scene& scene, const Memory& memory, const ReadLimits& limits);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

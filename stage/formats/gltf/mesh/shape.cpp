@@ -4,7 +4,7 @@
 #include <cmath>
 #include <unordered_set>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -13,7 +13,7 @@ using Line = std::array<std::uint32_t, 2>;
 // Builds one shape, primitive by primitive.
 class ShapeReader {
 public:
-    ShapeReader(const GltfSource& source, std::size_t mesh, std::size_t joints)
+    ShapeReader(const Source& source, std::size_t mesh, std::size_t joints)
         : source_(source), mesh_(source.model.meshes[mesh]), joints_(joints),
           place_("meshes[" + std::to_string(mesh) + "].primitives[") {
         shape_.targets.resize(mesh_.targets.size());
@@ -32,20 +32,20 @@ public:
     }
 
 private:
-    Result<> one(const GltfPrimitive& primitive, const std::string& here);
+    Result<> one(const Primitive& primitive, const std::string& here);
     Result<std::vector<float>> vectors(std::size_t accessor, std::size_t components,
                                        std::size_t count, const std::string& place) const;
-    Result<> pulls(const GltfPrimitive& primitive, std::size_t count, const std::string& here);
+    Result<> pulls(const Primitive& primitive, std::size_t count, const std::string& here);
     Result<JointWeights> pullOf(const std::uint32_t* joints, const float* weights) const;
-    Result<std::vector<std::uint32_t>> corners(const GltfPrimitive& primitive, std::size_t count,
+    Result<std::vector<std::uint32_t>> corners(const Primitive& primitive, std::size_t count,
                                                const std::string& here) const;
     std::vector<std::uint32_t> join(const std::vector<float>& positions);
     void connect(std::size_t mode, const std::vector<std::uint32_t>& corners);
     void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
     void addLine(std::uint32_t a, std::uint32_t b);
 
-    const GltfSource& source_;
-    const GltfMesh& mesh_;
+    const Source& source_;
+    const Mesh& mesh_;
     const std::size_t joints_;
     const std::string place_;
     MeshShape shape_;
@@ -57,7 +57,7 @@ private:
 // `count` is how many elements there have to be.
 Result<std::vector<float>> ShapeReader::vectors(std::size_t index, std::size_t components,
                                                 std::size_t count, const std::string& place) const {
-    const GltfAccessor& accessor = source_.model.accessors[index];
+    const Accessor& accessor = source_.model.accessors[index];
     const auto fail = [&](const std::string& what, std::string detail) {
         return Problem{what, place, std::move(detail)};
     };
@@ -69,7 +69,7 @@ Result<std::vector<float>> ShapeReader::vectors(std::size_t index, std::size_t c
         return fail("the count does not match the points", "expected " + std::to_string(count) +
                                                                ", found " +
                                                                std::to_string(accessor.count));
-    auto numbers = gltfFloats(source_, index, place);
+    auto numbers = readFloats(source_, index, place);
     if (!numbers) return numbers;
     const auto odd = std::ranges::find_if(*numbers, [](float n) { return !std::isfinite(n); });
     if (odd != numbers->end())
@@ -77,13 +77,13 @@ Result<std::vector<float>> ShapeReader::vectors(std::size_t index, std::size_t c
     return numbers;
 }
 
-Result<> ShapeReader::one(const GltfPrimitive& primitive, const std::string& here) {
+Result<> ShapeReader::one(const Primitive& primitive, const std::string& here) {
     const std::size_t count = source_.model.accessors[primitive.positions].count;
     auto positions = vectors(primitive.positions, 3, count, here + ".attributes.POSITION");
     if (!positions) return positions.problem();
     moves_.assign(shape_.targets.size(), {});
     for (std::size_t t = 0; t < primitive.targets.size(); ++t) {
-        if (primitive.targets[t] == gltfNone) continue;
+        if (primitive.targets[t] == none) continue;
         auto moves = vectors(primitive.targets[t], 3, count,
                              here + ".targets[" + std::to_string(t) + "].POSITION");
         if (!moves) return moves.problem();
@@ -100,15 +100,15 @@ Result<> ShapeReader::one(const GltfPrimitive& primitive, const std::string& her
     return done();
 }
 
-Result<> ShapeReader::pulls(const GltfPrimitive& primitive, std::size_t count,
+Result<> ShapeReader::pulls(const Primitive& primitive, std::size_t count,
                             const std::string& here) {
     const std::string place = here + ".attributes";
-    if (primitive.joints == gltfNone || primitive.weights == gltfNone)
+    if (primitive.joints == none || primitive.weights == none)
         return Problem{"a mesh with a skin needs JOINTS_0 and WEIGHTS_0", place, ""};
-    const GltfAccessor& accessor = source_.model.accessors[primitive.joints];
+    const Accessor& accessor = source_.model.accessors[primitive.joints];
     if (accessor.components != 4 || accessor.count != count)
         return Problem{"expected four joints for each point", place + ".JOINTS_0", ""};
-    const auto joints = gltfWholes(source_, primitive.joints, place + ".JOINTS_0");
+    const auto joints = readIndices(source_, primitive.joints, place + ".JOINTS_0");
     if (!joints) return joints.problem();
     const auto weights = vectors(primitive.weights, 4, count, place + ".WEIGHTS_0");
     if (!weights) return weights.problem();
@@ -144,11 +144,10 @@ Result<JointWeights> ShapeReader::pullOf(const std::uint32_t* joints, const floa
     return pull;
 }
 
-Result<std::vector<std::uint32_t>> ShapeReader::corners(const GltfPrimitive& primitive,
-                                                        std::size_t count,
-                                                        const std::string& here) const {
+Result<std::vector<std::uint32_t>>
+ShapeReader::corners(const Primitive& primitive, std::size_t count, const std::string& here) const {
     std::vector<std::uint32_t> corners;
-    if (primitive.indices == gltfNone) {
+    if (primitive.indices == none) {
         for (std::uint32_t i = 0; i < count; ++i)
             corners.push_back(i);
         return corners;
@@ -156,7 +155,7 @@ Result<std::vector<std::uint32_t>> ShapeReader::corners(const GltfPrimitive& pri
     const std::string place = here + ".indices";
     if (source_.model.accessors[primitive.indices].components != 1)
         return Problem{"expected single numbers", place, ""};
-    auto listed = gltfWholes(source_, primitive.indices, place);
+    auto listed = readIndices(source_, primitive.indices, place);
     if (!listed) return listed;
     for (const std::uint32_t index : *listed)
         if (index >= count)
@@ -252,8 +251,8 @@ void ShapeReader::connect(std::size_t mode, const std::vector<std::uint32_t>& co
 
 } // namespace
 
-Result<MeshShape> gltfShape(const GltfSource& source, std::size_t mesh, std::size_t joints) {
+Result<MeshShape> readShape(const Source& source, std::size_t mesh, std::size_t joints) {
     return ShapeReader(source, mesh, joints).read();
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -6,15 +6,15 @@
 
 #include <algorithm>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using Kind = GltfBuffer::Kind;
+using Kind = Buffer::Kind;
 
-std::string_view bytesOf(const GltfDraft::Buffer& buffer) {
+std::string_view bytesOf(const Draft::Buffer& buffer) {
     return buffer.changed ? std::string_view(*buffer.changed) : buffer.bytes;
 }
 
@@ -29,10 +29,10 @@ bool isSameDirectory(const fs::path& a, const fs::path& b) {
 }
 
 // Writes the lengths and places of buffers that are no longer as the document says.
-void settleBuffers(GltfDraft& draft) {
+void settleBuffers(Draft& draft) {
     for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
-        const GltfDraft::Buffer& buffer = draft.buffers[i];
-        GltfJson& json = draft.document["buffers"][i];
+        const Draft::Buffer& buffer = draft.buffers[i];
+        Json& json = draft.document["buffers"][i];
         if (buffer.changed) json["byteLength"] = buffer.changed->size();
         if (!buffer.changed && !buffer.isMoved) continue;
         if (buffer.kind == Kind::chunk) json.erase("uri");
@@ -41,32 +41,32 @@ void settleBuffers(GltfDraft& draft) {
 }
 
 // Images stay files: nothing here looks into them.
-Result<> copyImages(const GltfDraft& draft, const GltfMemory& memory, const fs::path& path,
+Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& path,
                     std::vector<std::string>& warnings) {
     const auto images = draft.document.find("images");
     if (images == draft.document.end() || !images->is_array() || isSameDirectory(memory.path, path))
         return done();
     for (std::size_t i = 0; i < images->size(); ++i) {
-        const GltfJson& image = (*images)[i];
+        const Json& image = (*images)[i];
         const auto found = image.is_object() ? image.find("uri") : image.end();
         if (!image.is_object() || found == image.end() || !found->is_string()) continue;
         const auto& uri = found->get_ref<const std::string&>();
         if (isDataUri(uri)) continue;
         const std::string place = path.string() + ": images[" + std::to_string(i) + "].uri";
-        const auto bytes = readGltfFile(memory.path.parent_path(), uri,
-                                        memory.where() + ": images[" + std::to_string(i) + "].uri",
-                                        defaultFileLimit);
+        const auto bytes = readFileBeside(
+            memory.path.parent_path(), uri,
+            memory.where() + ": images[" + std::to_string(i) + "].uri", defaultFileLimit);
         if (!bytes) {
             warnings.push_back("an image is not copied along: " + bytes.problem().text());
             continue;
         }
-        if (auto placed = placeGltfFile(path.parent_path(), uri, place, bytes.value()); !placed)
+        if (auto placed = placeFileBeside(path.parent_path(), uri, place, bytes.value()); !placed)
             return placed;
     }
     return done();
 }
 
-Result<> writeGlbDraft(const GltfDraft& draft, const std::string& text, const fs::path& path) {
+Result<> writeGlbFile(const Draft& draft, const std::string& text, const fs::path& path) {
     const bool hasChunk = !draft.buffers.empty() && draft.buffers[0].kind == Kind::chunk;
     const std::string_view chunk = hasChunk ? bytesOf(draft.buffers[0]) : std::string_view();
     const std::size_t padding = (4 - chunk.size() % 4) % 4;
@@ -92,7 +92,7 @@ Result<> writeGlbDraft(const GltfDraft& draft, const std::string& text, const fs
 
 } // namespace
 
-std::size_t GltfDraft::growingBuffer(bool isGlb) {
+std::size_t Draft::growingBuffer(bool isGlb) {
     const auto found = std::ranges::find_if(buffers, [](const Buffer& buffer) {
         return buffer.kind == Kind::chunk || buffer.kind == Kind::embedded;
     });
@@ -104,13 +104,13 @@ std::size_t GltfDraft::growingBuffer(bool isGlb) {
     return buffers.size() - 1;
 }
 
-GltfDraft gltfDraft(const GltfMemory& memory, bool isGlb) {
-    GltfDraft draft;
+Draft makeDraft(const Memory& memory, bool isGlb) {
+    Draft draft;
     // It was read before: it can be read again.
-    draft.document = std::move(*parseGltfJson(memory.text, memory.where(), memory.depth));
+    draft.document = std::move(*parseJson(memory.text, memory.where(), memory.depth));
     draft.like = memory.text;
-    for (const GltfBuffer& buffer : memory.buffers) {
-        GltfDraft::Buffer made{buffer.kind, buffer.uri, buffer.bytes, std::nullopt, false};
+    for (const gltf::Buffer& buffer : memory.buffers) {
+        Draft::Buffer made{buffer.kind, buffer.uri, buffer.bytes, std::nullopt, false};
         if (made.kind != Kind::file) made.bytes = buffer.bytes.substr(0, buffer.length);
         if (isGlb && draft.buffers.empty() && made.kind != Kind::absent) {
             made.kind = Kind::chunk;
@@ -126,13 +126,13 @@ GltfDraft gltfDraft(const GltfMemory& memory, bool isGlb) {
     return draft;
 }
 
-Result<> writeGltfDraft(GltfDraft& draft, const GltfMemory* memory, const std::string* unchanged,
-                        const fs::path& path, bool isGlb, std::vector<std::string>& warnings) {
+Result<> writeDraft(Draft& draft, const Memory* memory, const std::string* unchanged,
+                    const fs::path& path, bool isGlb, std::vector<std::string>& warnings) {
     for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
-        const GltfDraft::Buffer& buffer = draft.buffers[i];
+        const Draft::Buffer& buffer = draft.buffers[i];
         if (buffer.kind != Kind::file) continue;
         const std::string place = path.string() + ": buffers[" + std::to_string(i) + "].uri";
-        if (auto placed = placeGltfFile(path.parent_path(), buffer.uri, place, bytesOf(buffer));
+        if (auto placed = placeFileBeside(path.parent_path(), buffer.uri, place, bytesOf(buffer));
             !placed)
             return placed;
     }
@@ -140,8 +140,8 @@ Result<> writeGltfDraft(GltfDraft& draft, const GltfMemory* memory, const std::s
         if (auto copied = copyImages(draft, *memory, path, warnings); !copied) return copied;
     if (unchanged) return writeFile(path, *unchanged);
     settleBuffers(draft);
-    const std::string text = gltfText(draft.document, draft.like);
-    return isGlb ? writeGlbDraft(draft, text, path) : writeFile(path, text);
+    const std::string text = jsonText(draft.document, draft.like);
+    return isGlb ? writeGlbFile(draft, text, path) : writeFile(path, text);
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

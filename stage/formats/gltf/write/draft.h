@@ -5,17 +5,17 @@
 
 #include <nlohmann/json.hpp>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-struct GltfDraft {
+struct Draft {
     struct Buffer {
-        GltfBuffer::Kind kind = GltfBuffer::Kind::embedded; // in the file to be written
-        std::string uri;                                    // of files
-        std::string_view bytes;                             // as they were; not owned
+        gltf::Buffer::Kind kind = gltf::Buffer::Kind::embedded; // in the file to be written
+        std::string uri;                                        // of files
+        std::string_view bytes;                                 // as they were; not owned
         std::optional<std::string> changed;
         bool isMoved = false; // from another place than `kind`: its URI has to change
     };
-    GltfJson document;
+    Json document;
     std::vector<Buffer> buffers;
     std::vector<GlbChunk> furtherChunks; // of a GLB file, behind the binary one
     std::string_view like;               // JSON text whose layout to follow
@@ -26,12 +26,12 @@ struct GltfDraft {
 };
 
 // The remembered document, made for a .gltf or a .glb file.
-GltfDraft gltfDraft(const GltfMemory& memory, bool isGlb);
+Draft makeDraft(const Memory& memory, bool isGlb);
 
 // Sees to it that the files which the document names are beside `path`, then writes the document,
 // or `unchanged` as it is. Adds warnings about images that cannot be had.
-Result<> writeGltfDraft(GltfDraft& draft, const GltfMemory* memory, const std::string* unchanged,
-                        const std::filesystem::path& path, bool isGlb,
-                        std::vector<std::string>& warnings);
+Result<> writeDraft(Draft& draft, const Memory* memory, const std::string* unchanged,
+                    const std::filesystem::path& path, bool isGlb,
+                    std::vector<std::string>& warnings);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

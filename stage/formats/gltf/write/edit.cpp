@@ -5,18 +5,18 @@
 #include <algorithm>
 #include <map>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
-std::size_t number(const GltfJson& object, const char* name) {
+std::size_t number(const Json& object, const char* name) {
     const auto found = object.find(name);
     return found == object.end() ? 0 : found->get<std::size_t>();
 }
 
-GltfJson& tableOf(GltfJson& document, const char* name) {
-    GltfJson& table = document[name];
-    if (!table.is_array()) table = GltfJson::array();
+Json& tableOf(Json& document, const char* name) {
+    Json& table = document[name];
+    if (!table.is_array()) table = Json::array();
     return table;
 }
 
@@ -27,17 +27,17 @@ std::string_view bytesOf(const std::vector<float>& numbers) {
 
 class Editor {
 public:
-    Editor(GltfDraft& draft, GltfJson& clip, bool isGlb)
-        : draft_(draft), clip_(clip), isGlb_(isGlb), uses_(gltfUses(draft.document)),
+    Editor(Draft& draft, Json& clip, bool isGlb)
+        : draft_(draft), clip_(clip), isGlb_(isGlb), uses_(countUses(draft.document)),
           ends_(draft.buffers.size()) {
         if (const auto table = draft.document.find("bufferViews"); table != draft.document.end())
-            for (const GltfJson& view : *table)
+            for (const Json& view : *table)
                 ends_[number(view, "buffer")] =
                     std::max(ends_[number(view, "buffer")],
                              number(view, "byteOffset") + number(view, "byteLength"));
     }
 
-    void apply(const std::vector<GltfChange>& changes) {
+    void apply(const std::vector<Change>& changes) {
         findChannels(changes);
         release();
         needNumbers();
@@ -49,11 +49,9 @@ public:
     }
 
 private:
-    static constexpr std::size_t none = gltfNone;
-
     // A change with its place in the clip.
     struct Edit {
-        const GltfChange* change;
+        const Change* change;
         std::size_t channel = none, sampler = none; // none: a new one
         bool ownsSampler = false;                   // it may be overwritten
         std::size_t oldInput = none, oldOutput = none;
@@ -69,7 +67,7 @@ private:
         std::size_t accessor = none, view = none;
     };
 
-    void findChannels(const std::vector<GltfChange>& changes);
+    void findChannels(const std::vector<Change>& changes);
     void release();
     void needNumbers();
     void assignAccessors();
@@ -81,13 +79,13 @@ private:
     void removeUnused();
     bool mayReuseView(std::size_t view) const;
 
-    GltfJson& accessors() { return tableOf(draft_.document, "accessors"); }
-    GltfJson& views() { return tableOf(draft_.document, "bufferViews"); }
+    Json& accessors() { return tableOf(draft_.document, "accessors"); }
+    Json& views() { return tableOf(draft_.document, "bufferViews"); }
 
-    GltfDraft& draft_;
-    GltfJson& clip_;
+    Draft& draft_;
+    Json& clip_;
     bool isGlb_;
-    GltfUses uses_;
+    Uses uses_;
     std::vector<Edit> edits_;
     std::vector<Need> needs_;
     std::vector<std::size_t> freeAccessors_, freeViews_; // released, in ascending order
@@ -99,17 +97,17 @@ private:
     std::size_t tail_ = 0, used_ = 0; // where it can be added to; the end of what is in use
 };
 
-void Editor::findChannels(const std::vector<GltfChange>& changes) {
-    const GltfJson& channels = clip_["channels"];
+void Editor::findChannels(const std::vector<Change>& changes) {
+    const Json& channels = clip_["channels"];
     std::map<std::pair<std::size_t, std::string>, std::size_t> known;
     for (std::size_t i = 0; i < channels.size(); ++i) {
-        const GltfJson& target = channels[i]["target"];
+        const Json& target = channels[i]["target"];
         if (target.contains("node"))
             known[{number(target, "node"), target["path"].get<std::string>()}] = i;
     }
-    for (const GltfChange& change : changes) {
+    for (const Change& change : changes) {
         Edit edit{&change};
-        const std::string path(gltfPathNames[static_cast<std::size_t>(change.path)]);
+        const std::string path(pathNames[static_cast<std::size_t>(change.path)]);
         if (const auto found = known.find({change.node, path}); found != known.end()) {
             edit.channel = found->second;
             edit.sampler = number(channels[edit.channel], "sampler");
@@ -121,13 +119,13 @@ void Editor::findChannels(const std::vector<GltfChange>& changes) {
 // Samplers whose channels all change, with what they alone use.
 void Editor::release() {
     std::map<std::size_t, std::size_t> untouched; // channels by sampler
-    for (const GltfJson& channel : clip_["channels"])
+    for (const Json& channel : clip_["channels"])
         ++untouched[number(channel, "sampler")];
     for (const Edit& edit : edits_)
         if (edit.channel != none) --untouched[edit.sampler];
     for (Edit& edit : edits_) {
         if (edit.channel == none) continue;
-        const GltfJson& sampler = clip_["samplers"][edit.sampler];
+        const Json& sampler = clip_["samplers"][edit.sampler];
         edit.oldInput = number(sampler, "input");
         if (untouched[edit.sampler] != 0 ||
             std::ranges::find(freeSamplers_, edit.sampler) != freeSamplers_.end()) {
@@ -160,13 +158,13 @@ void Editor::needNumbers() {
     std::map<std::string_view, std::size_t> inputs; // needs by the bytes of their times
     for (Edit& edit : edits_) {
         if (!edit.change->track) continue;
-        const GltfTrack& track = *edit.change->track;
+        const Track& track = *edit.change->track;
         if (edit.input == none) {
             const auto [found, isNew] = inputs.insert({bytesOf(*track.times), needs_.size()});
             if (isNew) needs_.push_back({track.times.get(), "SCALAR", 1, true, edit.oldInput});
             edit.input = found->second;
         }
-        const bool isWeights = edit.change->path == GltfPath::weights;
+        const bool isWeights = edit.change->path == Path::weights;
         const char* type = isWeights ? "SCALAR" : track.components == 4 ? "VEC4" : "VEC3";
         edit.output = needs_.size();
         needs_.push_back(
@@ -189,20 +187,20 @@ void Editor::assignAccessors() {
             take(need, freeAccessors_.begin());
         } else {
             need.accessor = accessors().size();
-            accessors().push_back(GltfJson::object());
+            accessors().push_back(Json::object());
         }
     }
 }
 
 bool Editor::mayReuseView(std::size_t view) const {
-    const GltfJson& json = draft_.document["bufferViews"][view];
+    const Json& json = draft_.document["bufferViews"][view];
     return uses_.views[view] == 0 && !json.contains("extensions");
 }
 
 // The views of accessors that get other numbers, or go, are free where nothing else uses them.
 void Editor::assignViews() {
-    const auto leave = [&](const GltfJson& accessor) {
-        const auto drop = [&](const GltfJson& holder) {
+    const auto leave = [&](const Json& accessor) {
+        const auto drop = [&](const Json& holder) {
             if (!holder.contains("bufferView")) return;
             const std::size_t view = number(holder, "bufferView");
             if (--uses_.views[view] == 0 && mayReuseView(view)) freeViews_.push_back(view);
@@ -227,7 +225,7 @@ void Editor::assignViews() {
             need.view = freeViews_[taken++];
         } else {
             need.view = views().size();
-            views().push_back(GltfJson::object());
+            views().push_back(Json::object());
         }
     }
     freeViews_.erase(freeViews_.begin(), freeViews_.begin() + static_cast<std::ptrdiff_t>(taken));
@@ -245,7 +243,7 @@ void Editor::findRoom() {
     const std::size_t end = target_ < ends_.size() ? ends_[target_] : 0;
     mayTruncate_ = uses_.isComplete && size < end + 4;
     std::vector<std::pair<std::size_t, std::size_t>> covered;
-    for (const GltfJson& view : views()) {
+    for (const Json& view : views()) {
         if (!view.contains("buffer") || number(view, "buffer") != target_) continue;
         const std::size_t first = number(view, "byteOffset");
         covered.push_back({first, first + number(view, "byteLength")});
@@ -275,7 +273,7 @@ std::size_t Editor::placeFor(std::size_t size) {
 void Editor::writeNumbers() {
     if (needs_.empty()) return;
     target_ = draft_.growingBuffer(isGlb_);
-    GltfDraft::Buffer& buffer = draft_.buffers[target_];
+    Draft::Buffer& buffer = draft_.buffers[target_];
     if (!buffer.changed) buffer.changed = std::string(buffer.bytes);
     // Views that are about to be written cover nothing yet.
     for (const Need& need : needs_)
@@ -287,11 +285,11 @@ void Editor::writeNumbers() {
         const std::size_t at = placeFor(bytes.size());
         if (at + bytes.size() > buffer.changed->size()) buffer.changed->resize(at + bytes.size());
         buffer.changed->replace(at, bytes.size(), bytes);
-        GltfJson& view = views()[need.view];
+        Json& view = views()[need.view];
         view["buffer"] = target_;
         view["byteOffset"] = at;
         view["byteLength"] = bytes.size();
-        GltfJson& accessor = accessors()[need.accessor];
+        Json& accessor = accessors()[need.accessor];
         for (const char* name : {"sparse", "normalized", "byteOffset", "min", "max"})
             accessor.erase(name);
         accessor["bufferView"] = need.view;
@@ -299,27 +297,27 @@ void Editor::writeNumbers() {
         accessor["count"] = need.numbers->size() / need.components;
         accessor["type"] = need.type;
         if (!need.isInput) continue;
-        accessor["min"] = GltfJson::array({static_cast<double>(need.numbers->front())});
-        accessor["max"] = GltfJson::array({static_cast<double>(need.numbers->back())});
+        accessor["min"] = Json::array({static_cast<double>(need.numbers->front())});
+        accessor["max"] = Json::array({static_cast<double>(need.numbers->back())});
     }
     if (mayTruncate_ && used_ < buffer.changed->size()) buffer.changed->resize(used_);
 }
 
 void Editor::writeSamplers() {
-    GltfJson& samplers = clip_["samplers"];
-    GltfJson& channels = clip_["channels"];
+    Json& samplers = clip_["samplers"];
+    Json& channels = clip_["channels"];
     for (Edit& edit : edits_) {
         if (!edit.change->track) continue;
         if (!edit.ownsSampler) {
             edit.sampler = samplers.size();
-            samplers.push_back(GltfJson::object());
+            samplers.push_back(Json::object());
         }
         const bool keepsInput = edit.change->sameTimes && edit.input == edit.oldInput;
-        GltfJson& sampler = samplers[edit.sampler];
+        Json& sampler = samplers[edit.sampler];
         const auto kind = static_cast<std::size_t>(edit.change->track->interpolation);
         sampler["input"] = keepsInput ? edit.input : needs_[edit.input].accessor;
         if (kind != 0 || sampler.contains("interpolation"))
-            sampler["interpolation"] = gltfInterpolationNames[kind];
+            sampler["interpolation"] = interpolationNames[kind];
         sampler["output"] = needs_[edit.output].accessor;
         if (edit.channel == none) {
             edit.channel = channels.size();
@@ -327,15 +325,15 @@ void Editor::writeSamplers() {
                 {{"sampler", edit.sampler},
                  {"target",
                   {{"node", edit.change->node},
-                   {"path", gltfPathNames[static_cast<std::size_t>(edit.change->path)]}}}});
+                   {"path", pathNames[static_cast<std::size_t>(edit.change->path)]}}}});
         }
         channels[edit.channel]["sampler"] = edit.sampler;
     }
 }
 
 void Editor::removeUnused() {
-    GltfJson& samplers = clip_["samplers"];
-    GltfJson& channels = clip_["channels"];
+    Json& samplers = clip_["samplers"];
+    Json& channels = clip_["channels"];
     std::vector<std::size_t> gone;
     for (const Edit& edit : edits_)
         if (!edit.change->track && edit.channel != none) gone.push_back(edit.channel);
@@ -343,9 +341,9 @@ void Editor::removeUnused() {
     for (const std::size_t channel : gone)
         channels.erase(channel);
     std::vector<std::size_t> uses(samplers.size()), places(samplers.size());
-    for (const GltfJson& channel : channels)
+    for (const Json& channel : channels)
         ++uses[number(channel, "sampler")];
-    GltfJson kept = GltfJson::array();
+    Json kept = Json::array();
     std::ranges::sort(freeSamplers_);
     for (std::size_t i = 0; i < samplers.size(); ++i) {
         places[i] = kept.size();
@@ -353,26 +351,25 @@ void Editor::removeUnused() {
             kept.push_back(std::move(samplers[i]));
     }
     if (kept.size() < samplers.size())
-        for (GltfJson& channel : channels)
+        for (Json& channel : channels)
             channel["sampler"] = places[number(channel, "sampler")];
     samplers = std::move(kept);
 }
 
 } // namespace
 
-bool applyGltfChanges(GltfDraft& draft, std::size_t clip, const std::string& name,
-                      const std::vector<GltfChange>& changes, bool isGlb) {
+bool applyChanges(Draft& draft, std::size_t clip, const std::string& name,
+                  const std::vector<Change>& changes, bool isGlb) {
     if (changes.empty()) return false;
-    GltfJson& clips = tableOf(draft.document, "animations");
-    if (clip == gltfNone) {
+    Json& clips = tableOf(draft.document, "animations");
+    if (clip == none) {
         clip = clips.size();
-        clips.push_back(
-            {{"name", name}, {"channels", GltfJson::array()}, {"samplers", GltfJson::array()}});
+        clips.push_back({{"name", name}, {"channels", Json::array()}, {"samplers", Json::array()}});
     }
     // The table of clips stays as it is while the editor adds to the others.
-    GltfJson edited = clips[clip];
+    Json edited = clips[clip];
     Editor(draft, edited, isGlb).apply(changes);
-    GltfJson& after = draft.document["animations"];
+    Json& after = draft.document["animations"];
     if (!edited["channels"].empty()) {
         after[clip] = std::move(edited);
         return false;
@@ -382,4 +379,4 @@ bool applyGltfChanges(GltfDraft& draft, std::size_t clip, const std::string& nam
     return true;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

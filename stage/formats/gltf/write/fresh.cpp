@@ -1,12 +1,12 @@
 #include "stage/formats/gltf/write/fresh.h"
 
 #include "stage/base/text.h"
-#include "stage/formats/gltf/animation/quaternion.h"
+#include "stage/formats/gltf/document/quaternion.h"
 
 #include <cmath>
 #include <map>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -16,7 +16,7 @@ std::size_t nodeOf(ItemId item) {
 
 // Left out where it is what glTF takes for granted. False where a number is not finite.
 template <std::size_t count>
-bool putNumbers(GltfJson& node, const char* name, const std::array<double, count>& numbers,
+bool putNumbers(Json& node, const char* name, const std::array<double, count>& numbers,
                 const std::array<double, count>& usual) {
     for (const double number : numbers)
         if (!std::isfinite(number)) return false;
@@ -31,7 +31,7 @@ Vec3 restOf(const Scene& scene, ItemId item, MotionChannel first) {
     return rest;
 }
 
-bool putRest(const Scene& scene, ItemId item, GltfJson& node) {
+bool putRest(const Scene& scene, ItemId item, Json& node) {
     const Vec3 angles = restOf(scene, item, heading);
     const Quaternion rotation = angles == Vec3{} ? Quaternion{0, 0, 0, 1} : quaternionOf(angles);
     return putNumbers(node, "translation", restOf(scene, item, positionX), {}) &&
@@ -46,12 +46,12 @@ ItemId rootOf(const Scene& scene, ItemId item) {
 }
 
 // A skin for the bones of each object; all joints of one must stand below one root.
-void putSkins(const Scene& scene, GltfJson& document, std::vector<std::string>& warnings) {
+void putSkins(const Scene& scene, Json& document, std::vector<std::string>& warnings) {
     for (ItemId owner = scene.firstOfType(ItemType::object); owner != ItemId::none;
          owner = scene.item(owner).nextOfType) {
         const ItemId first = scene.item(owner).firstBone;
         if (first == ItemId::none) continue;
-        GltfJson joints = GltfJson::array();
+        Json joints = Json::array();
         bool haveOneRoot = true;
         for (ItemId bone = first; bone != ItemId::none; bone = scene.item(bone).nextOfType) {
             joints.push_back(nodeOf(bone));
@@ -67,7 +67,7 @@ void putSkins(const Scene& scene, GltfJson& document, std::vector<std::string>& 
     }
 }
 
-void putKind(const Item& item, GltfJson& document, GltfJson& node) {
+void putKind(const Item& item, Json& document, Json& node) {
     if (item.type == ItemType::camera) {
         if (!document.contains("cameras"))
             document["cameras"].push_back(
@@ -75,7 +75,7 @@ void putKind(const Item& item, GltfJson& document, GltfJson& node) {
         node["camera"] = 0;
     } else if (item.type == ItemType::light) {
         if (!document.contains("extensionsUsed")) {
-            document["extensionsUsed"] = GltfJson::array({"KHR_lights_punctual"});
+            document["extensionsUsed"] = Json::array({"KHR_lights_punctual"});
             document["extensions"]["KHR_lights_punctual"]["lights"].push_back({{"type", "point"}});
         }
         node["extensions"]["KHR_lights_punctual"]["light"] = 0;
@@ -84,15 +84,15 @@ void putKind(const Item& item, GltfJson& document, GltfJson& node) {
 
 } // namespace
 
-Result<GltfDraft> freshGltf(const Scene& scene, std::vector<std::string>& warnings) {
-    GltfDraft draft;
-    GltfJson& document = draft.document;
+Result<Draft> freshDraft(const Scene& scene, std::vector<std::string>& warnings) {
+    Draft draft;
+    Json& document = draft.document;
     document["asset"] = {{"version", "2.0"}, {"generator", "Cadencora"}};
-    GltfJson nodes = GltfJson::array(), roots = GltfJson::array();
+    Json nodes = Json::array(), roots = Json::array();
     std::size_t turnedAbout = 0;
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const Item& item = scene.item(Scene::itemAt(i));
-        GltfJson node = GltfJson::object();
+        Json node = Json::object();
         node["name"] = item.name;
         if (!putRest(scene, Scene::itemAt(i), node))
             return Problem{"a value is not finite", "", "of the item " + inQuotes(item.name)};
@@ -117,4 +117,4 @@ Result<GltfDraft> freshGltf(const Scene& scene, std::vector<std::string>& warnin
     return draft;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -3,10 +3,10 @@
 
 #include "stage/formats/gltf/write/draft.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 // Node i is the item at place i. Bones become joints of skins without meshes. Adds warnings about
 // what glTF does not hold; fails where a rest value is not finite.
-Result<GltfDraft> freshGltf(const Scene& scene, std::vector<std::string>& warnings);
+Result<Draft> freshDraft(const Scene& scene, std::vector<std::string>& warnings);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

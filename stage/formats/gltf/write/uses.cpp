@@ -4,7 +4,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -17,7 +17,7 @@ bool isKnown(std::string_view extension) {
 }
 
 // As deep as the document may be, which is not deep.
-bool hasUnknownExtension(const GltfJson& value) {
+bool hasUnknownExtension(const Json& value) {
     if (value.is_array()) return std::ranges::any_of(value, hasUnknownExtension);
     if (!value.is_object()) return false;
     for (const auto& [name, inner] : value.items()) {
@@ -31,29 +31,29 @@ bool hasUnknownExtension(const GltfJson& value) {
 }
 
 // Members and elements of a document of which next to nothing was checked.
-const GltfJson& in(const GltfJson& value, const char* name) {
-    static const GltfJson none;
-    if (!value.is_object()) return none;
+const Json& in(const Json& value, const char* name) {
+    static const Json missing;
+    if (!value.is_object()) return missing;
     const auto found = value.find(name);
-    return found == value.end() ? none : *found;
+    return found == value.end() ? missing : *found;
 }
 
-void count(const GltfJson& index, std::vector<std::size_t>& uses) {
+void count(const Json& index, std::vector<std::size_t>& uses) {
     if (index.is_number_unsigned() && index.get<std::size_t>() < uses.size())
         ++uses[index.get<std::size_t>()];
 }
 
-void countMembers(const GltfJson& object, std::vector<std::size_t>& uses) {
+void countMembers(const Json& object, std::vector<std::size_t>& uses) {
     if (object.is_object())
-        for (const GltfJson& index : object)
+        for (const Json& index : object)
             count(index, uses);
 }
 
-void countMesh(const GltfJson& mesh, GltfUses& uses) {
-    for (const GltfJson& primitive : in(mesh, "primitives")) {
+void countMesh(const Json& mesh, Uses& uses) {
+    for (const Json& primitive : in(mesh, "primitives")) {
         countMembers(in(primitive, "attributes"), uses.accessors);
         count(in(primitive, "indices"), uses.accessors);
-        for (const GltfJson& target : in(primitive, "targets"))
+        for (const Json& target : in(primitive, "targets"))
             countMembers(target, uses.accessors);
         count(in(in(in(primitive, "extensions"), "KHR_draco_mesh_compression"), "bufferView"),
               uses.views);
@@ -62,29 +62,29 @@ void countMesh(const GltfJson& mesh, GltfUses& uses) {
 
 } // namespace
 
-GltfUses gltfUses(const GltfJson& document) {
-    GltfUses uses;
+Uses countUses(const Json& document) {
+    Uses uses;
     uses.accessors.resize(in(document, "accessors").size());
     uses.views.resize(in(document, "bufferViews").size());
     uses.isComplete = !hasUnknownExtension(document);
-    for (const GltfJson& clip : in(document, "animations"))
-        for (const GltfJson& sampler : in(clip, "samplers")) {
+    for (const Json& clip : in(document, "animations"))
+        for (const Json& sampler : in(clip, "samplers")) {
             count(in(sampler, "input"), uses.accessors);
             count(in(sampler, "output"), uses.accessors);
         }
-    for (const GltfJson& mesh : in(document, "meshes"))
+    for (const Json& mesh : in(document, "meshes"))
         countMesh(mesh, uses);
-    for (const GltfJson& skin : in(document, "skins"))
+    for (const Json& skin : in(document, "skins"))
         count(in(skin, "inverseBindMatrices"), uses.accessors);
-    for (const GltfJson& accessor : in(document, "accessors")) {
+    for (const Json& accessor : in(document, "accessors")) {
         count(in(accessor, "bufferView"), uses.views);
-        const GltfJson& sparse = in(accessor, "sparse");
+        const Json& sparse = in(accessor, "sparse");
         count(in(in(sparse, "indices"), "bufferView"), uses.views);
         count(in(in(sparse, "values"), "bufferView"), uses.views);
     }
-    for (const GltfJson& image : in(document, "images"))
+    for (const Json& image : in(document, "images"))
         count(in(image, "bufferView"), uses.views);
     return uses;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

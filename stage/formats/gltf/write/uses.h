@@ -3,13 +3,13 @@
 
 #include "stage/formats/gltf/document/container.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-struct GltfUses {
+struct Uses {
     std::vector<std::size_t> accessors, views; // uses, by index
     bool isComplete = false;                   // false: extensions that are not known may use more
 };
 
-GltfUses gltfUses(const GltfJson& document);
+Uses countUses(const Json& document);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -9,7 +9,7 @@
 #include <numeric>
 #include <sstream>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 namespace {
 
 constexpr double degree = std::numbers::pi / 180;
@@ -342,7 +342,7 @@ TEST(Bvh, every_truncation_and_corruption_ends_in_a_scene_or_a_problem_with_the_
         twoJoints("Zrotation Yrotation", {"1 2 3 4 5 6 7", "1 2 3 -4 5 6e1 -7"});
     const auto path = scratch("bad.bvh");
     const auto check = [&](const std::string& text) {
-        const auto result = readBvh(text, path, {});
+        const auto result = read(text, path, {});
         if (!result) {
             ASSERT_TRUE(result.problem().where.starts_with(path.string() + ":"));
             ASSERT_FALSE(result.problem().what.empty());
@@ -649,4 +649,4 @@ TEST(Bvh, the_example_walks_forward_on_the_ground) {
 }
 
 } // namespace
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

@@ -6,26 +6,26 @@
 #include <functional>
 #include <limits>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 namespace {
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
 TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
-    using Json = GltfJson;
+    using Json = Json;
     struct Case {
         std::string message; // a part of it
-        std::function<void(GltfDocument&)> spoil;
+        std::function<void(Document&)> spoil;
     };
     const auto set = [](const char* pointer, Json value) {
-        return [=](GltfDocument& d) { d.json[Json::json_pointer(pointer)] = value; };
+        return [=](Document& d) { d.json[Json::json_pointer(pointer)] = value; };
     };
     const auto drop = [](const char* pointer, const char* member) {
-        return [=](GltfDocument& d) { d.json[Json::json_pointer(pointer)].erase(member); };
+        return [=](Document& d) { d.json[Json::json_pointer(pointer)].erase(member); };
     };
     const auto number = [](std::size_t at, float value) { // of the buffer, by its place
-        return [=](GltfDocument& d) { std::memcpy(d.bytes.data() + 4 * at, &value, 4); };
+        return [=](Document& d) { std::memcpy(d.bytes.data() + 4 * at, &value, 4); };
     };
     // Times at 0 to 2 and 3 to 4, places from 5, turns from 14, moves from 26.
     const std::vector<Case> cases{
@@ -115,7 +115,7 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.message);
-        GltfDocument document = GltfDocument::twoClips();
+        Document document = Document::twoClips();
         one.spoil(document);
         const auto result = readText("bad.gltf", document.embedded());
         ASSERT_FALSE(result.ok());
@@ -125,7 +125,7 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
 }
 
 TEST(GltfBad, json_and_buffers_that_are_not_what_they_say_are_refused) {
-    const std::string good = GltfDocument::twoClips().embedded();
+    const std::string good = Document::twoClips().embedded();
     const auto with = [&](const std::string& from, const std::string& to) {
         std::string text = good;
         text.replace(text.find(from), from.size(), to);
@@ -145,7 +145,7 @@ TEST(GltfBad, json_and_buffers_that_are_not_what_they_say_are_refused) {
          "it has a number that is too large"},
         {with("base64,", "base64,%"), "buffers[0].uri: the embedded buffer is not valid base64"},
         {with(";base64,", ","), "buffers[0].uri: the embedded buffer is not valid base64"},
-        {GltfDocument::twoClips().withBuffer({{"uri", dataUri("abc")}}).dump(),
+        {Document::twoClips().withBuffer({{"uri", dataUri("abc")}}).dump(),
          "buffers[0].byteLength: the buffer is shorter than the file says"},
     };
     for (const auto& one : cases) {
@@ -157,7 +157,7 @@ TEST(GltfBad, json_and_buffers_that_are_not_what_they_say_are_refused) {
 }
 
 TEST(GltfBad, limits_of_keys_items_and_channels_hold) {
-    const std::string text = GltfDocument::twoClips().embedded();
+    const std::string text = Document::twoClips().embedded();
     ReadOptions keys, items, channels;
     keys.limits.keys = 23;
     items.limits.items = 2;
@@ -170,8 +170,8 @@ TEST(GltfBad, limits_of_keys_items_and_channels_hold) {
 }
 
 TEST(GltfBad, no_cut_and_no_changed_byte_of_a_file_brings_the_reader_down) {
-    auto document = GltfDocument::twoClips();
-    document.json["skins"] = GltfJson::parse(R"([{"joints": [1]}])");
+    auto document = Document::twoClips();
+    document.json["skins"] = Json::parse(R"([{"joints": [1]}])");
     const std::string glb = document.glb(), text = document.embedded();
     for (std::size_t length = 0; length < glb.size(); ++length)
         EXPECT_FALSE(readGlb(std::string_view(glb).substr(0, length), "cut.glb", {}).ok());
@@ -190,7 +190,7 @@ TEST(GltfBad, no_cut_and_no_changed_byte_of_a_file_brings_the_reader_down) {
 }
 
 TEST(GltfBad, the_heads_of_glb_chunks_are_held_to_the_file) {
-    const std::string good = GltfDocument::twoClips().glb();
+    const std::string good = Document::twoClips().glb();
     const auto word = [&](std::size_t at, std::uint32_t value) {
         std::string bytes = good;
         std::memcpy(bytes.data() + at, &value, 4);
@@ -217,7 +217,7 @@ TEST(GltfBad, the_heads_of_glb_chunks_are_held_to_the_file) {
 
 TEST(GltfBad, buffers_come_from_below_the_documents_directory_alone) {
     namespace fs = std::filesystem;
-    const GltfDocument document = GltfDocument::twoClips();
+    const Document document = Document::twoClips();
     const fs::path outside = scratch("outside.bin"), inside = scratch("in") / "sub";
     fs::create_directories(inside);
     ASSERT_TRUE(writeFile(outside, document.bytes).ok());
@@ -257,4 +257,4 @@ TEST(GltfBad, buffers_come_from_below_the_documents_directory_alone) {
 }
 
 } // namespace
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

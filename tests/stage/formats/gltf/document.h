@@ -7,10 +7,10 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
-struct GltfDocument {
-    GltfJson json = GltfJson::parse(R"({"asset": {"version": "2.0"}})");
+struct Document {
+    Json json = Json::parse(R"({"asset": {"version": "2.0"}})");
     std::string bytes; // of the only buffer
 
     // Adds an accessor of numbers of any type; the answer is its index.
@@ -30,8 +30,8 @@ struct GltfDocument {
     }
     std::size_t times(const std::vector<float>& values) {
         const std::size_t index = numbers(values, "SCALAR", 5126, 1);
-        json["accessors"][index]["min"] = GltfJson::array({values.front()});
-        json["accessors"][index]["max"] = GltfJson::array({values.back()});
+        json["accessors"][index]["min"] = Json::array({values.front()});
+        json["accessors"][index]["max"] = Json::array({values.back()});
         return index;
     }
     std::size_t floats(const std::vector<float>& values, const std::string& type) {
@@ -39,7 +39,7 @@ struct GltfDocument {
     }
 
     std::size_t node(const std::string& text) {
-        json["nodes"].push_back(GltfJson::parse(text));
+        json["nodes"].push_back(Json::parse(text));
         return json["nodes"].size() - 1;
     }
 
@@ -53,7 +53,7 @@ struct GltfDocument {
               {{{"attributes", {{"POSITION", points}}}, {"indices", indices}, {"mode", mode}}}}});
         return json["meshes"].size() - 1;
     }
-    GltfJson& primitive(std::size_t mesh) { return json["meshes"][mesh]["primitives"][0]; }
+    Json& primitive(std::size_t mesh) { return json["meshes"][mesh]["primitives"][0]; }
 
     // Adds a channel with a sampler of its own to a clip, which may be new.
     void move(std::size_t clip, std::size_t node, const std::string& path, std::size_t input,
@@ -61,20 +61,20 @@ struct GltfDocument {
         while (json["animations"].size() <= clip)
             json["animations"].push_back(
                 {{"name", "Clip " + std::to_string(json["animations"].size())},
-                 {"channels", GltfJson::array()},
-                 {"samplers", GltfJson::array()}});
-        GltfJson& animation = json["animations"][clip];
+                 {"channels", Json::array()},
+                 {"samplers", Json::array()}});
+        Json& animation = json["animations"][clip];
         animation["samplers"].push_back(
             {{"input", input}, {"output", output}, {"interpolation", interpolation}});
         animation["channels"].push_back({{"sampler", animation["samplers"].size() - 1},
                                          {"target", {{"node", node}, {"path", path}}}});
     }
 
-    GltfJson withBuffer(const GltfJson& extra) const {
-        GltfJson whole = json;
-        GltfJson buffer = {{"byteLength", bytes.size()}};
+    Json withBuffer(const Json& extra) const {
+        Json whole = json;
+        Json buffer = {{"byteLength", bytes.size()}};
         buffer.update(extra);
-        if (!bytes.empty()) whole["buffers"] = GltfJson::array({buffer});
+        if (!bytes.empty()) whole["buffers"] = Json::array({buffer});
         return whole;
     }
     std::string embedded() const { return withBuffer({{"uri", dataUri(bytes)}}).dump(1); }
@@ -83,17 +83,17 @@ struct GltfDocument {
     }
     std::string glb() const {
         const std::string chunk = bytes + std::string((4 - bytes.size() % 4) % 4, '\0');
-        return glbHead(withBuffer(GltfJson::object()).dump(), 8 + chunk.size()) +
+        return glbHead(withBuffer(Json::object()).dump(), 8 + chunk.size()) +
                glbChunkHead(GlbChunk::binary, chunk.size()) + chunk;
     }
 
     // A node "A" and a node "B" with a morph; in the first clip A moves and turns with shared
     // times, B moves; in the second B moves.
-    static GltfDocument twoClips() {
-        GltfDocument document;
+    static Document twoClips() {
+        Document document;
         document.node(R"({"name": "A", "translation": [1, 2, 3], "children": [1]})");
         document.node(R"({"name": "B", "mesh": 0, "weights": [0.25, 0.5]})");
-        document.json["scenes"] = GltfJson::parse(R"([{"nodes": [0]}])");
+        document.json["scenes"] = Json::parse(R"([{"nodes": [0]}])");
         const std::size_t at = document.times({0, 0.5f, 1});
         const std::size_t other = document.times({0, 1});
         const std::size_t places = document.floats({0, 0, 0, 1, 2, 3, 4, 5, 6}, "VEC3");
@@ -101,11 +101,11 @@ struct GltfDocument {
             document.floats({0, 0, 0, 1, 0, 0.6f, 0, 0.8f, 0.6f, 0, 0, 0.8f}, "VEC4");
         const std::size_t moves = document.floats({7, 8, 9, 10, 11, 12}, "VEC3");
         const std::size_t shape = document.floats({0, 0, 0, 1, 1, 0, 1, 0, 0}, "VEC3");
-        document.json["meshes"] = GltfJson::parse(
+        document.json["meshes"] = Json::parse(
             R"([{"primitives": [{"attributes": {"POSITION": 0}, "targets": [{}, {}]}],
                  "extras": {"targetNames": ["Smile", "Smile"], "note": [1, {"x": null}]}}])");
         document.json["meshes"][0]["primitives"][0]["attributes"]["POSITION"] = shape;
-        GltfJson& box = document.json["accessors"][shape];
+        Json& box = document.json["accessors"][shape];
         box["min"] = {0, 0, 0};
         box["max"] = {1, 1, 0};
         document.json["meshes"][0]["primitives"][0]["targets"] = {{{"POSITION", shape}},
@@ -119,10 +119,10 @@ struct GltfDocument {
 };
 
 // The document of a written file and the bytes of its first buffer.
-inline GltfDocument documentOf(const std::string& file) {
-    GltfDocument document;
+inline Document documentOf(const std::string& file) {
+    Document document;
     if (!file.starts_with("glTF")) {
-        document.json = GltfJson::parse(file);
+        document.json = Json::parse(file);
         const auto bytes = dataUriBytes(document.json["buffers"][0].value("uri", ""));
         document.bytes = bytes.value_or("");
         return document;
@@ -130,13 +130,13 @@ inline GltfDocument documentOf(const std::string& file) {
     const auto chunks = glbChunks(file, "the file");
     EXPECT_TRUE(chunks.ok());
     if (!chunks) return document;
-    document.json = GltfJson::parse(chunks.value()[0].bytes);
+    document.json = Json::parse(chunks.value()[0].bytes);
     if (chunks.value().size() > 1) document.bytes = chunks.value()[1].bytes;
     return document;
 }
 
-inline std::string_view viewBytes(const GltfDocument& document, std::size_t view) {
-    const GltfJson& json = document.json["bufferViews"][view];
+inline std::string_view viewBytes(const Document& document, std::size_t view) {
+    const Json& json = document.json["bufferViews"][view];
     return std::string_view(document.bytes)
         .substr(json.value("byteOffset", std::size_t{0}), json["byteLength"].get<std::size_t>());
 }
@@ -147,4 +147,4 @@ inline ItemId itemNamed(const Scene& scene, std::string_view name) {
     return id;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -8,7 +8,7 @@
 #include <functional>
 #include <limits>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 namespace {
 
 ReadOptions withMeshes() {
@@ -17,7 +17,7 @@ ReadOptions withMeshes() {
     return options;
 }
 
-Loaded loadedMeshes(GltfDocument& document) {
+Loaded loadedMeshes(Document& document) {
     return loaded("mesh.gltf", document.embedded(), withMeshes());
 }
 
@@ -60,8 +60,8 @@ std::vector<std::array<std::uint32_t, 2>> pairsOf(const MeshShape& shape) {
 const std::vector<float> square{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0};
 const std::vector<std::uint16_t> halves{0, 1, 2, 0, 2, 3};
 
-TEST(GltfMesh, an_item_carries_its_mesh_and_none_is_read_unasked) {
-    GltfDocument document;
+TEST(Mesh, an_item_carries_its_mesh_and_none_is_read_unasked) {
+    Document document;
     document.mesh(square, halves);
     document.node(R"({"name": "A", "translation": [1, 0, 0], "children": [1]})");
     document.node(R"({"name": "B", "mesh": 0, "rotation": [0, 0.6, 0, 0.8], "scale": [2, 3, 1]})");
@@ -78,7 +78,7 @@ TEST(GltfMesh, an_item_carries_its_mesh_and_none_is_read_unasked) {
 }
 
 // Two bones one above the other; the upper one turns.
-struct Arm : GltfDocument {
+struct Arm : Document {
     Arm() {
         node(R"({"name": "Low", "translation": [0, 1, 0], "children": [1]})");
         node(R"({"name": "High", "translation": [0, 2, 0]})");
@@ -103,7 +103,7 @@ struct Arm : GltfDocument {
     }
 };
 
-TEST(GltfMesh, a_skin_follows_its_bones_and_not_its_node) {
+TEST(Mesh, a_skin_follows_its_bones_and_not_its_node) {
     Arm arm;
     const auto bent = loadedMeshes(arm);
     // Turned about (0, 3, 0); the point that both pull at stands on it.
@@ -114,7 +114,7 @@ TEST(GltfMesh, a_skin_follows_its_bones_and_not_its_node) {
     expectPoints(pointsOf(moved, "Skin"), {{0, 1, 0}, {1, 3, 0}, {1, 3, 0}});
 }
 
-TEST(GltfMesh, weights_of_any_type_are_parts_of_their_sum) {
+TEST(Mesh, weights_of_any_type_are_parts_of_their_sum) {
     Arm arm;
     arm.weigh({3, 0, 0, 0, 0.2f, 0.2f, 0, 0, 0, 0, 0, 0}); // of no weight: the first joint's
     auto file = loadedMeshes(arm);
@@ -129,8 +129,8 @@ TEST(GltfMesh, weights_of_any_type_are_parts_of_their_sum) {
     expectPoints(pointsOf(file.scene, "Skin"), {{0, 1, 0}, {2 * 191 / 255.0, 3, 0}, {1, 3, 0}});
 }
 
-TEST(GltfMesh, morphs_move_the_points_by_their_channels_values) {
-    GltfDocument document;
+TEST(Mesh, morphs_move_the_points_by_their_channels_values) {
+    Document document;
     document.mesh(square, halves);
     document.node(R"({"name": "Face", "mesh": 0, "scale": [2, 1, 1], "weights": [0, 0, 0.5]})");
     const std::size_t lift = document.floats({0, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0}, "VEC3");
@@ -154,8 +154,8 @@ TEST(GltfMesh, morphs_move_the_points_by_their_channels_values) {
     EXPECT_EQ(shapeOf(file.scene, "Face").targets[2].points, std::vector<std::uint32_t>{1});
 }
 
-TEST(GltfMesh, points_that_go_together_are_one) {
-    GltfDocument document;
+TEST(Mesh, points_that_go_together_are_one) {
+    Document document;
     // The square with its halves apart, and then one of the points pulled away by a morph.
     const std::vector<float> apart{0, 0, 0, 1, 0, 0, 1, 1, 0, -0.0f, 0, 0, 1, 1, 0, 0, 1, 0};
     document.mesh(apart, {0, 1, 2, 3, 4, 5});
@@ -172,7 +172,7 @@ TEST(GltfMesh, points_that_go_together_are_one) {
     EXPECT_EQ(shapeOf(file.scene, "Torn").edges.size(), 6u);
 }
 
-TEST(GltfMesh, every_mode_has_its_edges) {
+TEST(Mesh, every_mode_has_its_edges) {
     using Pairs = std::vector<std::array<std::uint32_t, 2>>;
     // Three legs of a zigzag in space, so that no two triangles are level.
     const std::vector<float> points{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 0, 2};
@@ -190,7 +190,7 @@ TEST(GltfMesh, every_mode_has_its_edges) {
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.mode);
-        GltfDocument document;
+        Document document;
         document.mesh(points, {0, 1, 2, 3}, one.mode);
         document.node(R"({"name": "N", "mesh": 0})");
         for (const bool hasIndices : {true, false}) {
@@ -202,8 +202,8 @@ TEST(GltfMesh, every_mode_has_its_edges) {
     }
 }
 
-TEST(GltfMesh, primitives_are_one_mesh_and_nodes_share_it_with_channels_of_their_own) {
-    GltfDocument document;
+TEST(Mesh, primitives_are_one_mesh_and_nodes_share_it_with_channels_of_their_own) {
+    Document document;
     document.mesh(square, halves);
     document.json["meshes"][0]["primitives"].push_back(document.primitive(0));
     document.json["meshes"][0]["primitives"][1]["targets"] = {
@@ -217,8 +217,8 @@ TEST(GltfMesh, primitives_are_one_mesh_and_nodes_share_it_with_channels_of_their
     EXPECT_EQ(pointsOf(file.scene, "A").front(), (Vec3{0, 0, 0})) << "this half has no morph";
 }
 
-TEST(GltfMesh, one_that_cannot_be_shown_is_left_out_and_named) {
-    using Json = GltfJson;
+TEST(Mesh, one_that_cannot_be_shown_is_left_out_and_named) {
+    using Json = Json;
     const auto set = [](const char* pointer, Json value) {
         return [=](Arm& d) { d.json[Json::json_pointer(pointer)] = value; };
     };
@@ -299,8 +299,8 @@ TEST(GltfMesh, one_that_cannot_be_shown_is_left_out_and_named) {
     }
 }
 
-TEST(GltfMesh, the_limit_is_for_all_items_and_many_notes_are_few_lines) {
-    GltfDocument document;
+TEST(Mesh, the_limit_is_for_all_items_and_many_notes_are_few_lines) {
+    Document document;
     document.mesh(square, halves); // 12 coordinates and 6 corners
     for (int n = 0; n < 9; ++n)
         document.node(R"({"mesh": 0})");
@@ -315,7 +315,7 @@ TEST(GltfMesh, the_limit_is_for_all_items_and_many_notes_are_few_lines) {
     EXPECT_EQ(file.notes.back(), "nor are those of 2 more");
 }
 
-TEST(GltfMesh, no_changed_byte_of_a_skinned_mesh_brings_the_reader_down) {
+TEST(Mesh, no_changed_byte_of_a_skinned_mesh_brings_the_reader_down) {
     const std::string glb = Arm().glb();
     std::size_t shown = 0;
     for (std::size_t at = 12; at < glb.size(); ++at)
@@ -332,7 +332,7 @@ TEST(GltfMesh, no_changed_byte_of_a_skinned_mesh_brings_the_reader_down) {
     EXPECT_GT(shown, 100u);
 }
 
-TEST(GltfMesh, a_file_that_was_read_with_meshes_is_written_as_it_was) {
+TEST(Mesh, a_file_that_was_read_with_meshes_is_written_as_it_was) {
     Arm arm;
     const std::string glb = arm.glb();
     EXPECT_EQ(written(loaded("arm.glb", glb, withMeshes()).scene, "out.glb"), glb);
@@ -344,7 +344,7 @@ TEST(GltfMesh, a_file_that_was_read_with_meshes_is_written_as_it_was) {
     EXPECT_TRUE(written(robot.value().scene, "robot.glb") == bytesOf(path));
 }
 
-TEST(GltfMesh, the_robot_stands_on_the_ground_with_its_hands_at_its_arms) {
+TEST(Mesh, the_robot_stands_on_the_ground_with_its_hands_at_its_arms) {
     const auto path = dataFile("robot_expressive.glb");
     if (path.empty()) GTEST_SKIP() << "no real files are at hand";
     for (const char* clip : {"Idle", "Walking", "Dance"}) {
@@ -375,4 +375,4 @@ TEST(GltfMesh, the_robot_stands_on_the_ground_with_its_hands_at_its_arms) {
 }
 
 } // namespace
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 namespace {
 
 constexpr double pi = std::numbers::pi;
@@ -19,7 +19,7 @@ std::vector<double> valuesOf(const Envelope& envelope) {
 }
 
 TEST(Gltf, nodes_become_items_with_their_names_kinds_and_parents) {
-    GltfDocument document;
+    Document document;
     document.node(R"({"name": "Body", "children": [2, 1, 3, 4]})");
     document.node(R"({"name": "Twin", "camera": 0})");
     document.node(R"({"name": "Twin", "extensions": {"KHR_lights_punctual": {"light": 0}}})");
@@ -27,9 +27,9 @@ TEST(Gltf, nodes_become_items_with_their_names_kinds_and_parents) {
     document.node(R"({"name": "Hips", "children": [5]})");
     document.node(R"({"name": "Spine"})");
     document.node(R"({"name": "Skin", "mesh": 0, "skin": 0})");
-    document.json["cameras"] = GltfJson::parse("[{}]");
-    document.json["meshes"] = GltfJson::parse(R"([{"primitives": []}])");
-    document.json["skins"] = GltfJson::parse(R"([{"joints": [4, 5]}])");
+    document.json["cameras"] = Json::parse("[{}]");
+    document.json["meshes"] = Json::parse(R"([{"primitives": []}])");
+    document.json["skins"] = Json::parse(R"([{"joints": [4, 5]}])");
     const auto file = loaded("My Rig.gltf", document.embedded());
     const Scene& scene = file.scene;
     EXPECT_EQ(scene.name, "My Rig");
@@ -72,10 +72,10 @@ TEST(Gltf, every_bone_has_an_object_that_carries_it) {
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.nodes);
-        GltfDocument document;
-        document.json["nodes"] = GltfJson::parse(one.nodes);
-        document.json["cameras"] = GltfJson::parse("[{}]");
-        document.json["skins"] = GltfJson::parse(R"([{"joints": [0]}])");
+        Document document;
+        document.json["nodes"] = Json::parse(one.nodes);
+        document.json["cameras"] = Json::parse("[{}]");
+        document.json["skins"] = Json::parse(R"([{"joints": [0]}])");
         const auto file = loaded("file.gltf", document.embedded());
         const Item& joint = file.scene.item(itemNamed(file.scene, "J"));
         EXPECT_EQ(joint.type, ItemType::bone);
@@ -88,14 +88,14 @@ TEST(Gltf, a_matrix_is_taken_apart_mirrored_or_not) {
         for (const Vec3 angles : {Vec3{0.4, -0.3, 2}, Vec3{3, 0.2, 3.1}, Vec3{0, pi / 2, 0.5}}) {
             const Mat3 turn = rotation(angles, headingPitchBank);
             const Vec3 scale{2 * mirror, 3, 0.5}, place{7, 8, 9};
-            GltfJson matrix = GltfJson::array();
+            Json matrix = Json::array();
             for (std::size_t c = 0; c < 4; ++c)
                 for (std::size_t r = 0; r < 4; ++r)
                     matrix.push_back(r == 3   ? (c == 3 ? 1.0 : 0.0)
                                      : c == 3 ? place[r]
                                               : turn[r][c] * scale[c]);
-            GltfDocument document;
-            document.json["nodes"] = GltfJson::array({{{"name", "M"}, {"matrix", matrix}}});
+            Document document;
+            document.json["nodes"] = Json::array({{{"name", "M"}, {"matrix", matrix}}});
             const auto file = loaded("m.gltf", document.embedded());
             EXPECT_TRUE(file.warnings.empty());
             const Affine found = localTransform(file.scene, itemNamed(file.scene, "M"), 0);
@@ -125,7 +125,7 @@ TEST(Gltf, the_three_interpolations_become_shapes_with_their_slopes) {
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.name);
-        GltfDocument document;
+        Document document;
         document.node(R"({"name": "N"})");
         document.move(0, 0, "translation", document.times({0, 0.5f}),
                       document.floats(one.output, "VEC3"), one.name);
@@ -138,7 +138,7 @@ TEST(Gltf, the_three_interpolations_become_shapes_with_their_slopes) {
 }
 
 TEST(Gltf, rotations_go_on_turning_and_never_jump) {
-    GltfDocument document;
+    Document document;
     document.node(R"({"name": "N"})");
     std::vector<float> at, output;
     for (int key = 0; key <= 40; ++key) { // five turns, and the other sign now and then
@@ -159,7 +159,7 @@ TEST(Gltf, smooth_rotations_leave_each_key_as_the_file_says) {
     const std::vector<float> output{0,     0,     0,    0,    0.1f, 0.2f,  0.3f, 0.9f, // in, value
                                     0.5f,  -0.2f, 0.7f, 0.1f,                          // out
                                     -0.3f, 0.4f,  0.2f, 0.6f, 0.4f, -0.1f, 0.2f, 0.7f, 0, 0, 0, 0};
-    GltfDocument document;
+    Document document;
     document.node(R"({"name": "N"})");
     document.move(0, 0, "rotation", document.times({0, 1}), document.floats(output, "VEC4"),
                   "CUBICSPLINE");
@@ -194,7 +194,7 @@ TEST(Gltf, smooth_rotations_leave_each_key_as_the_file_says) {
 }
 
 TEST(Gltf, morphs_are_channels_of_a_group_of_the_item) {
-    auto document = GltfDocument::twoClips();
+    auto document = Document::twoClips();
     document.move(0, 1, "weights", 1, document.floats({0, 1, 2, 3}, "SCALAR"));
     document.json["meshes"].push_back(document.json["meshes"][0]);
     document.json["meshes"][1].erase("extras");
@@ -240,7 +240,7 @@ TEST(Gltf, the_frame_rate_is_the_one_whose_frames_the_keys_stand_on) {
         std::vector<float> at;
         for (int frame = 0; frame < 2000; ++frame)
             at.push_back(static_cast<float>(frame / one.perSecond));
-        GltfDocument document;
+        Document document;
         document.node(R"({"name": "N"})");
         document.move(0, 0, "translation", document.times(at),
                       document.floats(std::vector<float>(6000), "VEC3"));
@@ -265,7 +265,7 @@ TEST(Gltf, the_frame_rate_is_the_one_whose_frames_the_keys_stand_on) {
 }
 
 TEST(Gltf, one_clip_is_open_and_an_unknown_one_is_named) {
-    const std::string text = GltfDocument::twoClips().embedded();
+    const std::string text = Document::twoClips().embedded();
     ReadOptions options;
     const auto first = loaded("clips.gltf", text);
     EXPECT_EQ(first.clips, (std::vector<std::string>{"Clip 0", "Clip 1"}));
@@ -285,7 +285,7 @@ TEST(Gltf, one_clip_is_open_and_an_unknown_one_is_named) {
 }
 
 TEST(Gltf, numbers_of_every_type_are_read_with_strides_and_sparse_ones) {
-    GltfDocument document;
+    Document document;
     for (int n = 0; n < 4; ++n)
         document.node("{}");
     const std::size_t at = document.times({0, 0.5f});
@@ -312,7 +312,7 @@ TEST(Gltf, numbers_of_every_type_are_read_with_strides_and_sparse_ones) {
     const std::size_t weight = document.numbers(weights, "SCALAR", 5120, 1);
     document.json["accessors"][weight]["normalized"] = true;
     document.json["meshes"] =
-        GltfJson::parse(R"([{"primitives": [{"attributes": {}, "targets": [{}, {}]}]}])");
+        Json::parse(R"([{"primitives": [{"attributes": {}, "targets": [{}, {}]}]}])");
     document.json["nodes"][3]["mesh"] = 0;
     document.move(0, 3, "weights", at, weight);
 
@@ -334,4 +334,4 @@ TEST(Gltf, numbers_of_every_type_are_read_with_strides_and_sparse_ones) {
 }
 
 } // namespace
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

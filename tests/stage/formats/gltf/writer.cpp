@@ -1,6 +1,6 @@
 // Writing glTF: what stays byte for byte, and what edited curves become.
 
-#include "stage/formats/gltf/animation/quaternion.h"
+#include "stage/formats/gltf/document/quaternion.h"
 #include "stage/scene/transform.h"
 #include "tests/stage/cli/program.h"
 #include "tests/stage/formats/gltf/document.h"
@@ -11,7 +11,7 @@
 #include <set>
 #include <sstream>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 namespace {
 
 constexpr double pi = std::numbers::pi;
@@ -54,8 +54,8 @@ std::optional<std::set<std::string>> errorsOf(const fs::path& file) {
 }
 
 TEST(GltfWrite, a_scene_that_no_command_touched_is_its_file_again) {
-    auto document = GltfDocument::twoClips();
-    document.json["extras"] = GltfJson::parse(R"({"x": [1.50, 1e-10, 12345678901234567890123]})");
+    auto document = Document::twoClips();
+    document.json["extras"] = Json::parse(R"({"x": [1.50, 1e-10, 12345678901234567890123]})");
     const std::string odd = " {\"extensionsUsed\" :\t[ ]," + document.embedded().substr(1) + "\n\n";
     std::string glb = document.glb();
     glb += glbChunkHead(0x12345678, 4) + "more";
@@ -72,12 +72,12 @@ TEST(GltfWrite, a_scene_that_no_command_touched_is_its_file_again) {
 }
 
 TEST(GltfWrite, an_edit_changes_its_sampler_and_leaves_every_other_byte) {
-    const auto before = GltfDocument::twoClips();
+    const auto before = Document::twoClips();
     auto file = loaded("a.glb", before.glb());
     keyAt(file.scene, "A", positionY, 12, 77);
     const auto after = documentOf(written(file.scene, "b.glb"));
     // The times are the same: nothing but the second place's y is another number.
-    EXPECT_EQ(after.json, before.withBuffer(GltfJson::object()));
+    EXPECT_EQ(after.json, before.withBuffer(Json::object()));
     const std::size_t y = 4 * (5 + 3 + 1);
     EXPECT_EQ(after.bytes.substr(0, y), before.bytes.substr(0, y));
     EXPECT_EQ(after.bytes.substr(y + 4), before.bytes.substr(y + 4));
@@ -99,7 +99,7 @@ TEST(GltfWrite, an_edit_changes_its_sampler_and_leaves_every_other_byte) {
 }
 
 TEST(GltfWrite, samplers_that_are_shared_stay_as_they_are) {
-    auto document = GltfDocument::twoClips();
+    auto document = Document::twoClips();
     // B goes where A goes, by the very same sampler.
     document.json["animations"][0]["channels"][2]["sampler"] = 0;
     auto file = loaded("a.gltf", document.embedded());
@@ -111,7 +111,7 @@ TEST(GltfWrite, samplers_that_are_shared_stay_as_they_are) {
 
 TEST(GltfWrite, a_file_that_is_edited_again_and_again_does_not_grow) {
     for (const char* name : {"a.glb", "a.gltf"}) {
-        auto document = GltfDocument::twoClips();
+        auto document = Document::twoClips();
         std::string bytes = name == std::string("a.glb") ? document.glb() : document.embedded();
         std::size_t most = 0;
         for (int round = 0; round < 40; ++round) {
@@ -140,7 +140,7 @@ TEST(GltfWrite, a_file_that_is_edited_again_and_again_does_not_grow) {
 }
 
 TEST(GltfWrite, where_an_extension_may_use_anything_all_old_bytes_stay) {
-    auto document = GltfDocument::twoClips();
+    auto document = Document::twoClips();
     document.json["nodes"][1]["extensions"] = {{"EXT_unheard_of", {{"accessor", 2}}}};
     auto file = loaded("a.glb", document.glb());
     keyAt(file.scene, "A", positionY, 12, 77);
@@ -151,9 +151,9 @@ TEST(GltfWrite, where_an_extension_may_use_anything_all_old_bytes_stay) {
 }
 
 TEST(GltfWrite, channels_and_clips_come_and_go) {
-    auto document = GltfDocument::twoClips();
+    auto document = Document::twoClips();
     document.json.erase("animations");
-    document.json["nodes"][0] = GltfJson::parse(
+    document.json["nodes"][0] = Json::parse(
         R"({"name": "A", "matrix": [2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 5, 6, 7, 1], "children": [1]})");
     auto file = loaded("still.glb", document.glb());
     keyAt(file.scene, "A", scaleX, 10, 3);
@@ -236,7 +236,7 @@ TEST(GltfWrite, curves_of_a_node_become_one_sampler_that_says_the_same) {
     };
     for (const Merge& one : merges) {
         SCOPED_TRACE(one.name);
-        auto document = GltfDocument::twoClips();
+        auto document = Document::twoClips();
         auto file = loaded("m.glb", document.glb());
         for (std::size_t c = 0; c < 3; ++c)
             assign(curve(file.scene, "A", static_cast<MotionChannel>(positionX + c)),
@@ -245,7 +245,7 @@ TEST(GltfWrite, curves_of_a_node_become_one_sampler_that_says_the_same) {
         const std::string bytes = written(file.scene, "m.glb", &warnings);
         EXPECT_EQ(warnings.empty(), one.isExact);
         const auto after = documentOf(bytes);
-        const GltfJson& sampler = after.json["animations"][0]["samplers"][0];
+        const Json& sampler = after.json["animations"][0]["samplers"][0];
         EXPECT_EQ(sampler["interpolation"], one.interpolation);
         EXPECT_EQ(after.json["accessors"][sampler["input"].get<std::size_t>()]["count"], one.count);
         const auto back = loaded("m.glb", bytes);
@@ -275,7 +275,7 @@ TEST(GltfWrite, rotations_turn_on_frames_as_the_scene_does) {
     };
     for (const auto& one : cases) {
         SCOPED_TRACE(one.name);
-        auto document = GltfDocument::twoClips();
+        auto document = Document::twoClips();
         auto file = loaded("r.glb", document.glb());
         for (std::size_t c = 0; c < 3; ++c) {
             Envelope& to = curve(file.scene, "A", static_cast<MotionChannel>(heading + c));
@@ -307,7 +307,7 @@ TEST(GltfWrite, rotations_turn_on_frames_as_the_scene_does) {
 
 TEST(GltfWrite, rotations_that_were_not_edited_keep_their_numbers) {
     for (const bool cubic : {false, true}) {
-        GltfDocument document;
+        Document document;
         document.node(R"({"name": "A"})");
         std::vector<float> at, output;
         for (int key = 0; key < 20; ++key) { // not of the length 1, signs at random
@@ -343,7 +343,7 @@ TEST(GltfWrite, rotations_that_were_not_edited_keep_their_numbers) {
 }
 
 TEST(GltfWrite, what_gltf_does_not_hold_is_said_and_named) {
-    auto file = loaded("w.glb", GltfDocument::twoClips().glb());
+    auto file = loaded("w.glb", Document::twoClips().glb());
     Scene& scene = file.scene;
     curve(scene, "B", positionX).after = Behaviour::repeat;
     keyAt(scene, "A", positionX, -10, 5);
@@ -366,7 +366,7 @@ TEST(GltfWrite, what_gltf_does_not_hold_is_said_and_named) {
 }
 
 TEST(GltfWrite, external_buffers_are_copied_and_never_changed) {
-    const auto document = GltfDocument::twoClips();
+    const auto document = Document::twoClips();
     const fs::path from = scratch("from"), to = scratch("to");
     fs::remove_all(from);
     fs::remove_all(to);
@@ -396,13 +396,13 @@ TEST(GltfWrite, external_buffers_are_copied_and_never_changed) {
 }
 
 TEST(GltfWrite, a_document_goes_from_either_form_to_the_other) {
-    const auto document = GltfDocument::twoClips();
+    const auto document = Document::twoClips();
     const auto text = loaded("a.glb", document.glb());
     const auto asText = documentOf(written(text.scene, "b.gltf"));
     EXPECT_EQ(asText.bytes, document.bytes);
     const auto asGlb =
         documentOf(written(loaded("b.gltf", bytesOf(scratch("b.gltf"))).scene, "c.glb"));
-    EXPECT_EQ(asGlb.json, document.withBuffer(GltfJson::object()));
+    EXPECT_EQ(asGlb.json, document.withBuffer(Json::object()));
     EXPECT_EQ(asGlb.bytes.substr(0, document.bytes.size()), document.bytes);
 }
 
@@ -446,13 +446,13 @@ void expectOthersKept(const std::string& was, const std::string& is, const std::
     std::set<std::size_t> used; // accessors of the open clip
     std::size_t walking = 0, clips = before.json["animations"].size();
     for (std::size_t clip = 0; clip < clips; ++clip) {
-        const GltfJson& animation = before.json["animations"][clip];
+        const Json& animation = before.json["animations"][clip];
         if (animation["name"] != open) {
             EXPECT_EQ(after.json["animations"][clip], animation);
             continue;
         }
         walking = clip;
-        for (const GltfJson& sampler : animation["samplers"])
+        for (const Json& sampler : animation["samplers"])
             for (const char* end : {"input", "output"})
                 used.insert(sampler[end].get<std::size_t>());
     }
@@ -561,7 +561,7 @@ TEST(GltfWrite, the_validator_finds_nothing_wrong_with_what_is_written) {
             files.push_back(scratch(example + std::string(extension)));
             ASSERT_TRUE(writeScene(scene.value().scene, files.back()).ok());
         }
-    auto document = GltfDocument::twoClips();
+    auto document = Document::twoClips();
     for (const char* name : {"edited.glb", "edited.gltf"}) {
         auto file =
             loaded(name, name == std::string("edited.glb") ? document.glb() : document.embedded());
@@ -582,4 +582,4 @@ TEST(GltfWrite, the_validator_finds_nothing_wrong_with_what_is_written) {
 }
 
 } // namespace
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -1,11 +1,11 @@
-#include "stage/formats/bvh/turned.h"
+#include "stage/formats/bvh/rotation_sampler.h"
 
 #include <cmath>
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
-TurnedSampler::TurnedSampler(const Scene& scene, const BvhMemory* memory, ItemId item,
-                             const RotationOrder& order)
+RotationSampler::RotationSampler(const Scene& scene, const Memory* memory, ItemId item,
+                                 const RotationOrder& order)
     : samplers_{FrameSampler(scene.motion(item, heading), scene.rate),
                 FrameSampler(scene.motion(item, pitch), scene.rate),
                 FrameSampler(scene.motion(item, bank), scene.rate)},
@@ -13,7 +13,7 @@ TurnedSampler::TurnedSampler(const Scene& scene, const BvhMemory* memory, ItemId
     if (memory && memory->knows(item)) remembered_ = &memory->anglesOf(item);
 }
 
-const Vec3* TurnedSampler::rememberedAt(double time) const {
+const Vec3* RotationSampler::rememberedAt(double time) const {
     if (!remembered_ || remembered_->empty()) return nullptr;
     const double frame = memory_->rate.frameOf(time);
     const double whole = std::round(frame);
@@ -23,7 +23,7 @@ const Vec3* TurnedSampler::rememberedAt(double time) const {
     return &(*remembered_)[static_cast<std::size_t>(whole)];
 }
 
-Vec3 TurnedSampler::at(double time) {
+Vec3 RotationSampler::at(double time) {
     // Radians. More than the error of decomposing a rotation where two axes nearly coincide, and
     // far less than anyone sees.
     constexpr double same = 3.5e-6;
@@ -57,4 +57,4 @@ Vec3 TurnedSampler::at(double time) {
     return written;
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh

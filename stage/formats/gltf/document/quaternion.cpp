@@ -1,9 +1,9 @@
-#include "stage/formats/gltf/animation/quaternion.h"
+#include "stage/formats/gltf/document/quaternion.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 namespace {
 
@@ -55,6 +55,28 @@ Quaternion quaternionOf(const Vec3& angles) {
                    Quaternion{0, 0, std::sin(b), std::cos(b)});
 }
 
+Quaternion quaternionOfMatrix(const Mat3& m) {
+    // The largest of the four first, so that nothing is divided by a number near zero.
+    const std::array<double, 4> squares{
+        1 + m[0][0] - m[1][1] - m[2][2], 1 - m[0][0] + m[1][1] - m[2][2],
+        1 - m[0][0] - m[1][1] + m[2][2], 1 + m[0][0] + m[1][1] + m[2][2]};
+    const auto largest =
+        static_cast<std::size_t>(std::ranges::max_element(squares) - squares.begin());
+    const double size = std::sqrt(squares[largest]) / 2, part = 0.25 / size;
+    Quaternion q{};
+    q[largest] = size;
+    if (largest == 3) {
+        for (std::size_t n = 0; n < 3; ++n)
+            q[n] = (m[(n + 2) % 3][(n + 1) % 3] - m[(n + 1) % 3][(n + 2) % 3]) * part;
+    } else {
+        const std::size_t i = largest, j = (i + 1) % 3, k = (i + 2) % 3;
+        q[j] = (m[i][j] + m[j][i]) * part;
+        q[k] = (m[i][k] + m[k][i]) * part;
+        q[3] = (m[k][j] - m[j][k]) * part;
+    }
+    return q;
+}
+
 double angleBetween(const Quaternion& a, const Quaternion& b) {
     const double same = distance(a, b, 1), other = distance(a, b, -1);
     return 4 * std::atan2(std::min(same, other), std::max(same, other));
@@ -73,7 +95,7 @@ Quaternion slerp(const Quaternion& a, const Quaternion& b, double part) {
 }
 
 Vec3 angleRates(const Quaternion& q, const Quaternion& slope, const Vec3& angles) {
-    // Of the slope counts what turns: along q itself it changes the length alone.
+    // Only the part of the slope that rotates counts: along q itself it changes the length.
     const double squared = dot(q, q);
     const Quaternion back{-q[0] / squared, -q[1] / squared, -q[2] / squared, q[3] / squared};
     const Quaternion half = product(slope, back);
@@ -93,4 +115,4 @@ Quaternion quaternionRate(const Quaternion& q, const Vec3& angles, const Vec3& r
     return product(halfTurn, q);
 }
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

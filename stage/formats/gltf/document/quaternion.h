@@ -3,7 +3,7 @@
 
 #include "stage/scene/math/rotation.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::gltf {
 
 using Quaternion = std::array<double, 4>; // x, y, z, w
 
@@ -15,6 +15,7 @@ Quaternion normalized(const Quaternion& q); // the length must not be 0
 // The quaternion need not have the length 1.
 Mat3 matrixOf(const Quaternion& q);
 Quaternion quaternionOf(const Vec3& headingPitchBankAngles);
+Quaternion quaternionOfMatrix(const Mat3& rotation);
 
 // The smallest angle that turns one into the other, in radians.
 double angleBetween(const Quaternion& a, const Quaternion& b);
@@ -30,4 +31,4 @@ Vec3 angleRates(const Quaternion& q, const Quaternion& slope, const Vec3& angles
 // quaternion, with either sign.
 Quaternion quaternionRate(const Quaternion& q, const Vec3& angles, const Vec3& rates);
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::gltf

@@ -4,13 +4,13 @@
 #include "stage/formats/bvh/bvh.h"
 #include "stage/scene/keys/frame_sampler.h"
 
-namespace cadencora::stage {
+namespace cadencora::stage::bvh {
 
 // The rotation of a joint whose columns are not heading, pitch and bank, frame after frame.
-class TurnedSampler {
+class RotationSampler {
 public:
-    TurnedSampler(const Scene& scene, const BvhMemory* memory, ItemId item,
-                  const RotationOrder& order);
+    RotationSampler(const Scene& scene, const Memory* memory, ItemId item,
+                    const RotationOrder& order);
 
     // Degrees about the axes of the order. The file's own angles where the rotation still is what
     // they make; else the angles nearest to those of the frame before.
@@ -24,10 +24,10 @@ private:
 
     std::array<FrameSampler, 3> samplers_;
     RotationOrder order_;
-    const BvhMemory* memory_;
+    const Memory* memory_;
     const std::vector<Vec3>* remembered_ = nullptr; // degrees, by frame of the file
     bool started_ = false;
     Vec3 before_{}; // radians, of the frame before
 };
 
-} // namespace cadencora::stage
+} // namespace cadencora::stage::bvh
