@@ -1,3 +1,5 @@
+// Fuzzes the reader of BVH files.
+
 #include "stage/formats/bvh/bvh.h"
 #include "fuzz/reading.h"
 

@@ -1,3 +1,5 @@
+// Fuzzes the readers of .gltf and .glb files.
+
 #include "stage/formats/gltf/gltf.h"
 #include "fuzz/reading.h"
 

@@ -1,3 +1,5 @@
+// Fuzzes the readers of motion files: what was read must be written and read back the same.
+
 #include "stage/formats/native/motion_file.h"
 #include "fuzz/reading.h"
 

@@ -33,14 +33,14 @@ inline void checkCurve(const Envelope& curve) {
     double last = -HUGE_VAL;
     std::size_t count = 0;
     for (auto key = curve.keys.begin(); key; key.advance(), ++count) {
-        require(std::isfinite(key.time()) && key.time() > last, "keys stand in order of time");
+        require(std::isfinite(key.time()) && key.time() > last, "keys are in order of time");
         require(std::isfinite(key.value()), "values are finite");
         last = key.time();
     }
     require(count == curve.keys.size(), "keys are counted right");
 }
 
-// That deforming and drawing it follows no index into nowhere.
+// That deforming and drawing it uses no index that is out of range.
 inline void checkMesh(const Scene& scene, const Mesh& mesh) {
     const MeshShape& shape = *mesh.shape;
     const auto isPoint = [&](std::uint32_t point) { return point < shape.points.size(); };
@@ -61,14 +61,14 @@ inline void checkMesh(const Scene& scene, const Mesh& mesh) {
     for (const MorphTarget& target : shape.targets)
         require(std::ranges::all_of(target.points, isPoint) &&
                     target.points.size() == target.moves.size(),
-                "morphs move points");
+                "every point of a morph has its difference");
     if (!mesh.skin) return;
-    require(shape.pulls.size() == shape.points.size(), "a skin pulls at every point");
+    require(shape.pulls.size() == shape.points.size(), "a skin has weights for every point");
     require(mesh.skin->joints.size() == mesh.skin->inverseBinds.size(), "joints have their binds");
     for (const ItemId joint : mesh.skin->joints)
         require(scene.has(joint), "joints are items");
-    for (const JointWeights& pull : shape.pulls)
-        for (const std::uint16_t joint : pull.joints)
+    for (const JointWeights& weights : shape.pulls)
+        for (const std::uint16_t joint : weights.joints)
             require(joint < mesh.skin->joints.size(), "joints are of the skin");
 }
 

@@ -1,3 +1,5 @@
+// Fuzzes the reader of scene files.
+
 #include "stage/formats/native/scene_file.h"
 #include "fuzz/reading.h"
 

@@ -1,3 +1,5 @@
+// Fuzzes the reader of single frame records: what was read must be written and read back the same.
+
 #include "plugin/transfer/frame_records.h"
 
 #include <cmath>

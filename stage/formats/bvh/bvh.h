@@ -1,11 +1,11 @@
 // BVH motion capture: a skeleton of joints with fixed offsets, and a table of channel values, one
 // row per frame.
 //
-// A file becomes one object named after the file, which carries every joint as a bone. A joint's
+// A file becomes one object named after the file, which owns every joint as a bone. A joint's
 // OFFSET is the rest value of its position channels. The file's rotations are degrees about X, Y
 // and Z in any order; they become heading, pitch and bank. Where the file's order agrees with that
-// order values pass one by one; else each frame's rotation is decomposed again, unrolled from the
-// frame before, and the file's own angles are remembered for writing.
+// order values are taken over one by one; else each frame's rotation is decomposed again, unrolled
+// from the frame before, and the file's own angles are remembered for writing.
 #pragma once
 
 #include "stage/formats/format.h"
@@ -34,7 +34,7 @@ struct Memory final : SourceMemory {
     std::size_t frames = 0;
 
     // By the item's position in the scene: the rotations of each frame in degrees, in the joint's
-    // complete order; empty for joints whose values pass one by one.
+    // complete order; empty for joints whose values are taken over one by one.
     std::vector<std::vector<Vec3>> angles;
 
     bool knows(ItemId item) const { return static_cast<std::size_t>(item) <= angles.size(); }

@@ -1,3 +1,5 @@
+// What of a scene BVH cannot hold, as warnings.
+
 #include "stage/formats/bvh/plan.h"
 
 #include "stage/base/text.h"
@@ -30,7 +32,7 @@ bool isOther(const Scene&, const Item& item) {
     return !isBone(item) && !hasBones(item);
 }
 
-bool isMovedCarrier(const Scene& scene, const Item& item) {
+bool isMovedOwner(const Scene& scene, const Item& item) {
     return hasBones(item) &&
            (leaves(scene, item, positionX, bank, 0) || leaves(scene, item, scaleX, scaleZ, 1));
 }
@@ -59,12 +61,13 @@ struct Loss {
 };
 
 constexpr std::array losses{
-    Loss{isOther, "BVH holds bones alone; left out"},
-    Loss{isMovedCarrier, "BVH does not hold the place of the object that carries the bones"},
+    Loss{isOther, "BVH holds only bones; left out"},
+    Loss{isMovedOwner,
+         "BVH does not hold the position, rotation and scale of the object that owns the bones"},
     Loss{isScaledBone, "BVH does not hold the scale"},
     Loss{hasPivot, "BVH does not hold the pivot point and the second rotation"},
     Loss{hasFurtherChannels, "BVH does not hold morphs and further channels"},
-    Loss{isMisplacedRoot, "written as a root, without what it stands under"},
+    Loss{isMisplacedRoot, "written as a root, without its parent"},
 };
 
 } // namespace
@@ -84,11 +87,11 @@ std::vector<std::string> findLosses(const Scene& scene) {
         if (count > mostNames) names += " and " + std::to_string(count - mostNames) + " more";
         if (count > 0) warnings.push_back(std::string(loss.what) + ": " + names);
     }
-    std::size_t carriers = 0;
+    std::size_t owners = 0;
     for (std::size_t i = 0; i < scene.itemCount(); ++i)
-        if (hasBones(scene.item(Scene::itemAt(i)))) ++carriers;
-    if (carriers > 1)
-        warnings.push_back("BVH holds one skeleton; the bones of " + std::to_string(carriers) +
+        if (hasBones(scene.item(Scene::itemAt(i)))) ++owners;
+    if (owners > 1)
+        warnings.push_back("BVH holds one skeleton; the bones of " + std::to_string(owners) +
                            " objects are written as roots of it");
     return warnings;
 }

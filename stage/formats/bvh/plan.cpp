@@ -15,7 +15,7 @@ bool isBone(const Scene& scene, ItemId id) {
     return id != ItemId::none && scene.item(id).type == ItemType::bone;
 }
 
-// The item, or the first of its siblings behind it, that is a bone.
+// The item, or the first of its later siblings, that is a bone.
 ItemId boneFrom(const Scene& scene, ItemId id) {
     while (id != ItemId::none && scene.item(id).type != ItemType::bone)
         id = scene.item(id).nextSibling;
@@ -39,12 +39,12 @@ void addBranch(const Scene& scene, ItemId root, std::vector<Joint>& joints) {
 
 // The columns that the joint had in its file, or the usual ones.
 std::vector<MotionChannel> usualChannels(const Scene& scene, const Joint& joint) {
-    const bool moves =
+    const bool isMoved =
         joint.depth == 0 ||
         std::ranges::any_of(std::array{positionX, positionY, positionZ}, [&](MotionChannel c) {
             return !scene.motion(joint.item, c).keys.empty();
         });
-    if (!moves) return {heading, pitch, bank};
+    if (!isMoved) return {heading, pitch, bank};
     return {positionX, positionY, positionZ, heading, pitch, bank};
 }
 
@@ -55,7 +55,7 @@ std::vector<MotionChannel> fileChannels(const Item& item) {
     return channels;
 }
 
-// True where the curve of a channel that the file has no column for says something.
+// True where the curve of a channel that the file has no column for changes anything.
 bool needsColumn(const Scene& scene, const Joint& joint, MotionChannel channel) {
     if (std::ranges::find(joint.channels, channel) != joint.channels.end()) return false;
     const Envelope& envelope = scene.motion(joint.item, channel);
@@ -80,7 +80,7 @@ bool addColumns(const Scene& scene, const Plan& plan, Joint& joint) {
     const auto needs = [&](MotionChannel c) { return needsColumn(scene, joint, c); };
     const RotationColumns columns = rotationColumns(channels);
     if (columns.direct) {
-        // Heading, pitch and bank pass one by one in their own order only.
+        // Heading, pitch and bank are taken over one by one only in their own order.
         if (std::ranges::any_of(std::array{heading, pitch, bank}, needs)) {
             std::erase_if(channels, isRotation);
             channels.insert(channels.end(), {heading, pitch, bank});
@@ -122,7 +122,7 @@ Result<Plan> makePlan(const Scene& scene, const std::filesystem::path& path) {
     }
     if (plan.joints.empty())
         return Problem{"cannot write the scene as BVH", path.string(),
-                       "it has no bones, and BVH holds bones alone"};
+                       "it has no bones, and BVH holds only bones"};
     std::size_t extended = 0;
     for (Joint& joint : plan.joints) {
         const Item& item = scene.item(joint.item);
@@ -133,7 +133,7 @@ Result<Plan> makePlan(const Scene& scene, const std::filesystem::path& path) {
         if (fromFile && addColumns(scene, plan, joint)) ++extended;
         plan.columns += joint.channels.size();
     }
-    if (plan.columns == 0) plan.frames = 0; // an empty row is none
+    if (plan.columns == 0) plan.frames = 0; // rows without values are not written
     if (static_cast<double>(plan.frames) * static_cast<double>(plan.columns) > mostValues)
         return Problem{"cannot write the scene as BVH", path.string(),
                        std::to_string(plan.frames) + " frames of " + std::to_string(plan.columns) +

@@ -1,4 +1,4 @@
-// What of a scene goes into a BVH file, decided before anything is written.
+// Which parts of a scene go into a BVH file, decided before anything is written.
 #pragma once
 
 #include "stage/formats/bvh/bvh.h"
@@ -21,7 +21,7 @@ struct Plan {
     std::vector<std::string> warnings;
 };
 
-// Fails where there is no bone, or where the rows would be beyond measure.
+// Fails where there is no bone, or where there would be too many rows.
 Result<Plan> makePlan(const Scene& scene, const std::filesystem::path& path);
 
 // What BVH cannot hold of the scene, in words.

@@ -1,3 +1,5 @@
+// Reading BVH: the hierarchy, then the rows.
+
 #include "stage/formats/bvh/bvh.h"
 
 #include "stage/base/text.h"
@@ -164,7 +166,7 @@ bool Reader::offset(OpenJoint& joint) {
 
 bool Reader::channels(OpenJoint& joint) {
     if (joint.channels) return in_.fail("a joint has one CHANNELS line", "this is the second");
-    if (joint.children) return in_.fail("CHANNELS stands before the joints inside a joint");
+    if (joint.children) return in_.fail("CHANNELS comes before the joints inside a joint");
     in_.skipSpace();
     const auto count = parseInteger(in_.peek());
     if (!count || *count < 0 || *count > static_cast<long long>(channelNames.size()))
@@ -201,7 +203,7 @@ bool Reader::endSite(OpenJoint& joint) {
     return true;
 }
 
-// Words and a colon, with or without blanks between and behind them.
+// Words and a colon, with or without blanks between and after them.
 bool Reader::label(std::string_view text) {
     in_.skipSpace();
     while (!text.empty()) {
@@ -228,7 +230,7 @@ bool Reader::motionHead() {
     if (!label("Frame Time")) return in_.expected(wanted);
     const std::string_view time = in_.peek();
     const auto rate = FrameRate::fromFrameTime(time);
-    // A skeleton without motion may well say that its frames take no time.
+    // A skeleton without motion may have a frame time of 0.
     if (!rate && (claimedFrames_ > 0 || !parseNumber(time))) return in_.expected(wanted);
     if (rate) memory_->frameTime = time;
     scene().rate = memory_->rate = rate.value_or(FrameRate());
@@ -272,7 +274,7 @@ void Reader::addKeys(const std::vector<double>& numbers, double time) {
             if (joint.column[n] != RotationColumns::none) degrees[n] = numbers[joint.column[n]];
             radians[n] = degrees[n] * radiansPerDegree;
         }
-        // The first frame has no frame before: it stays near the file's angles, turns included.
+        // The first frame stays near the file's angles, full turns included.
         if (joint.remembered->empty())
             joint.before = reordered(radians, joint.order, headingPitchBank);
         joint.before = anglesNear(rotation(radians, joint.order), headingPitchBank, joint.before);

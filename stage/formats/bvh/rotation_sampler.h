@@ -1,4 +1,4 @@
-// Rotations that do not pass value by value between BVH and the scene, on their way to the file.
+// Rotations for columns that are not heading, pitch and bank: sampled and converted for the file.
 #pragma once
 
 #include "stage/formats/bvh/bvh.h"

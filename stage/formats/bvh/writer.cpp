@@ -1,3 +1,5 @@
+// Writing BVH: the hierarchy, then a row for each frame.
+
 #include "stage/formats/bvh/plan.h"
 
 #include "stage/base/file.h"
@@ -150,7 +152,7 @@ public:
         for (const ReorderedColumns& joint : reordered_)
             std::ranges::for_each(joint.sampler.samplers(), count);
         if (between > 0)
-            warnings.push_back("keys stand between frames, where a row per frame cannot hold "
+            warnings.push_back("keys are between frames, where a row per frame cannot hold "
                                "them: " +
                                std::to_string(between) + " channels");
         if (before > 0)

@@ -2,21 +2,23 @@
 // with them in one file (.glb).
 //
 // One clip is open at a time. Its channels become envelopes; the rest of the file is remembered
-// and is written byte for byte as it was. Inside, a file passes through these rooms, each of which
-// calls those above it alone:
+// and is written byte for byte as it was. Each folder below uses only those above it:
 //
-//   gltf_container   GLB chunks, JSON text, base64
-//   gltf_files       the files that a document names, and which of them may be touched
-//   gltf_outline     a copy of what concerns motion, every member checked
-//   gltf_model       the same as plain tables
-//   gltf_primitives  which accessors meshes are made of, where meshes are asked for
-//   gltf_numbers     an accessor's numbers, bounds checked
-//   gltf_track       a sampler's keys; key times on frames
-//   gltf_quaternion  rotations as the file has them and as the scene has them
-//   gltf_memory      what a scene remembers of its file
-//   gltf_mesh        the items' meshes; one that cannot be shown is left out
-//   gltf_merge       curves of one node and path as one sampler
-//   gltf_edit        putting samplers into a document, and nothing else
+//   document/   container   GLB chunks, JSON text, base64
+//               files       the files that a document names, and which of them may be used
+//               checked     values of the JSON, checked one by one
+//               model       what concerns motion and meshes, as plain tables
+//               numbers     the numbers of an accessor, bounds checked
+//               quaternion  rotations as the file has them and as the scene has them
+//               clock       the frame rate of the key times
+//               memory      what a scene remembers of its file
+//   animation/  track       the keys of a sampler
+//               knots       curves sampled together
+//               merge       curves of one node and path as one sampler
+//   mesh/       the meshes of the items; a mesh that cannot be shown is left out
+//   write/      draft       a document that is about to be written
+//               fresh       a document for a scene that came from elsewhere
+//               uses, edit  putting samplers into a document
 #pragma once
 
 #include "stage/formats/format.h"

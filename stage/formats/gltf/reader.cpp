@@ -1,3 +1,5 @@
+// Reading glTF: nodes become items, the open clip becomes keys.
+
 #include "stage/formats/gltf/gltf.h"
 
 #include "stage/base/text.h"
@@ -50,8 +52,8 @@ private:
     const std::string where_;
     Loaded loaded_;
     std::vector<bool> isJoint_, isBelowJoint_; // by node; below: the joint itself, too
-    std::vector<std::size_t> carrier_;         // by joint: the node that carries it, or none
-    ItemId fileObject_ = ItemId::none;         // carries bones that nothing else can
+    std::vector<std::size_t> ownerNode_;       // by joint: the node that has its skin, or none
+    ItemId fileObject_ = ItemId::none;         // owns bones that nothing else can own
     std::size_t keys_ = 0;
 };
 
@@ -67,7 +69,7 @@ Result<> SceneReader::items() {
     memory_->items.resize(model_.nodes.size());
     memory_->morphs.resize(model_.nodes.size());
     markBones();
-    // Bones come last: the objects that carry them have to be there.
+    // Bones come last: the objects that own them must exist.
     for (const bool bones : {false, true})
         for (std::size_t i = 0; i < model_.nodes.size(); ++i)
             if (model_.nodes[i].parent == none) addBranch(i, bones);
@@ -77,7 +79,7 @@ Result<> SceneReader::items() {
 void SceneReader::markBones() {
     const std::size_t count = model_.nodes.size();
     isJoint_.resize(count);
-    carrier_.resize(count, none);
+    ownerNode_.resize(count, none);
     for (const Skin& skin : model_.skins)
         for (const std::size_t joint : skin.joints)
             isJoint_[joint] = true;
@@ -98,7 +100,7 @@ void SceneReader::markBones() {
         const Node& node = model_.nodes[i];
         if (node.skin == none || isBelowJoint_[i] || typeOf(i) != ItemType::object) continue;
         for (const std::size_t joint : model_.skins[node.skin].joints)
-            if (carrier_[joint] == none) carrier_[joint] = i;
+            if (ownerNode_[joint] == none) ownerNode_[joint] = i;
     }
 }
 
@@ -108,10 +110,10 @@ ItemType SceneReader::typeOf(std::size_t node) const {
     return model_.nodes[node].isLight ? ItemType::light : ItemType::object;
 }
 
-// The first node that carries the joint's skin; where none can, the nearest object above all
-// joints; where there is none, an object of the file's own name.
+// The first node that has the joint's skin; else the nearest object above all joints; else an
+// object with the name of the file.
 ItemId SceneReader::ownerOf(std::size_t joint) {
-    std::size_t node = carrier_[joint];
+    std::size_t node = ownerNode_[joint];
     if (node == none)
         for (node = model_.nodes[joint].parent;
              node != none && (isBelowJoint_[node] || typeOf(node) != ItemType::object);)
@@ -173,8 +175,8 @@ Result<> SceneReader::curves() {
             "animations[" + std::to_string(clip) + "].channels[" + std::to_string(i) + "].target";
         const auto [before, isNew] = seen.insert({{channel.node, channel.path}, i});
         if (!isNew)
-            return problem(place, "two channels move the same",
-                           "channels[" + std::to_string(before->second) + "] does, too");
+            return problem(place, "two channels animate the same property",
+                           "channels[" + std::to_string(before->second) + "] does so, too");
         if (channel.path == Path::weights && model_.targetsOf(channel.node) == 0)
             return problem(place, "the node has no morph targets",
                            "nodes[" + std::to_string(channel.node) + "]");
@@ -232,7 +234,7 @@ bool isGlb(std::string_view head) {
     return head.starts_with("glTF");
 }
 
-// A JSON object whose first member is one that glTF has and a scene file has not.
+// A JSON object whose first member is one of glTF and not one of scene files.
 bool isGltfText(std::string_view head) {
     constexpr std::array<std::string_view, 16> members{
         "\"accessors\"", "\"animations\"",     "\"asset\"",  "\"buffers\"",

@@ -1,3 +1,5 @@
+// Writing glTF: curves that differ from the file become samplers of it.
+
 #include "stage/formats/gltf/gltf.h"
 
 #include "stage/base/text.h"
@@ -22,7 +24,7 @@ std::string rounded(double value) {
     return text.data();
 }
 
-// What there is to say about some of the curves: the first few by name.
+// A warning about some of the curves, the first few by name.
 struct Remark {
     std::string text;
     std::string names;
@@ -33,8 +35,8 @@ struct Remark {
         if (++count <= mostNames) names += (names.empty() ? "" : ", ") + name;
         if (count == mostNames + 1) names += " and more";
     }
-    void say(std::vector<std::string>& warnings, const std::string& behind = {}) const {
-        if (count > 0) warnings.push_back(text + behind + ": " + names);
+    void say(std::vector<std::string>& warnings, const std::string& after = {}) const {
+        if (count > 0) warnings.push_back(text + after + ": " + names);
     }
 };
 
@@ -98,7 +100,7 @@ private:
     Remark turned_{"between keys these rotations are off", {}, 0};
     Remark sampled_{"keys were added on frames, since glTF has no curve like this", {}, 0};
     Remark early_{"keys before frame 0 are left out", {}, 0};
-    Remark close_{"keys that are too near to another one for glTF are left out", {}, 0};
+    Remark close_{"keys that are too close to another key for glTF are left out", {}, 0};
     double worstTurn_ = 0, worstValue_ = 0; // radians, units
 };
 
@@ -123,7 +125,7 @@ Result<> SceneWriter::compare() {
     return done();
 }
 
-// What the file says of a path, once more; nothing where it says nothing.
+// Reads the keys of a path from the file again; nothing where the file has no such channel.
 Result<std::optional<Remembered>> SceneWriter::remembered(std::size_t node, Path path) {
     const auto channel = source_.find({node, path});
     if (channel == source_.end()) return std::optional<Remembered>();
@@ -199,7 +201,7 @@ Result<> SceneWriter::merge(std::size_t node, Path path, std::span<const Envelop
     return done();
 }
 
-// What glTF does not hold of the scene, and what became of curves that it cannot have.
+// Warnings about what glTF cannot hold, and how curves that it cannot hold were changed.
 void SceneWriter::remarks() {
     Remark behaviours{
         "glTF holds the outermost keys' values; other behaviours are left out", {}, 0};
@@ -236,13 +238,13 @@ void SceneWriter::remarks() {
     sampled_.say(warnings);
     if (worstValue_ > 0)
         warnings.push_back("between frames these are off by up to " + rounded(worstValue_) +
-                           " units, on frames they are not");
+                           " units, on frames they are exact");
     turned_.say(warnings, " by up to " + rounded(worstTurn_ * 180 / std::numbers::pi) + " degrees");
     early_.say(warnings);
     close_.say(warnings);
 }
 
-// A node with a matrix cannot move; one with its parts can.
+// Only nodes with translation, rotation and scale can be animated, not those with a matrix.
 void SceneWriter::giveTransform(Json& node, const Node& rest) const {
     node.erase("matrix");
     node["translation"] = rest.translation;
@@ -260,7 +262,7 @@ void SceneWriter::change(Draft& draft) {
         }
     const std::string name = scene_.name.empty() ? "Animation" : scene_.name;
     if (applyChanges(draft, memory_ ? memory_->clip : none, name, changes_, isGlb_))
-        written_.warnings.push_back("the clip has no key left and is taken out of the file");
+        written_.warnings.push_back("the clip has no keys left and is removed from the file");
 }
 
 } // namespace

@@ -38,6 +38,13 @@ inline Loaded loaded(const std::string& name, std::string_view text,
     return result ? std::move(result).value() : Loaded{};
 }
 
+// The result must be a problem whose text has this part.
+template <class Value>
+void expectRefused(const Result<Value>& result, const std::string& part) {
+    ASSERT_FALSE(result.ok()) << part;
+    EXPECT_NE(result.problem().text().find(part), std::string::npos) << result.problem().text();
+}
+
 // What a scene becomes as a file, with the warnings where they are asked for.
 inline std::string written(const Scene& scene, const std::string& name,
                            std::vector<std::string>* warnings = nullptr) {
@@ -49,7 +56,7 @@ inline std::string written(const Scene& scene, const std::string& name,
     return bytesOf(path);
 }
 
-// Real motion-capture files, which are no part of the project; empty where they are not at hand.
+// Real motion files, which are not part of the project; empty where they are missing.
 inline std::filesystem::path dataFile(const std::string& name) {
     const char* given = std::getenv("CADENCORA_DATA");
     const auto folder =
@@ -76,7 +83,7 @@ inline void expectSameCurve(const Envelope& a, const Envelope& b) {
     expectSameKeys(a.keys, b.keys);
 }
 
-// Every shape, parameters of all kinds, times on no frame, extreme numbers, a negative zero.
+// Every shape, parameters of all kinds, times between frames, extreme numbers, a negative zero.
 inline Envelope oddCurve() {
     Envelope curve;
     curve.rest = -0.0;

@@ -1,4 +1,4 @@
-// Curves read off side by side at the times of all their keys, for merging.
+// Curves sampled together at the times of all their keys, for merging.
 #pragma once
 
 #include "stage/formats/gltf/animation/merge.h"
@@ -10,7 +10,7 @@ constexpr float fileTime(double time) {
     return static_cast<float>(time);
 }
 
-bool sameFileKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b); // but for rounded times
+bool sameFileKey(const KeyStore::Cursor& a, const KeyStore::Cursor& b); // except for rounded times
 
 // What spans the curves have between their keys.
 struct Spans {
@@ -27,7 +27,7 @@ public:
     const Envelope& curve(std::size_t c) const { return *curves_[c]; }
     Spans spans() const;
 
-    // Adds times in ascending order where none of the knots is.
+    // Adds times in ascending order where there is no knot yet.
     void add(const std::vector<double>& times);
 
     // The frames between two times, both left out; nothing where they are too many.

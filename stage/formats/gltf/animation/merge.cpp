@@ -11,18 +11,18 @@ namespace cadencora::stage::gltf {
 
 namespace {
 
-// The parts of a span that are looked at; held ones are furthest off at their ends.
-constexpr std::array<double, 4> looks{0.25, 0.5, 0.75, 0.999};
-constexpr std::array<double, 3> turnLooks{0.25, 0.5, 0.75};
+// Where a span is compared, as parts of it; held ones differ most at their ends.
+constexpr std::array<double, 4> samples{0.25, 0.5, 0.75, 0.999};
+constexpr std::array<double, 3> rotationSamples{0.25, 0.5, 0.75};
 
 Problem tooManyFrames() {
-    return {"the curves would need too many frames", "", "5 million is the limit"};
+    return {"the curves need too many frames", "", "5 million is the limit"};
 }
 
 Interpolation kindOf(const Spans& spans, Interpolation usual, std::size_t knots) {
     if (spans.held) {
-        const bool alone = !spans.straight && !spans.smooth;
-        return alone ? Interpolation::step : Interpolation::linear;
+        const bool onlyHeld = !spans.straight && !spans.smooth;
+        return onlyHeld ? Interpolation::step : Interpolation::linear;
     }
     if (spans.smooth && knots > 1) return Interpolation::cubic;
     if (spans.straight || usual != Interpolation::step) return Interpolation::linear;
@@ -60,7 +60,7 @@ public:
         readOff();
     }
 
-    // Adds frames to spans that would turn another way than the curves do.
+    // Adds frames to spans that would rotate otherwise than the curves do.
     Result<> refine(const FrameRate& rate, Merged& merged) {
         std::vector<double> further;
         for (std::size_t i = 0; i + 1 < knots_.size(); ++i) {
@@ -128,7 +128,7 @@ private:
         return kind_ == Interpolation::step ||
                (from != none && numbers_[span + 1].original == from + 1);
     }
-    bool turnsFar(std::size_t span) const { // where looking at parts of it may mislead
+    bool turnsFar(std::size_t span) const { // where comparing at parts of it may mislead
         constexpr double far = 0.9 * std::numbers::pi;
         return std::ranges::any_of(
             angles_, [&](const auto& a) { return std::abs(a[span + 1] - a[span]) > far; });
@@ -185,7 +185,7 @@ void RotationMerge::findOriginals() {
     std::size_t key = 0;
     for (std::size_t i = 0; i < knots_.size(); ++i) {
         const float at = fileTime(knots_.times()[i]);
-        const auto come = [&](KeyStore::Cursor& cursor) {
+        const auto advanceTo = [&](KeyStore::Cursor& cursor) {
             while (cursor && fileTime(cursor.time()) < at)
                 cursor.advance();
             return cursor && fileTime(cursor.time()) == at;
@@ -194,7 +194,7 @@ void RotationMerge::findOriginals() {
             was[0].advance();
         bool same = true;
         for (std::size_t c = 0; c < 3; ++c) {
-            const bool both = come(now[c]) && come(was[c]);
+            const bool both = advanceTo(now[c]) && advanceTo(was[c]);
             same = same && both && sameFileKey(now[c], was[c]);
         }
         if (same) numbers_[i].original = key;
@@ -232,7 +232,7 @@ Quaternion RotationMerge::between(std::size_t span, double u) const {
 double RotationMerge::errorOf(std::size_t span) const {
     const double start = knots_.times()[span], length = knots_.times()[span + 1] - start;
     double worst = 0;
-    for (const double part : turnLooks) {
+    for (const double part : rotationSamples) {
         const double time = start + part * length;
         const Vec3 angles{knots_.curve(0).evaluate(time), knots_.curve(1).evaluate(time),
                           knots_.curve(2).evaluate(time)};
@@ -287,7 +287,7 @@ Result<Merged> mergeCurves(std::span<const Envelope* const> curves, const FrameR
         }
         if (!merged.onFrames) continue;
         for (std::size_t i = 0; i + 1 < knots.size(); ++i)
-            for (const double part : looks) {
+            for (const double part : samples) {
                 const double start = knots.times()[i], length = knots.times()[i + 1] - start;
                 const double there = values[i] + part * (values[i + 1] - values[i]);
                 merged.error = std::max(

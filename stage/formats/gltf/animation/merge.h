@@ -2,8 +2,8 @@
 //
 // Curves of straight, held or smooth spans become LINEAR, STEP or CUBICSPLINE keys at the times of
 // all their keys, which says the same. Held spans beside others are sampled on frames. Rotations
-// are checked span by span, since straight angles are no straight rotation: spans that would turn
-// another way get further keys on frames. Nothing here knows of documents.
+// are checked span by span, since linear angles are not a linear rotation: spans that would differ
+// too much get further keys on frames. Nothing here uses documents.
 #pragma once
 
 #include "stage/formats/gltf/animation/track.h"
@@ -23,14 +23,14 @@ struct Merged {
     double error = 0; // the largest distance from the curves that was seen between keys: units,
                       // radians of rotations
     std::size_t early = 0;  // keys before frame 0, left out
-    std::size_t merged = 0; // keys nearer to another than single precision can tell
+    std::size_t merged = 0; // keys nearer to another than single precision can represent
 };
 
-// A turn that nobody sees, in radians: spans of rotations that stay below get no further keys.
+// A difference that nobody notices, in radians: spans of rotations below it get no further keys.
 constexpr double unnoticedTurn = 1e-3;
 
 // The curves of a path other than rotation; at least one has keys. Where nothing else decides, the
-// keys are of the kind `usual`. Fails where the frames would be beyond measure or a value is none.
+// keys are of the kind `usual`. Fails where the frames would be too many, or a value is not finite.
 Result<Merged> mergeCurves(std::span<const Envelope* const> curves, const FrameRate& rate,
                            Interpolation usual, const Remembered* remembered);
 

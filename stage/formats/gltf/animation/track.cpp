@@ -29,9 +29,9 @@ Result<Times> readTimes(const Source& source, std::size_t index, const std::stri
         if (!std::isfinite(time))
             return fail("a key time is not finite", "key " + std::to_string(i));
         if (i > 0 && time <= times.value()[i - 1])
-            return fail("the key times do not go up", "key " + std::to_string(i) + " at " +
-                                                          shortest(static_cast<double>(time)) +
-                                                          " is not behind the one before");
+            return fail("the key times do not increase", "key " + std::to_string(i) + " at " +
+                                                             shortest(static_cast<double>(time)) +
+                                                             " is not after the one before");
     }
     return Times(std::make_shared<const std::vector<float>>(std::move(*times)));
 }
@@ -52,9 +52,9 @@ Result<Track> readTrack(const Source& source, std::size_t clip, std::size_t chan
     if (isWeights) track.components = source.model.targetsOf(channel.node);
     const std::size_t type = isWeights ? 1 : track.components;
     if (output.components != type)
-        return fail("the numbers do not fit what they move", "expected " + std::to_string(type) +
-                                                                 " in an element, found " +
-                                                                 std::to_string(output.components));
+        return fail("the numbers do not fit the animated property",
+                    "expected " + std::to_string(type) + " in an element, found " +
+                        std::to_string(output.components));
     const std::size_t each = (sampler.interpolation == Interpolation::cubic ? 3 : 1) *
                              (isWeights ? track.components : 1);
     if (output.count != track.size() * each)
@@ -70,7 +70,7 @@ Result<Track> readTrack(const Source& source, std::size_t clip, std::size_t chan
     if (channel.path == Path::rotation)
         for (std::size_t key = 0; key < track.size(); ++key)
             if (!(lengthOf(quaternionAt(track.value(key))) > 1e-6))
-                return fail("a rotation has no length", "key " + std::to_string(key));
+                return fail("a rotation has length 0", "key " + std::to_string(key));
     return track;
 }
 

@@ -21,14 +21,14 @@ struct Track {
         return values.data() + (cubic ? key * 3 + part : key) * components;
     }
     const float* value(std::size_t key) const { return at(key, 1); }
-    const float* arriving(std::size_t key) const { return at(key, 0); } // CUBICSPLINE alone
+    const float* arriving(std::size_t key) const { return at(key, 0); } // only of CUBICSPLINE
     const float* leaving(std::size_t key) const { return at(key, 2); }
 };
 
 // `place` names the member that counts the accessor.
 Result<Times> readTimes(const Source& source, std::size_t accessor, const std::string& place);
 
-// What a channel of a clip says; `times` are those of its sampler.
+// The numbers of a channel of a clip; `times` are those of its sampler.
 Result<Track> readTrack(const Source& source, std::size_t clip, std::size_t channel, Times times);
 
 // "animations[3].samplers[1]"

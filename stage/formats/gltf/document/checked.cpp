@@ -37,8 +37,8 @@ std::size_t Value::sizeOf(std::string_view array) const {
 }
 
 bool CheckedReader::fail(const std::string& place, std::string what, std::string detail) {
-    problem_ = {std::move(what),
-                where_ + (where_.empty() || place.empty() ? "" : ": ") + place, std::move(detail)};
+    problem_ = {std::move(what), where_ + (where_.empty() || place.empty() ? "" : ": ") + place,
+                std::move(detail)};
     return false;
 }
 

@@ -1,5 +1,5 @@
-// Values of a document's JSON, read one by one: each is checked for its kind, its range and the table
-// that it counts in before anything uses it.
+// Values of a document's JSON, read one by one: each is checked for its kind, its range and the
+// table that it counts in before anything uses it.
 #pragma once
 
 #include "stage/formats/gltf/document/container.h"
@@ -30,8 +30,8 @@ struct Table {
     std::size_t size = 0;
 };
 
-// Every `take` returns false after a problem and true otherwise; `to` stays as it is where the member
-// is missing.
+// Every `take` returns false after a problem and true otherwise; `to` stays as it is where the
+// member is missing.
 class CheckedReader {
 public:
     // `where` comes before the places in problems; it may be empty.

@@ -66,7 +66,7 @@ Clock chooseClock(std::span<const Times> times, std::optional<FrameRate> wanted)
     } else if (!tells) {
         clock.onFrames = fits(clock.rate);
         clock.grid = clock.rate;
-        clock.note = perSecond(clock.rate) + ": the file does not tell";
+        clock.note = perSecond(clock.rate) + ": the file does not say";
     }
     if (clock.onFrames || (!wanted && !tells)) return clock;
     for (const auto& [frames, seconds] : usual) {
@@ -75,15 +75,16 @@ Clock chooseClock(std::span<const Times> times, std::optional<FrameRate> wanted)
         clock.onFrames = true;
         clock.grid = rate;
         if (wanted) {
-            clock.note += "; the keys of the file stand on the frames of " + rate.text();
+            clock.note += "; the keys of the file are on the frames of " + rate.text();
         } else {
             clock.rate = rate;
-            clock.note = perSecond(rate) + ": all keys of the file stand on these frames";
+            clock.note = perSecond(rate) + ": all keys of the file are on these frames";
         }
         return clock;
     }
     if (!wanted)
-        clock.note = perSecond(clock.rate) + ": the keys of the file stand on no usual frames";
+        clock.note =
+            perSecond(clock.rate) + ": the keys of the file are on the frames of no usual rate";
     return clock;
 }
 

@@ -1,4 +1,4 @@
-// The frames that the key times of a file stand on.
+// The frames that the key times of a file are on.
 #pragma once
 
 #include "stage/scene/keys/frame_rate.h"
@@ -13,18 +13,18 @@ namespace cadencora::stage::gltf {
 
 using Times = std::shared_ptr<const std::vector<float>>; // seconds, ascending
 
-// The frames that a clip's keys stand on.
+// The frames that a clip's keys are on.
 struct Clock {
     FrameRate rate;
-    bool onFrames = false; // every key stands on a frame of `grid` but for a rounding
+    bool onFrames = false; // every key is on a frame of `grid`, except for rounding
     FrameRate grid;
     std::string note; // where the rate came from
 
-    // The time of a key in seconds: the frame's own where it stands on one.
+    // The time of a key in seconds: the exact time of its frame where it is on one.
     double at(float time) const;
 };
 
-// Of the usual rates the first whose frames hold all the times. `wanted`, where given, counts.
+// Of the usual rates the first whose frames hold all the times. `wanted`, where given, is the rate.
 Clock chooseClock(std::span<const Times> times, std::optional<FrameRate> wanted);
 
 } // namespace cadencora::stage::gltf

@@ -21,11 +21,11 @@ struct GlbChunk {
     std::string_view bytes; // padding included
 };
 
-// The chunks of a whole GLB file, the JSON first. They look into `file`.
+// The chunks of a whole GLB file, the JSON first. They refer to the bytes of `file`.
 Result<std::vector<GlbChunk>> glbChunks(std::string_view file, const std::string& where);
 
 // The head of a GLB file up to the content of its second chunk; `rest` is the size of the chunks
-// behind the JSON, heads included.
+// after the JSON, heads included.
 std::string glbHead(std::string_view json, std::size_t rest);
 
 // The head of a chunk whose content has been padded.

@@ -43,8 +43,8 @@ bool isBelow(const fs::path& directory, const fs::path& path) {
     if (error) return false;
     const fs::path real = fs::weakly_canonical(path, error);
     if (error) return false;
-    const fs::path way = real.lexically_relative(top);
-    return !way.empty() && !way.is_absolute() && *way.begin() != "..";
+    const fs::path relative = real.lexically_relative(top);
+    return !relative.empty() && !relative.is_absolute() && *relative.begin() != "..";
 }
 
 Result<fs::path> placeOf(const fs::path& directory, std::string_view uri,
@@ -62,7 +62,7 @@ Result<fs::path> placeOf(const fs::path& directory, std::string_view uri,
 
 Result<fs::path> relativePath(std::string_view uri, const std::string& where) {
     const auto refuse = [&](const std::string& why) {
-        return Problem{"files are taken from the directory of the document and below alone", where,
+        return Problem{"files are read only from the directory of the document and below it", where,
                        inQuotes(uri.substr(0, 80)) + " " + why};
     };
     const auto text = percentDecoded(uri);

@@ -16,11 +16,11 @@ namespace cadencora::stage::gltf {
 // document: URLs, absolute paths, "..", bytes that no name holds.
 Result<std::filesystem::path> relativePath(std::string_view uri, const std::string& where);
 
-// The bytes of a file of at most `limit` bytes below `directory`, links followed no further.
+// The bytes of a file of at most `limit` bytes below `directory`, after links are followed.
 Result<std::string> readFileBeside(const std::filesystem::path& directory, std::string_view uri,
                                    const std::string& where, std::uintmax_t limit);
 
-// Sees to it that the file is there with these bytes. Refuses where another content is.
+// Writes the file unless it exists with these bytes. Refuses to replace a file that differs.
 Result<> placeFileBeside(const std::filesystem::path& directory, std::string_view uri,
                          const std::string& where, std::string_view bytes);
 

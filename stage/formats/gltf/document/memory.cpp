@@ -98,7 +98,7 @@ private:
         return done();
     }
 
-    // Every node below one parent at most, and none below itself.
+    // Every node has at most one parent, and is not its own ancestor.
     Result<> parents() {
         std::vector<Node>& nodes = memory_.model.nodes;
         const auto name = [](std::size_t node) { return "nodes[" + std::to_string(node) + "]"; };
@@ -106,29 +106,29 @@ private:
             for (const std::size_t child : nodes[i].children) {
                 std::size_t& parent = nodes[child].parent;
                 if (parent != none)
-                    return problem(name(child), "a node stands below one other at most",
-                                   "it is below " + name(parent) + " and below " + name(i));
+                    return problem(name(child), "a node has at most one parent",
+                                   "it is a child of " + name(parent) + " and of " + name(i));
                 parent = i;
             }
         std::vector<std::size_t> depths(nodes.size(), 0); // 0: not known yet
-        std::vector<std::size_t> way;
+        std::vector<std::size_t> branch;
         for (std::size_t i = 0; i < nodes.size(); ++i) {
-            way.clear();
+            branch.clear();
             std::size_t at = i;
             for (; at != none && depths[at] == 0; at = nodes[at].parent) {
-                if (way.size() > options_.limits.depth)
-                    return problem(name(i), "the nodes are nested too deeply, or in a circle",
+                if (branch.size() > options_.limits.depth)
+                    return problem(name(i), "the nodes are nested too deeply, or in a cycle",
                                    "the limit is " + std::to_string(options_.limits.depth));
-                way.push_back(at);
+                branch.push_back(at);
             }
             std::size_t depth = at == none ? 0 : depths[at];
-            for (; !way.empty(); way.pop_back())
-                depths[way.back()] = ++depth;
+            for (; !branch.empty(); branch.pop_back())
+                depths[branch.back()] = ++depth;
             if (depth > options_.limits.depth)
                 return problem(name(i), "the nodes are nested too deeply",
                                "the limit is " + std::to_string(options_.limits.depth));
             if (!(lengthOf(nodes[i].rotation) > 1e-6))
-                return problem(name(i) + ".rotation", "a rotation has no length");
+                return problem(name(i) + ".rotation", "the rotation has length 0");
         }
         return done();
     }

@@ -14,7 +14,7 @@ struct Buffer {
         chunk,    // the binary chunk of the GLB file
         embedded, // in the JSON
         file,     // beside the document
-        absent    // nowhere: filled in by an extension
+        absent    // without bytes: an extension fills it in
     };
     Kind kind = Kind::absent;
     std::string uri;        // of files, as the document spells it
@@ -27,14 +27,14 @@ struct Memory final : SourceMemory {
     bool isGlb = false;
     std::string file;             // the bytes of the whole file
     std::string_view text;        // the JSON in it
-    std::vector<GlbChunk> chunks; // behind the JSON
+    std::vector<GlbChunk> chunks; // after the JSON
     std::size_t depth = 0;        // of JSON that is accepted
 
-    std::deque<std::string> held; // bytes of buffers that are not in `file`; they never move
+    std::deque<std::string> held; // bytes of buffers that are not in `file`, at fixed addresses
     std::vector<Buffer> buffers;
     Model model;
 
-    std::size_t clip = none; // the one that is open; none where the file has none
+    std::size_t clip = none; // the open one; `none` where the file has no clips
     Clock clock;
     std::vector<ItemId> items;                  // by node
     std::vector<std::vector<ChannelId>> morphs; // by node, by morph target
@@ -44,7 +44,7 @@ struct Memory final : SourceMemory {
     std::vector<std::string_view> bytes() const;
 };
 
-// Opens a document with its buffers and picks the clip; nothing is in a scene yet.
+// Opens a document with its buffers and picks the clip; makes no scene yet.
 Result<std::shared_ptr<Memory>> openDocument(std::string_view file,
                                              const std::filesystem::path& path,
                                              const ReadOptions& options, bool isGlb);

@@ -20,15 +20,15 @@ Quaternion quaternionOfMatrix(const Mat3& rotation);
 // The smallest angle that turns one into the other, in radians.
 double angleBetween(const Quaternion& a, const Quaternion& b);
 
-// Along the shorter way from a to b.
+// Along the shorter arc from a to b.
 Quaternion slerp(const Quaternion& a, const Quaternion& b, double part);
 
-// What heading, pitch and bank gain per second where a quaternion gains `slope`. Where heading and
-// bank turn about the same axis, heading has it all.
+// The rates of heading, pitch and bank, per second, for a quaternion's rate `slope`. Where heading
+// and bank turn about the same axis, heading gets all of it.
 Vec3 angleRates(const Quaternion& q, const Quaternion& slope, const Vec3& angles);
 
-// What the quaternion of the angles gains per second where they gain `rates`. `q` is that
-// quaternion, with either sign.
+// The rate of the quaternion of the angles, per second, for their `rates`. `q` is that quaternion,
+// with either sign.
 Quaternion quaternionRate(const Quaternion& q, const Vec3& angles, const Vec3& rates);
 
 } // namespace cadencora::stage::gltf

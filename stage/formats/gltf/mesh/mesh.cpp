@@ -49,7 +49,7 @@ private:
     const Memory& memory_;
     const Model& model_;
     const std::vector<std::string_view> bytes_;
-    const std::string inFile_; // a note is about the file that was opened, so it need not name it
+    const std::string inFile_; // notes are about the file that was opened, so they do not name it
     const std::size_t limit_;
     std::size_t left_; // of the numbers that may be
     std::vector<std::string> notes_;

@@ -8,7 +8,7 @@
 namespace cadencora::stage::gltf {
 
 // A mesh's primitives as one shape, points that always go together joined. `joints` is how many
-// the skin has that pulls at it; 0: none does. Problems name the element within the document.
+// its skin has; 0: it has no skin. Problems name the element within the document.
 Result<MeshShape> readShape(const Source& source, std::size_t mesh, std::size_t joints);
 
 // Gives the items of nodes with meshes their meshes. Where one cannot be shown the item has none,

@@ -1,3 +1,5 @@
+// The primitives of one mesh as one shape.
+
 #include "stage/formats/gltf/mesh/mesh.h"
 
 #include <algorithm>
@@ -35,8 +37,8 @@ private:
     Result<> one(const Primitive& primitive, const std::string& here);
     Result<std::vector<float>> vectors(std::size_t accessor, std::size_t components,
                                        std::size_t count, const std::string& place) const;
-    Result<> pulls(const Primitive& primitive, std::size_t count, const std::string& here);
-    Result<JointWeights> pullOf(const std::uint32_t* joints, const float* weights) const;
+    Result<> readWeights(const Primitive& primitive, std::size_t count, const std::string& here);
+    Result<JointWeights> weightsOf(const std::uint32_t* joints, const float* weights) const;
     Result<std::vector<std::uint32_t>> corners(const Primitive& primitive, std::size_t count,
                                                const std::string& here) const;
     std::vector<std::uint32_t> join(const std::vector<float>& positions);
@@ -50,8 +52,8 @@ private:
     const std::string place_;
     MeshShape shape_;
     std::vector<Line> lines_;
-    std::vector<std::vector<float>> moves_; // of the primitive, by target; empty: it moves nothing
-    std::vector<JointWeights> pulls_;       // of the primitive, by point
+    std::vector<std::vector<float>> deltas_; // of the primitive, by target; empty: no difference
+    std::vector<JointWeights> weights_;      // of the primitive, by point
 };
 
 // `count` is how many elements there have to be.
@@ -81,16 +83,16 @@ Result<> ShapeReader::one(const Primitive& primitive, const std::string& here) {
     const std::size_t count = source_.model.accessors[primitive.positions].count;
     auto positions = vectors(primitive.positions, 3, count, here + ".attributes.POSITION");
     if (!positions) return positions.problem();
-    moves_.assign(shape_.targets.size(), {});
+    deltas_.assign(shape_.targets.size(), {});
     for (std::size_t t = 0; t < primitive.targets.size(); ++t) {
         if (primitive.targets[t] == none) continue;
-        auto moves = vectors(primitive.targets[t], 3, count,
-                             here + ".targets[" + std::to_string(t) + "].POSITION");
-        if (!moves) return moves.problem();
-        moves_[t] = std::move(*moves);
+        auto deltas = vectors(primitive.targets[t], 3, count,
+                              here + ".targets[" + std::to_string(t) + "].POSITION");
+        if (!deltas) return deltas.problem();
+        deltas_[t] = std::move(*deltas);
     }
     if (joints_ > 0)
-        if (auto read = pulls(primitive, count, here); !read) return read;
+        if (auto read = readWeights(primitive, count, here); !read) return read;
     auto listed = corners(primitive, count, here);
     if (!listed) return listed.problem();
     const std::vector<std::uint32_t> joined = join(*positions);
@@ -100,8 +102,8 @@ Result<> ShapeReader::one(const Primitive& primitive, const std::string& here) {
     return done();
 }
 
-Result<> ShapeReader::pulls(const Primitive& primitive, std::size_t count,
-                            const std::string& here) {
+Result<> ShapeReader::readWeights(const Primitive& primitive, std::size_t count,
+                                  const std::string& here) {
     const std::string place = here + ".attributes";
     if (primitive.joints == none || primitive.weights == none)
         return Problem{"a mesh with a skin needs JOINTS_0 and WEIGHTS_0", place, ""};
@@ -112,36 +114,37 @@ Result<> ShapeReader::pulls(const Primitive& primitive, std::size_t count,
     if (!joints) return joints.problem();
     const auto weights = vectors(primitive.weights, 4, count, place + ".WEIGHTS_0");
     if (!weights) return weights.problem();
-    pulls_.clear();
-    pulls_.reserve(count);
+    weights_.clear();
+    weights_.reserve(count);
     for (std::size_t i = 0; i < count; ++i) {
-        auto pull = pullOf(&joints.value()[4 * i], &weights.value()[4 * i]);
-        if (!pull) {
-            pull.problem().where = place + ".JOINTS_0";
-            return pull.problem();
+        auto normalized = weightsOf(&joints.value()[4 * i], &weights.value()[4 * i]);
+        if (!normalized) {
+            normalized.problem().where = place + ".JOINTS_0";
+            return normalized.problem();
         }
-        pulls_.push_back(*pull);
+        weights_.push_back(*normalized);
     }
     return done();
 }
 
-// Weights need not sum to 1 in a file, by a rounding or because more than four joints pulled.
-Result<JointWeights> ShapeReader::pullOf(const std::uint32_t* joints, const float* weights) const {
-    JointWeights pull;
+// Weights need not sum to 1 in a file, by a rounding or because a point had more than four joints.
+Result<JointWeights> ShapeReader::weightsOf(const std::uint32_t* joints,
+                                            const float* weights) const {
+    JointWeights made;
     double sum = 0;
     for (std::size_t n = 0; n < 4; ++n)
         sum += static_cast<double>(std::max(weights[n], 0.0f));
     for (std::size_t n = 0; n < 4; ++n) {
-        const bool pulls = sum > 0 ? weights[n] > 0 : n == 0;
-        if (pulls && joints[n] >= joints_)
+        const bool counts = sum > 0 ? weights[n] > 0 : n == 0;
+        if (counts && joints[n] >= joints_)
             return Problem{"there is no joint " + std::to_string(joints[n]), "",
                            "the skin has " + std::to_string(joints_)};
-        pull.joints[n] = static_cast<std::uint16_t>(pulls ? joints[n] : 0);
-        pull.weights[n] = !pulls    ? 0.0f
+        made.joints[n] = static_cast<std::uint16_t>(counts ? joints[n] : 0);
+        made.weights[n] = !counts   ? 0.0f
                           : sum > 0 ? static_cast<float>(static_cast<double>(weights[n]) / sum)
                                     : 1.0f;
     }
-    return pull;
+    return made;
 }
 
 Result<std::vector<std::uint32_t>>
@@ -165,12 +168,12 @@ ShapeReader::corners(const Primitive& primitive, std::size_t count, const std::s
 }
 
 // Files repeat a point wherever its normal or its texture jumps; here points are one that have the
-// same place, whatever morphs and joints do. The answer is by point of the primitive.
+// same place at rest and always move together. The answer is by point of the primitive.
 std::vector<std::uint32_t> ShapeReader::join(const std::vector<float>& positions) {
     const std::size_t count = positions.size() / 3;
     std::vector<const float*> columns{positions.data()}; // three numbers for each point
-    for (const auto& moves : moves_)
-        if (!moves.empty()) columns.push_back(moves.data());
+    for (const auto& deltas : deltas_)
+        if (!deltas.empty()) columns.push_back(deltas.data());
     const auto hash = [&](std::uint32_t point) {
         std::size_t mixed = 14695981039346656037u;
         const auto mix = [&](float number) { // 0 and -0 alike
@@ -178,11 +181,11 @@ std::vector<std::uint32_t> ShapeReader::join(const std::vector<float>& positions
         };
         for (const float* column : columns)
             std::for_each_n(column + 3 * std::size_t{point}, 3, mix);
-        if (joints_ > 0) std::ranges::for_each(pulls_[point].weights, mix);
+        if (joints_ > 0) std::ranges::for_each(weights_[point].weights, mix);
         return mixed ^ mixed >> 29;
     };
     const auto same = [&](std::uint32_t a, std::uint32_t b) {
-        return (joints_ == 0 || pulls_[a] == pulls_[b]) &&
+        return (joints_ == 0 || weights_[a] == weights_[b]) &&
                std::ranges::all_of(columns, [&](const float* column) {
                    return std::equal(column + 3 * std::size_t{a}, column + 3 * std::size_t{a} + 3,
                                      column + 3 * std::size_t{b});
@@ -198,13 +201,13 @@ std::vector<std::uint32_t> ShapeReader::join(const std::vector<float>& positions
         }
         joined[i] = static_cast<std::uint32_t>(shape_.points.size());
         shape_.points.push_back({positions[3 * i], positions[3 * i + 1], positions[3 * i + 2]});
-        if (joints_ > 0) shape_.pulls.push_back(pulls_[i]);
-        for (std::size_t t = 0; t < moves_.size(); ++t) {
-            if (moves_[t].empty()) continue;
-            const MeshPoint move{moves_[t][3 * i], moves_[t][3 * i + 1], moves_[t][3 * i + 2]};
-            if (move == MeshPoint{}) continue;
+        if (joints_ > 0) shape_.pulls.push_back(weights_[i]);
+        for (std::size_t t = 0; t < deltas_.size(); ++t) {
+            if (deltas_[t].empty()) continue;
+            const MeshPoint delta{deltas_[t][3 * i], deltas_[t][3 * i + 1], deltas_[t][3 * i + 2]};
+            if (delta == MeshPoint{}) continue;
             shape_.targets[t].points.push_back(joined[i]);
-            shape_.targets[t].moves.push_back(move);
+            shape_.targets[t].moves.push_back(delta);
         }
     }
     return joined;
@@ -236,7 +239,7 @@ void ShapeReader::connect(std::size_t mode, const std::vector<std::uint32_t>& co
         for (std::size_t i = 0; i + 2 < size; i += 3)
             addTriangle(corners[i], corners[i + 1], corners[i + 2]);
         break;
-    case triangleStrip: // every other one turns the other way
+    case triangleStrip: // every other triangle has the opposite orientation
         for (std::size_t i = 0; i + 2 < size; ++i)
             addTriangle(corners[i], corners[i + 1 + i % 2], corners[i + 2 - i % 2]);
         break;

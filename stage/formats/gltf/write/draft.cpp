@@ -28,7 +28,7 @@ bool isSameDirectory(const fs::path& a, const fs::path& b) {
     return real(a) == real(b);
 }
 
-// Writes the lengths and places of buffers that are no longer as the document says.
+// Updates the lengths and URIs of buffers that changed or moved.
 void settleBuffers(Draft& draft) {
     for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
         const Draft::Buffer& buffer = draft.buffers[i];
@@ -57,7 +57,7 @@ Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& pa
             memory.path.parent_path(), uri,
             memory.where() + ": images[" + std::to_string(i) + "].uri", defaultFileLimit);
         if (!bytes) {
-            warnings.push_back("an image is not copied along: " + bytes.problem().text());
+            warnings.push_back("an image is not copied: " + bytes.problem().text());
             continue;
         }
         if (auto placed = placeFileBeside(path.parent_path(), uri, place, bytes.value()); !placed)
@@ -106,7 +106,7 @@ std::size_t Draft::growingBuffer(bool isGlb) {
 
 Draft makeDraft(const Memory& memory, bool isGlb) {
     Draft draft;
-    // It was read before: it can be read again.
+    // It was parsed when the scene was read, so it is valid.
     draft.document = std::move(*parseJson(memory.text, memory.where(), memory.depth));
     draft.like = memory.text;
     for (const gltf::Buffer& buffer : memory.buffers) {

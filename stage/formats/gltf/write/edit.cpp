@@ -92,7 +92,7 @@ private:
     std::vector<std::size_t> freeSamplers_;
     std::vector<std::size_t> ends_; // by buffer: where its last view ended
     std::size_t target_ = none;     // the buffer that gets the numbers
-    bool mayTruncate_ = false;      // what is behind its last view is nobody's
+    bool mayTruncate_ = false;      // nothing uses what is after its last view
     std::vector<std::pair<std::size_t, std::size_t>> gaps_; // from and to
     std::size_t tail_ = 0, used_ = 0; // where it can be added to; the end of what is in use
 };
@@ -116,7 +116,7 @@ void Editor::findChannels(const std::vector<Change>& changes) {
     }
 }
 
-// Samplers whose channels all change, with what they alone use.
+// Samplers whose channels all change, with what only they use.
 void Editor::release() {
     std::map<std::size_t, std::size_t> untouched; // channels by sampler
     for (const Json& channel : clip_["channels"])
@@ -138,7 +138,7 @@ void Editor::release() {
         --uses_.accessors[edit.oldInput];
         --uses_.accessors[edit.oldOutput];
     }
-    // An input that keeps its times stays, whoever else used it.
+    // An input that keeps its times stays, even if something else uses it.
     for (Edit& edit : edits_) {
         if (!edit.change->track || !edit.change->sameTimes || edit.oldInput == none) continue;
         edit.input = edit.oldInput;
@@ -236,7 +236,7 @@ void Editor::assignViews() {
 }
 
 // Bytes of the target buffer that no view covers. Where unknown extensions may use them, only what
-// is behind its end.
+// is after its end.
 void Editor::findRoom() {
     const auto aligned = [](std::size_t at) { return (at + 3) / 4 * 4; };
     const std::size_t size = draft_.buffers[target_].changed->size();

@@ -1,8 +1,8 @@
 // Puts samplers into a glTF document, and touches nothing else.
 //
-// Accessors, buffer views and bytes that the replaced samplers alone used are used again, so that a
-// file that is edited again and again does not grow for ever. Where a document has extensions that
-// may use them in a way that is not known here, everything new is added at the end instead.
+// Accessors, buffer views and bytes that only the replaced samplers used are used again, so that a
+// file that is edited again and again does not grow. Where a document has extensions that
+// may use them in unknown ways, everything new is added at the end instead.
 #pragma once
 
 #include "stage/formats/gltf/animation/track.h"
@@ -13,7 +13,7 @@ namespace cadencora::stage::gltf {
 struct Change {
     std::size_t node = 0;
     Path path = Path::other;
-    std::optional<Track> track; // nothing: the channel goes
+    std::optional<Track> track; // nothing: the channel is removed
     bool sameTimes = false;     // as those of the channel's sampler in the document
 };
 

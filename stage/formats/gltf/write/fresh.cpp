@@ -14,7 +14,7 @@ std::size_t nodeOf(ItemId item) {
     return static_cast<std::size_t>(item) - 1;
 }
 
-// Left out where it is what glTF takes for granted. False where a number is not finite.
+// Left out where it is the default of glTF. False where a number is not finite.
 template <std::size_t count>
 bool putNumbers(Json& node, const char* name, const std::array<double, count>& numbers,
                 const std::array<double, count>& usual) {
@@ -45,7 +45,7 @@ ItemId rootOf(const Scene& scene, ItemId item) {
     return item;
 }
 
-// A skin for the bones of each object; all joints of one must stand below one root.
+// A skin for the bones of each object; all joints of one must have one root.
 void putSkins(const Scene& scene, Json& document, std::vector<std::string>& warnings) {
     for (ItemId owner = scene.firstOfType(ItemType::object); owner != ItemId::none;
          owner = scene.item(owner).nextOfType) {
@@ -60,7 +60,7 @@ void putSkins(const Scene& scene, Json& document, std::vector<std::string>& warn
         if (haveOneRoot) {
             document["skins"].push_back({{"name", scene.item(owner).name}, {"joints", joints}});
         } else {
-            warnings.push_back("bones that stand below different roots become plain nodes: those "
+            warnings.push_back("bones with different roots become plain nodes: those "
                                "of " +
                                inQuotes(scene.item(owner).name));
         }

@@ -8,7 +8,7 @@ namespace cadencora::stage::gltf {
 
 namespace {
 
-// Extensions that use no accessor or buffer view, or in a way that is looked at here.
+// Extensions that use no accessor or buffer view, or only as counted here.
 bool isKnown(std::string_view extension) {
     constexpr std::array<std::string_view, 8> known{
         "KHR_materials_", "KHR_texture_",          "KHR_lights_punctual",        "KHR_xmp",
@@ -16,7 +16,7 @@ bool isKnown(std::string_view extension) {
     return std::ranges::any_of(known, [&](auto name) { return extension.starts_with(name); });
 }
 
-// As deep as the document may be, which is not deep.
+// Recursive: the depth of a document is limited when it is read.
 bool hasUnknownExtension(const Json& value) {
     if (value.is_array()) return std::ranges::any_of(value, hasUnknownExtension);
     if (!value.is_object()) return false;
@@ -30,7 +30,7 @@ bool hasUnknownExtension(const Json& value) {
     return false;
 }
 
-// Members and elements of a document of which next to nothing was checked.
+// Members and elements of a document that were not checked when it was read.
 const Json& in(const Json& value, const char* name) {
     static const Json missing;
     if (!value.is_object()) return missing;

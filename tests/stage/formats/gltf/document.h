@@ -56,8 +56,8 @@ struct Document {
     Json& primitive(std::size_t mesh) { return json["meshes"][mesh]["primitives"][0]; }
 
     // Adds a channel with a sampler of its own to a clip, which may be new.
-    void move(std::size_t clip, std::size_t node, const std::string& path, std::size_t input,
-              std::size_t output, const std::string& interpolation = "LINEAR") {
+    void animate(std::size_t clip, std::size_t node, const std::string& path, std::size_t input,
+                 std::size_t output, const std::string& interpolation = "LINEAR") {
         while (json["animations"].size() <= clip)
             json["animations"].push_back(
                 {{"name", "Clip " + std::to_string(json["animations"].size())},
@@ -87,8 +87,8 @@ struct Document {
                glbChunkHead(GlbChunk::binary, chunk.size()) + chunk;
     }
 
-    // A node "A" and a node "B" with a morph; in the first clip A moves and turns with shared
-    // times, B moves; in the second B moves.
+    // A node "A" and a node "B" with a morph. The first clip has the position and the rotation of A
+    // with shared times, and the position of B; the second has the position of B.
     static Document twoClips() {
         Document document;
         document.node(R"({"name": "A", "translation": [1, 2, 3], "children": [1]})");
@@ -110,10 +110,10 @@ struct Document {
         box["max"] = {1, 1, 0};
         document.json["meshes"][0]["primitives"][0]["targets"] = {{{"POSITION", shape}},
                                                                   {{"POSITION", shape}}};
-        document.move(0, 0, "translation", at, places);
-        document.move(0, 0, "rotation", at, turns);
-        document.move(0, 1, "translation", other, moves);
-        document.move(1, 1, "translation", other, moves);
+        document.animate(0, 0, "translation", at, places);
+        document.animate(0, 0, "rotation", at, turns);
+        document.animate(0, 1, "translation", other, moves);
+        document.animate(1, 1, "translation", other, moves);
         return document;
     }
 };
@@ -145,6 +145,21 @@ inline ItemId itemNamed(const Scene& scene, std::string_view name) {
     const ItemId id = scene.findItem(name);
     EXPECT_NE(id, ItemId::none) << name;
     return id;
+}
+
+inline Envelope& curve(Scene& scene, const char* item, MotionChannel channel) {
+    return scene.mutableMotion(itemNamed(scene, item), channel);
+}
+
+inline void keyAt(Scene& scene, const char* item, MotionChannel channel, int frame, double value,
+                  Shape shape = Shape::linear) {
+    curve(scene, item, channel).keys.insert(scene.rate.timeOf(frame), value, shape);
+}
+
+// How many of the warnings have this part.
+inline std::size_t touching(const std::vector<std::string>& warnings, const std::string& text) {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        warnings, [&](const std::string& one) { return one.find(text) != std::string::npos; }));
 }
 
 } // namespace cadencora::stage::gltf

@@ -60,13 +60,13 @@ std::vector<std::array<std::uint32_t, 2>> pairsOf(const MeshShape& shape) {
 const std::vector<float> square{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0};
 const std::vector<std::uint16_t> halves{0, 1, 2, 0, 2, 3};
 
-TEST(Mesh, an_item_carries_its_mesh_and_none_is_read_unasked) {
+TEST(Mesh, an_item_has_its_mesh_only_where_meshes_are_asked_for) {
     Document document;
     document.mesh(square, halves);
     document.node(R"({"name": "A", "translation": [1, 0, 0], "children": [1]})");
     document.node(R"({"name": "B", "mesh": 0, "rotation": [0, 0.6, 0, 0.8], "scale": [2, 3, 1]})");
-    document.move(0, 0, "translation", document.times({0, 1}),
-                  document.floats({1, 0, 0, 5, 0, 0}, "VEC3"));
+    document.animate(0, 0, "translation", document.times({0, 1}),
+                     document.floats({1, 0, 0, 5, 0, 0}, "VEC3"));
     const auto file = loadedMeshes(document);
     // The rotation takes X to (0.28, 0, -0.96).
     expectPoints(pointsOf(file.scene, "B", 0.5),
@@ -89,8 +89,8 @@ struct Arm : Document {
         primitive(0)["attributes"]["JOINTS_0"] =
             numbers<std::uint8_t>({1, 0, 0, 0, 0, 1, 9, 9, 0, 9, 9, 9}, "VEC4", 5121, 4);
         weigh({1, 0, 0, 0, 0.5f, 0.5f, 0, 0, 1, 0, 0, 0});
-        move(0, 1, "rotation", times({0, 1}), // by 90 degrees about Z, and on
-             floats({0, 0, 0.70710678f, 0.70710678f, 0, 0, 1, 0}, "VEC4"));
+        animate(0, 1, "rotation", times({0, 1}), // by 90 degrees about Z, and on
+                floats({0, 0, 0.70710678f, 0.70710678f, 0, 0, 1, 0}, "VEC4"));
     }
     std::size_t binds() { // the joints' own spaces begin at 3 and at 1
         std::vector<float> both;
@@ -106,7 +106,7 @@ struct Arm : Document {
 TEST(Mesh, a_skin_follows_its_bones_and_not_its_node) {
     Arm arm;
     const auto bent = loadedMeshes(arm);
-    // Turned about (0, 3, 0); the point that both pull at stands on it.
+    // Turned about (0, 3, 0); the point that follows both is on it.
     expectPoints(pointsOf(bent.scene, "Skin"), {{0, 1, 0}, {0, 3, 0}, {-1, 3, 0}});
     expectPoints(pointsOf(bent.scene, "Skin", 1), {{0, 1, 0}, {0, 3, 0}, {0, 2, 0}});
     Scene moved = loadedMeshes(arm).scene;
@@ -146,8 +146,8 @@ TEST(Mesh, morphs_move_the_points_by_their_channels_values) {
         {"values", {{"bufferView", views - 1}}}};
     document.primitive(0)["targets"] = {
         {{"POSITION", lift}}, {{"NORMAL", lift}}, {{"POSITION", sparse}}};
-    document.move(0, 0, "weights", document.times({0, 1}),
-                  document.floats({0, 0, 0.5f, 1, 0, 0.5f}, "SCALAR"));
+    document.animate(0, 0, "weights", document.times({0, 1}),
+                     document.floats({0, 0, 0.5f, 1, 0, 0.5f}, "SCALAR"));
     auto file = loadedMeshes(document);
     expectPoints(pointsOf(file.scene, "Face", 0.5),
                  {{0, 0, 0}, {10, 0, 0}, {2, 1, 1.5}, {0, 1, 0}});
@@ -156,7 +156,7 @@ TEST(Mesh, morphs_move_the_points_by_their_channels_values) {
 
 TEST(Mesh, points_that_go_together_are_one) {
     Document document;
-    // The square with its halves apart, and then one of the points pulled away by a morph.
+    // The square with its halves apart, and then one of the points moved away by a morph.
     const std::vector<float> apart{0, 0, 0, 1, 0, 0, 1, 1, 0, -0.0f, 0, 0, 1, 1, 0, 0, 1, 0};
     document.mesh(apart, {0, 1, 2, 3, 4, 5});
     document.mesh(apart, {0, 1, 2, 3, 4, 5});
@@ -174,7 +174,7 @@ TEST(Mesh, points_that_go_together_are_one) {
 
 TEST(Mesh, every_mode_has_its_edges) {
     using Pairs = std::vector<std::array<std::uint32_t, 2>>;
-    // Three legs of a zigzag in space, so that no two triangles are level.
+    // Three legs of a zigzag in space, so that no two triangles are coplanar.
     const std::vector<float> points{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 0, 2};
     const struct {
         int mode;

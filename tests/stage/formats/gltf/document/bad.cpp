@@ -27,7 +27,7 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
     const auto number = [](std::size_t at, float value) { // of the buffer, by its place
         return [=](Document& d) { std::memcpy(d.bytes.data() + 4 * at, &value, 4); };
     };
-    // Times at 0 to 2 and 3 to 4, places from 5, turns from 14, moves from 26.
+    // Times at 0 to 2 and 3 to 4, places from 5, rotations from 14, the positions of B from 26.
     const std::vector<Case> cases{
         {"asset.version: this is not a glTF document", drop("/asset", "version")},
         {"asset.version: the version of this glTF file is not known (known is 2.0, found \"1.0\")",
@@ -36,15 +36,13 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
         {"nodes[1]: expected an object (found number)", set("/nodes/1", 5)},
         {"nodes[0].children[0]: there is no nodes[2] (there are 2)", set("/nodes/0/children/0", 2)},
         {"nodes[0].children[0]: expected an index (found number)", set("/nodes/0/children/0", -1)},
-        {"nodes[1]: a node stands below one other at most", set("/nodes/0/children", {1, 1})},
-        {"nodes[0]: the nodes are nested too deeply, or in a circle",
-         set("/nodes/1/children", {0})},
-        {"nodes[0]: the nodes are nested too deeply, or in a circle",
-         set("/nodes/0/children", {0})},
+        {"nodes[1]: a node has at most one parent", set("/nodes/0/children", {1, 1})},
+        {"nodes[0]: the nodes are nested too deeply, or in a cycle", set("/nodes/1/children", {0})},
+        {"nodes[0]: the nodes are nested too deeply, or in a cycle", set("/nodes/0/children", {0})},
         {"nodes[0].translation: expected 3 numbers (found 2)", set("/nodes/0/translation", {1, 2})},
         {"nodes[0].translation: expected an array of numbers",
          set("/nodes/0/translation", {1, 2, "x"})},
-        {"nodes[0].rotation: a rotation has no length", set("/nodes/0/rotation", {0, 0, 0, 0})},
+        {"nodes[0].rotation: the rotation has length 0", set("/nodes/0/rotation", {0, 0, 0, 0})},
         {"nodes[1].mesh: there is no meshes[7]", set("/nodes/1/mesh", 7)},
         {"nodes[0].skin: there is no skins[0] (there are 0)", set("/nodes/0/skin", 0)},
         {"skins[0].joints: the member is missing", set("/skins", {Json::object()})},
@@ -57,7 +55,8 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
          set("/animations/0/channels/0/sampler", 3)},
         {"animations[1].channels[0].target.node: there is no nodes[2]",
          set("/animations/1/channels/0/target/node", 2)},
-        {"animations[0].channels[1].target: two channels move the same (channels[0] does, too)",
+        {"animations[0].channels[1].target: two channels animate the same property (channels[0] "
+         "does so, too)",
          set("/animations/0/channels/1/target/path", "translation")},
         {"animations[0].channels[0].target: the node has no morph targets",
          set("/animations/0/channels/0/target/path", "weights")},
@@ -72,7 +71,7 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
          drop("/accessors/0", "bufferView")},
         {"animations[0].samplers[0].input: a key time is not finite (key 1)", number(1, nan)},
         {"animations[0].samplers[0].input: a key time is not finite (key 2)", number(2, infinity)},
-        {"animations[0].samplers[0].input: the key times do not go up (key 1 at 0",
+        {"animations[0].samplers[0].input: the key times do not increase (key 1 at 0",
          number(1, 0.0f)},
         {"animations[0].samplers[0].output: the count does not match the key times "
          "(expected 3 elements, found 2)",
@@ -80,10 +79,10 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
         {"animations[0].samplers[1].output: the count does not match the key times "
          "(expected 9 elements, found 3)",
          set("/animations/0/samplers/1/interpolation", "CUBICSPLINE")},
-        {"animations[0].samplers[1].output: the numbers do not fit what they move",
+        {"animations[0].samplers[1].output: the numbers do not fit the animated property",
          set("/accessors/3/type", "VEC3")},
         {"animations[0].samplers[0].output: a number is not finite (number 4)", number(9, nan)},
-        {"animations[0].samplers[1].output: a rotation has no length (key 0)", number(17, 0.0f)},
+        {"animations[0].samplers[1].output: a rotation has length 0 (key 0)", number(17, 0.0f)},
         {"animations[0].samplers[0].output (accessors[2]): the numbers are of an unknown type",
          set("/accessors/2/componentType", 5124)},
         {"(accessors[0]): the numbers reach beyond their buffer view (2147483647 elements",
@@ -97,6 +96,12 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
         {"(accessors[0]): the numbers reach beyond their buffer (",
          set("/bufferViews/0/byteOffset", 2000000000)},
         {"(accessors[2]): the elements overlap", set("/bufferViews/2/byteStride", 4)},
+        {"accessors[0].componentType: the component type is not known (found 5131)",
+         set("/accessors/0/componentType", 5131)},
+        {"accessors[2].type: expected SCALAR, VEC2 to VEC4 or MAT2 to MAT4 (found \"VEC5\")",
+         set("/accessors/2/type", "VEC5")},
+        {"bufferViews[2].byteStride: expected a multiple of 4 of at most 252 (found 14)",
+         set("/bufferViews/2/byteStride", 14)},
         {"accessors[0].bufferView: there is no bufferViews[50]",
          set("/accessors/0/bufferView", 50)},
         {"bufferViews[0].buffer: there is no buffers[1]", set("/bufferViews/0/buffer", 1)},
@@ -117,10 +122,7 @@ TEST(GltfBad, what_is_wrong_with_a_document_is_said_with_its_place) {
         SCOPED_TRACE(one.message);
         Document document = Document::twoClips();
         one.spoil(document);
-        const auto result = readText("bad.gltf", document.embedded());
-        ASSERT_FALSE(result.ok());
-        const std::string text = result.problem().text();
-        EXPECT_NE(text.find(one.message), std::string::npos) << text;
+        expectRefused(readText("bad.gltf", document.embedded()), one.message);
     }
 }
 
@@ -148,12 +150,8 @@ TEST(GltfBad, json_and_buffers_that_are_not_what_they_say_are_refused) {
         {Document::twoClips().withBuffer({{"uri", dataUri("abc")}}).dump(),
          "buffers[0].byteLength: the buffer is shorter than the file says"},
     };
-    for (const auto& one : cases) {
-        const auto result = readText("bad.gltf", one.text);
-        ASSERT_FALSE(result.ok()) << one.message;
-        EXPECT_NE(result.problem().text().find(one.message), std::string::npos)
-            << result.problem().text();
-    }
+    for (const auto& one : cases)
+        expectRefused(readText("bad.gltf", one.text), one.message);
 }
 
 TEST(GltfBad, limits_of_keys_items_and_channels_hold) {
@@ -162,11 +160,8 @@ TEST(GltfBad, limits_of_keys_items_and_channels_hold) {
     keys.limits.keys = 23;
     items.limits.items = 2;
     channels.limits.channels = 19;
-    for (const ReadOptions& options : {keys, items, channels}) {
-        const auto result = readText("many.gltf", text, options);
-        ASSERT_FALSE(result.ok());
-        EXPECT_NE(result.problem().text().find("too many"), std::string::npos);
-    }
+    for (const ReadOptions& options : {keys, items, channels})
+        expectRefused(readText("many.gltf", text, options), "too many");
 }
 
 TEST(GltfBad, no_cut_and_no_changed_byte_of_a_file_brings_the_reader_down) {
@@ -207,15 +202,11 @@ TEST(GltfBad, the_heads_of_glb_chunks_are_held_to_the_file) {
         {word(12, 0), "chunk 1"},
         {word(16, GlbChunk::binary), "its first chunk is not JSON"},
     };
-    for (const auto& one : cases) {
-        const auto result = readText("bad.glb", one.bytes);
-        ASSERT_FALSE(result.ok()) << one.message;
-        EXPECT_NE(result.problem().text().find(one.message), std::string::npos)
-            << result.problem().text();
-    }
+    for (const auto& one : cases)
+        expectRefused(readText("bad.glb", one.bytes), one.message);
 }
 
-TEST(GltfBad, buffers_come_from_below_the_documents_directory_alone) {
+TEST(GltfBad, buffers_come_only_from_below_the_documents_directory) {
     namespace fs = std::filesystem;
     const Document document = Document::twoClips();
     const fs::path outside = scratch("outside.bin"), inside = scratch("in") / "sub";
