@@ -55,7 +55,7 @@ bool isPath(ControlType type) {
 Result<> press(ControlModel& control) {
     if (auto reach = outOfReach(control); !reach) return reach;
     if (control.type != ControlType::button)
-        return refused(control, "this is no button",
+        return refused(control, "this is not a button",
                        "a " + std::string(typeName(control.type)) + " takes a value");
     fire(control);
     return done();
@@ -127,7 +127,7 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
     switch (control.type) {
     case ControlType::button:
         if (!text.empty() && text != "press" && text != "on")
-            return refused(control, inQuotes(text) + " is no value for a button", "press");
+            return refused(control, inQuotes(text) + " is not a value for a button", "press");
         return press(control);
     case ControlType::toggle: {
         const auto on = parseToggle(text);

@@ -1,4 +1,4 @@
-// What the stage asks of whatever stands between it and the user: a script or a desktop.
+// What the stage asks of a front end, which is between it and the user: a script or a desktop.
 #pragma once
 
 #include "stage/panels/panel.h"
@@ -28,7 +28,7 @@ public:
     virtual void show(const Message& message) = 0; // an error or an information
     virtual bool ask(const Message& question) = 0; // true for yes
 
-    // Told now and then while the plug-in is at work, the scene between two of its calls.
+    // Called from time to time while the plug-in works, between two of its calls.
     virtual void working() {}
 };
 

@@ -100,7 +100,7 @@ ControlModel& PanelSet::addControl(PanelModel& panel, ControlModel model, int wi
     byRecord_.emplace(&control.record, &control);
 
     const int line = metrics_.lineHeight();
-    // Short labels take the same room, so that what stands below each other is aligned.
+    // Short labels have one width, so that the boxes of a column are aligned.
     if (labelStandsBefore(control.type) && !control.label.empty())
         control.labelWidth =
             std::max(metrics_.width(control.label), metrics_.width("Selection")) + gap;

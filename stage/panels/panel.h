@@ -1,4 +1,4 @@
-// Panels and controls without a toolkit: what a plug-in asked for, where it lies, what it holds.
+// Panels and controls without a toolkit: what a plug-in asked for, its place and its value.
 //
 // A front end draws the model and forwards what the user does to the functions of actions.h; the
 // services fill it on behalf of the plug-in. Positions and sizes are pixels from the panel's top
@@ -48,7 +48,7 @@ struct ControlModel {
     std::string label;   // as the plug-in gave it
     std::string section; // label of the list box above, for controls that belong to it
     Rect rect;
-    int labelWidth = 0; // of a label that stands before the control's box
+    int labelWidth = 0; // of a label to the left of the control's box
     bool drawn = true;  // an erased control is invisible and out of the user's reach
 
     // The value, by type.
@@ -94,7 +94,7 @@ struct FixedMetrics : TextMetrics {
     int lineHeight() const override { return 16; }
 };
 
-// The panels of one stage. Destroyed panels stay as tombstones until the set goes.
+// The panels of one host. Destroyed panels stay in the set, marked, until the set is destroyed.
 class PanelSet {
 public:
     explicit PanelSet(const TextMetrics& metrics) : metrics_(metrics) {}

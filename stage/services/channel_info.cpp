@@ -1,3 +1,5 @@
+// "Channel Info 2": the groups and channels of items, and their values.
+
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 
@@ -7,7 +9,7 @@ namespace {
 
 constexpr SlotName service = "Channel Info 2";
 
-// The element behind the one given; the first one where none is given; none behind the last.
+// The element after the given one; the first where none is given; `none` after the last.
 template <class Id>
 Id following(const std::vector<Id>& list, Id given, std::size_t index) {
     const std::size_t next = given == Id::none ? 0 : index + 1;
@@ -18,7 +20,7 @@ GroupId nextGroup(Host& host, GroupId parent, OrNone<GroupId> group) {
     const Scene& scene = host.scene();
     if (group.id == GroupId::none) return following(scene.group(parent).groups, group.id, 0);
     if (scene.group(group.id).parent != parent)
-        throw MisuseError{"the group is no sub-group of that parent"};
+        throw MisuseError{"the group is not a sub-group of that parent"};
     return following(scene.group(parent).groups, group.id, scene.group(group.id).indexInParent);
 }
 

@@ -21,8 +21,8 @@ Problem refused(std::string_view line, std::string why) {
     return {"command line refused: " + std::move(why), inQuotes(line), {}};
 }
 
-// Each command gets the rest of the line behind its name and one blank, and answers what is wrong
-// with it; an empty text means done.
+// A command gets the rest of the line, after its name and one blank. It returns what is wrong with
+// it; an empty text means that it is done.
 using Command = std::string (*)(Host& host, std::string_view rest);
 
 std::string selectItem(Host& host, std::string_view rest) {
@@ -46,7 +46,7 @@ std::string addEnvelope(Host& host, std::string_view rest) {
     if (host.scene().selection.empty()) return "nothing is selected";
     for (const ItemId id : host.scene().selection)
         if (host.scene().item(id).type != ItemType::object)
-            return inQuotes(host.scene().item(id).name) + " is no object";
+            return inQuotes(host.scene().item(id).name) + " is not an object";
     for (const ItemId id : host.scene().selection) {
         const GroupId group = host.scene().item(id).group;
         if (host.scene().findChannel(group, dissolveChannelName) == ChannelId::none)
@@ -85,7 +85,7 @@ std::string keyMotion(Host& host, std::string_view rest) {
     return {};
 }
 
-// A bare file name lies in the motions directory, else in one that goes with the host.
+// A bare file name is in the motions directory, else in a temporary one that the host removes.
 Result<std::filesystem::path> motionPath(Host& host, std::string_view text) {
     const std::filesystem::path path(text);
     if (path.has_parent_path()) return path;

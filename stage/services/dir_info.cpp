@@ -1,3 +1,5 @@
+// "Directory Info": the directories that a plug-in may ask for.
+
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 

@@ -1,3 +1,5 @@
+// "Animation Envelopes": envelopes and their keys.
+
 #include "stage/formats/native/motion_file.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
@@ -50,8 +52,8 @@ KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value)
     return edited.keys.handle(edited.placeKey(time, value));
 }
 
-// The refusals stand apart, so that the calls that go right stay short: they are made for every
-// attribute of every key.
+// The refusals are functions of their own, so that the usual calls stay short: they are made for
+// every attribute of every key.
 [[noreturn, gnu::cold, gnu::noinline]] void wrongKey(KeyHandle key) {
     throw MisuseError{key == KeyHandle::none ? "null key"
                                              : "the key is not of this envelope, or was destroyed"};
@@ -152,11 +154,11 @@ int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void*
     return 1;
 }
 
-// The quick ways of the three calls that walks and copies consist of. Handles are checked as ever:
+// The fast paths of the three calls that walks and copies consist of. Handles are checked as ever:
 // the envelope's is one of the last that passed, the key's is looked up.
 struct KnownKey {
     Envelope* envelope = nullptr;
-    KeyStore::Cursor cursor; // none: not to be had quickly
+    KeyStore::Cursor cursor; // empty: the fast path does not apply
 };
 
 [[gnu::always_inline]] inline KnownKey knownKey(Host& host, host::Envelope raw, host::Key key) {
@@ -169,7 +171,7 @@ bool isParameter(int attribute) {
     return attribute >= host::keyParameterFirst && attribute <= host::keyParameterLast;
 }
 
-bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key& result) {
+bool fastNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key& result) {
     const KnownKey known = knownKey(host, envelope, key);
     if (!known.cursor) return false;
     KeyHandle next;
@@ -178,8 +180,8 @@ bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key&
     return true;
 }
 
-bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
-                 int& result) {
+bool fastKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
+                int& result) {
     const KeyStore::Cursor cursor = knownKey(host, envelope, key).cursor;
     if (!cursor || !out || !host.faults.unavailableAttributes.empty()) return false;
     result = 1;
@@ -201,8 +203,8 @@ bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribu
     return true;
 }
 
-bool quickKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
-                 int& result) {
+bool fastKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
+                int& result) {
     const auto [edited, cursor] = knownKey(host, envelope, key);
     if (!cursor || !in || !host.faults.refusedAttributes.empty() || edited->keptBy == 0)
         return false;
@@ -256,10 +258,10 @@ host::EnvelopeFuncs& envelopeFuncs() {
         .createKey = gate<service, "createKey", &createKey>,
         .destroyKey = gate<service, "destroyKey", &destroyKey>,
         .findKey = gate<service, "findKey", &findKey>,
-        .nextKey = quickGate<&quickNextKey, gate<service, "nextKey", &nextKey>>,
+        .nextKey = fastGate<&fastNextKey, gate<service, "nextKey", &nextKey>>,
         .slot14 = nullptr,
-        .keySet = quickGate<&quickKeySet, gate<service, "keySet", &keySet>>,
-        .keyGet = quickGate<&quickKeyGet, gate<service, "keyGet", &keyGet>>,
+        .keySet = fastGate<&fastKeySet, gate<service, "keySet", &keySet>>,
+        .keyGet = fastGate<&fastKeyGet, gate<service, "keyGet", &keyGet>>,
         .slot17 = nullptr,
         .setEnvelopeValue = gate<service, "setEnvelopeValue", &setEnvelopeValue>,
         .getEnvelopeValue = gate<service, "getEnvelopeValue", &getEnvelopeValue>,

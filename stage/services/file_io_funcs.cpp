@@ -1,3 +1,5 @@
+// "File IO 2": motion files, one envelope after another.
+
 #include "stage/formats/native/motion_file.h"
 #include "stage/services/file_paths.h"
 #include "stage/services/gate.h"

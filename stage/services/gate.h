@@ -66,7 +66,7 @@ typename HandleKind<Id>::Raw encode(Id id) {
     return reinterpret_cast<typename HandleKind<Id>::Raw>(static_cast<std::uintptr_t>(word));
 }
 
-// The scene's number of a handle; none where it is no handle of that kind.
+// The scene's number of a handle; `none` where it is not a valid handle of that kind.
 template <class Id>
 Id decode(const Scene& scene, std::uintptr_t word) {
     const auto id = static_cast<Id>(word & handleNumberMask);
@@ -186,7 +186,7 @@ struct Gate;
 
 template <SlotName service, SlotName slot, auto function, class R, class... A>
 struct Gate<service, slot, function, R (*)(Host&, A...)> {
-    // Never inlined: a quick way in front of it must not pay for its frame.
+    // Never inlined: the fast path before it must not pay for its frame.
     [[gnu::noinline]] static auto call(typename Wire<A>::Raw... arguments) noexcept {
         if constexpr (std::is_void_v<R>) {
             guarded([&](Host& host) { function(host, Wire<A>::in(host, arguments)...); });
@@ -217,23 +217,23 @@ private:
 template <SlotName service, SlotName slot, auto function>
 constexpr auto gate = &Gate<service, slot, function>::call;
 
-// Slots that are called for every attribute of every key have a quick way in front of their gate:
-// `quick` gets the call as it came and may do what goes right without throwing or taking memory.
-// Where it answers false it has done nothing, and the gate looks at everything again.
-template <auto quick, auto gated, class = decltype(gated)>
-struct QuickGate;
+// Slots that are called for every attribute of every key have a fast path before their gate: `fast`
+// gets the raw arguments and handles the common case, without throwing or allocating. Where it
+// returns false it has done nothing, and the gate checks everything again.
+template <auto fast, auto gated, class = decltype(gated)>
+struct FastGate;
 
-template <auto quick, auto gated, class R, class... A>
-struct QuickGate<quick, gated, R (*)(A...) noexcept> {
+template <auto fast, auto gated, class R, class... A>
+struct FastGate<fast, gated, R (*)(A...) noexcept> {
     static R call(A... arguments) noexcept {
         R result;
-        if (Host* host = Host::active(); host && quick(*host, arguments..., result)) [[likely]]
+        if (Host* host = Host::active(); host && fast(*host, arguments..., result)) [[likely]]
             return result;
         return gated(arguments...);
     }
 };
 
-template <auto quick, auto gated>
-constexpr auto quickGate = &QuickGate<quick, gated>::call;
+template <auto fast, auto gated>
+constexpr auto fastGate = &FastGate<fast, gated>::call;
 
 } // namespace cadencora::stage

@@ -112,7 +112,7 @@ std::vector<Problem> Host::takeProblems() {
 }
 
 void Host::recordMisuse(std::string_view service, std::string_view slot, std::string reason) {
-    // A plug-in that goes wrong in a loop must not fill the memory with the same complaint.
+    // A plug-in that repeats a mistake in a loop must not fill the memory.
     constexpr std::size_t most = 1000;
     if (misuses.size() < most)
         misuses.push_back({std::string(service), std::string(slot), std::move(reason)});

@@ -1,4 +1,5 @@
-// The host that a plug-in talks to: a scene, a journal, panels and a front end, behind C tables.
+// The host that a plug-in talks to: a scene, a journal, panels and a front end. The C tables of the
+// services are its interface.
 //
 // One host is active at a time per process: the tables carry no context, so their slots work on the
 // active host. Everything runs on one thread.
@@ -120,14 +121,14 @@ public:
     std::vector<Misuse> misuses;
     std::vector<Problem> problems;
     void report(Problem problem); // once, however often it happens
-    // All of it so far, misuses in the words of problems; then there is none.
+    // Returns all of them, misuses in the words of problems, and forgets them.
     std::vector<Problem> takeProblems();
     void recordMisuse(std::string_view service, std::string_view slot, std::string reason);
     void recordThrown(const char* service, const char* slot) noexcept; // in a catch block
 
     HostFaults faults;
 
-    // To be forgotten whenever an envelope goes.
+    // Must be forgotten whenever an envelope is removed.
     LastEnvelopes lastEnvelopes;
     void forgetEnvelope() { lastEnvelopes.forget(); }
 

@@ -1,3 +1,5 @@
+// "LW Item Info 5": items, their tree, names, types and parameters.
+
 #include "stage/scene/transform.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
@@ -16,7 +18,7 @@ ItemType typeOf(int type) {
     return static_cast<ItemType>(type);
 }
 
-// Bones are listed under their object only: asked for bones of no object there are none.
+// Bones are listed under their object only: without an object there are no bones to list.
 ItemId firstItem(Host& host, int type, OrNone<ItemId> owner) {
     if (typeOf(type) != ItemType::bone) return host.scene().firstOfType(typeOf(type));
     return owner.id == ItemId::none ? ItemId::none : host.scene().item(owner.id).firstBone;
@@ -33,7 +35,7 @@ ItemId firstChild(Host& host, ItemId item) {
 ItemId nextChild(Host& host, ItemId parent, OrNone<ItemId> child) {
     if (child.id == ItemId::none) return host.scene().item(parent).firstChild;
     if (host.scene().item(child.id).parent != parent)
-        throw MisuseError{"the item is no child of that parent"};
+        throw MisuseError{"the item is not a child of that parent"};
     return host.scene().item(child.id).nextSibling;
 }
 

@@ -1,3 +1,5 @@
+// "Info Messages 2": message boxes and questions.
+
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 

@@ -1,3 +1,5 @@
+// "LWPanelServices": panels, controls, and the size of the display.
+
 #include "stage/base/text.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
@@ -184,7 +186,7 @@ void takeText(ControlModel& control, const host::ControlValue& in) {
     const std::string_view given(in.text.buffer,
                                  static_cast<std::size_t>(std::max(in.text.size, 0)));
     const std::string text(given.substr(0, given.find('\0')));
-    // The buttons show no path; elsewhere a pattern of file names is no choice of one.
+    // The buttons show no path. In a file control, a pattern of file names does not choose a file.
     const bool button =
         control.type == ControlType::loadButton || control.type == ControlType::saveButton;
     const bool pattern = control.type == ControlType::file && text.find('*') != text.npos;

@@ -131,7 +131,7 @@ Result<std::vector<Step>> parseRecipe(std::string_view text, const std::string& 
         json = Json::parse(text);
     } catch (const Json::exception& error) {
         const std::string_view why = error.what(); // "[json.exception...] parse error at line 2..."
-        return wrong("it is no JSON", std::string(why.substr(why.find("] ") + 2)));
+        return wrong("it is not JSON", std::string(why.substr(why.find("] ") + 2)));
     }
     if (!json.is_object() || json.value("cadencora", Json()) != "recipe")
         return wrong("expected {\"cadencora\": \"recipe\", ...}");

@@ -23,7 +23,7 @@ void Recorder::begin(const ControlModel& control, const Scene& scene) {
     RecordedStep recorded;
     recorded.step.press = shownLabel(control);
     pressed_ = control.type == ControlType::button;
-    if (!pressed_) recorded.shortfall = inQuotes(recorded.step.press) + " is no button";
+    if (!pressed_) recorded.shortfall = inQuotes(recorded.step.press) + " is not a button";
     if (!before_ || before_->selection != scene.selection) {
         auto& names = recorded.step.select.emplace();
         std::unordered_map<std::string_view, ItemId> first; // of a name, whom a script finds
@@ -47,7 +47,7 @@ void Recorder::begin(const ControlModel& control, const Scene& scene) {
 
 void Recorder::dialogOpened(const PanelModel& panel) {
     if (!open_) return;
-    if (steps_.back().step.cancel) fallShort("a dialog opened behind a cancelled one");
+    if (steps_.back().step.cancel) fallShort("a dialog opened after a cancelled one");
     dialogs_.push_back(&panel);
     madeHere_ = 0;
 }
@@ -78,7 +78,7 @@ void Recorder::set(const ControlModel& control, const Scene& scene) {
 }
 
 // A script cancels the dialog of the last setting: where the user cancelled a later one untouched,
-// a value that stands there is set again.
+// one of its values is set again to what it is.
 void Recorder::anchorCancel(const PanelModel& panel, const Scene& scene) {
     for (const ControlModel* control : panel.controls) {
         const bool plain = isTyped(control->type) || control->type == ControlType::toggle ||

@@ -1,14 +1,14 @@
-// Writes down what a user does at the panels, as steps that a scripted user can perform.
+// Records what a user does at the panels, as steps that a scripted user can perform.
 //
-// Whoever stands between the user and the model tells it: a front end with windows, through the
-// document. A step is one press of a button of a floating panel and what follows until it is over.
+// The front end reports to it what the user does. A step is one press of a button of a floating
+// panel, with everything that follows until the command ends.
 #pragma once
 
 #include "stage/user/scripted_user.h"
 
 namespace cadencora::stage {
 
-// A step, and in what it falls short of what the user did; empty: in nothing.
+// A step, and what the user did that it does not repeat; empty where it repeats everything.
 struct RecordedStep {
     Step step;
     std::string shortfall;
@@ -16,12 +16,12 @@ struct RecordedStep {
 
 class Recorder {
 public:
-    // The step's selection and time are written down where they are others than the last step left.
-    // A control that is no button makes a step only if it edits, and one that falls short.
+    // The step records the selection and the time where they differ from what the last step left.
+    // A control other than a button makes a step only if it edits, and a step with a shortfall.
     void begin(const ControlModel& control, const Scene& scene);
 
-    // Within a step. `set` is told after the value was taken; a button counts as a setting. Sliding
-    // and typing on in the same control leaves the last value alone.
+    // Within a step. `set` is told after the value was taken; a button counts as a setting. Of
+    // several values slid or typed in the same control, only the last one is kept.
     void dialogOpened(const PanelModel& panel);
     void set(const ControlModel& control, const Scene& scene);
     void dialogClosed(const PanelModel& panel, bool accepted, const Scene& scene);
@@ -30,7 +30,7 @@ public:
     // `changed`: the step made an edit that an undo takes back.
     void end(bool changed, const Scene& scene);
 
-    // The step ended in an error and did nothing: it is none.
+    // The step ended in an error and did nothing: it is dropped.
     void abandon();
 
     // The last edit was taken back or made again, and its step with it.

@@ -84,7 +84,7 @@ bool ScriptedUser::runModal(PanelModel& panel) {
             problem_ = done.problem();
             problem_->where = inQuotes(step_.press) + ", " + inQuotes(setting.label);
         }
-        // A person does not accept a dialog that has just complained.
+        // A person does not accept a dialog that has just shown an error.
         if (sawError()) return false;
     }
     // Settings still to be made belong to a later dialog.

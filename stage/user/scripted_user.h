@@ -21,7 +21,7 @@ struct Step {
     std::optional<std::vector<std::string>> select; // names of items; nothing: as it was
     std::optional<double> time;                     // frame; nothing: as it was
     std::vector<Setting> settings;                  // in the order in which they are made
-    std::vector<bool> answers;                      // to the questions; the last one goes on
+    std::vector<bool> answers;                      // to the questions; the last one is repeated
     bool cancel = false;                            // the dialog in which the last setting was made
 };
 

@@ -1,7 +1,7 @@
-// Files for a dry run: a plug-in opens the files that it writes by itself, so it is given the paths
-// of copies, which go when the run is over.
+// Files for a dry run: a plug-in opens by itself the files that it writes, so it is given the paths
+// of copies, which are removed when the run is over.
 //
-// Calls stage/base alone.
+// Calls only stage/base.
 #pragma once
 
 #include "stage/base/file.h"

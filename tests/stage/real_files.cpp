@@ -113,7 +113,7 @@ TEST_F(Walk, destroying_a_range_takes_its_keys_and_nothing_else) {
     });
 }
 
-// At 24 frames per second two keys of every frame go forward onto it; all get there.
+// At 24 frames per second two keys of every frame move forward onto it; all arrive.
 TEST_F(Walk, defractionalizing_leaves_whole_frames_with_the_last_key_that_came) {
     for (const int rate : {30, 24}) {
         ReadOptions options;

@@ -44,7 +44,7 @@ ExitStatus plot(const PlotOptions& options) {
                         .from = options.from,
                         .to = options.to});
     if (!svg) {
-        // What is wrong lies in the options; the place is the file that they do not fit.
+        // The options are wrong for this file, so the message names the file.
         Problem problem = svg.problem();
         problem.where = options.input;
         return fail(exitUsage, problem);

@@ -17,7 +17,7 @@ namespace cadencora::stage {
 
 namespace {
 
-// What can be known to go wrong with the outputs before any input is opened.
+// Refuses outputs that cannot work, before any input is opened.
 Result<> checkOutputs(const RunOptions& options) {
     std::set<std::filesystem::path> outputs;
     for (const auto& input : options.inputs) {

@@ -1,4 +1,4 @@
-// What a plug-in offers, read from the live plug-in: its buttons and every dialog behind each.
+// What a plug-in offers, read from the live plug-in: its buttons and the dialogs that each opens.
 //
 // The plug-in is started on a scratch scene, and each button is pressed until all its dialogs have
 // been seen. Nothing outside the scratch scene changes and no file is written.

@@ -30,7 +30,7 @@ bool writeAll(int descriptor, std::string_view bytes) {
     return true;
 }
 
-// The answer goes with a last byte, so that one that was cut off can be told from a whole one.
+// A last byte marks the answer as whole, so that one that was cut off is recognised.
 [[noreturn]] void workAndExit(const Workers& workers, std::size_t piece, int pipe) {
     const bool sent = writeAll(pipe, workers.work(piece) + "!");
     _exit(sent ? 0 : 1); // without what the parent has registered for its own exit

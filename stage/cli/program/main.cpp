@@ -1,3 +1,5 @@
+// The headless program, cadencora.
+
 #include "stage/cli/arguments.h"
 
 int main(int argc, char** argv) {

@@ -1,4 +1,4 @@
-// What the headless program answers to its caller, and the one line that goes with a failure.
+// The exit status of the headless program, and the line that it prints with a failure.
 #pragma once
 
 #include "stage/base/result.h"

@@ -155,7 +155,7 @@ TEST_F(Program, steps_run_in_order_until_one_ends_in_an_error) {
     EXPECT_FALSE(fs::exists(output));
 }
 
-TEST_F(Program, a_later_step_reaches_the_keys_that_an_earlier_one_put_behind_the_end) {
+TEST_F(Program, a_later_step_reaches_the_keys_that_an_earlier_one_put_after_the_end) {
     const auto result = run({"run", input.string(), "--press", "Cycle (Bake) Keys", "--set",
                              "Use selected objects only=off", "--set", "Repeats=2", "--press",
                              "Destroy Keys", "--set", "Use selected objects only=off", "--set",
@@ -203,7 +203,7 @@ TEST_F(Program, info_convert_and_panels_tell_the_same_in_text_and_json) {
     ASSERT_EQ(panels["buttons"].size(), 17u);
     EXPECT_EQ(panels["buttons"][1]["label"], "Destroy Keys");
     EXPECT_EQ(panels["buttons"][1]["dialogs"][0]["title"], "Select range and objects");
-    EXPECT_EQ(panels["buttons"][0]["dialogs"].size(), 2u) << "the options behind the range";
+    EXPECT_EQ(panels["buttons"][0]["dialogs"].size(), 2u) << "the options after the range";
 }
 
 TEST_F(Program, a_recipe_takes_the_same_steps_again_and_nothing_that_it_cannot) {

@@ -1,3 +1,5 @@
+// Opening and starting plug-in files, good and bad ones.
+
 #include "stage/module/module.h"
 
 #include "stage/services/host.h"

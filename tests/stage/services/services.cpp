@@ -1,3 +1,5 @@
+// The services as a plug-in calls them, through their C tables.
+
 #include "plugin/host/channel_info.h"
 #include "plugin/host/dir_info.h"
 #include "plugin/host/envelope_funcs.h"

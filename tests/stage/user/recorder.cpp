@@ -1,3 +1,5 @@
+// What the recorder makes of what a user does.
+
 #include "stage/user/recorder.h"
 #include "stage/panels/actions.h"
 

@@ -1,3 +1,5 @@
+// The scripted user, and the panels that it sees.
+
 #include "stage/user/scripted_user.h"
 #include "stage/panels/actions.h"
 #include "stage/panels/labels.h"
