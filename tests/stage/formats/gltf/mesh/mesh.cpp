@@ -337,7 +337,7 @@ TEST(Mesh, a_file_that_was_read_with_meshes_is_written_as_it_was) {
     const std::string glb = arm.glb();
     EXPECT_EQ(written(loaded("arm.glb", glb, withMeshes()).scene, "out.glb"), glb);
     const auto path = dataFile("robot_expressive.glb");
-    if (path.empty()) GTEST_SKIP() << "the rest is on real files, which are not at hand";
+    if (path.empty()) GTEST_SKIP() << "the rest is on real files, which are missing";
     const auto robot = readScene(path, withMeshes());
     ASSERT_TRUE(robot.ok());
     EXPECT_EQ(robot.value().notes.size(), 1u) << "every mesh of it is shown";
@@ -346,7 +346,7 @@ TEST(Mesh, a_file_that_was_read_with_meshes_is_written_as_it_was) {
 
 TEST(Mesh, the_robot_stands_on_the_ground_with_its_hands_at_its_arms) {
     const auto path = dataFile("robot_expressive.glb");
-    if (path.empty()) GTEST_SKIP() << "no real files are at hand";
+    if (path.empty()) GTEST_SKIP() << "the real files are missing";
     for (const char* clip : {"Idle", "Walking", "Dance"}) {
         SCOPED_TRACE(clip);
         ReadOptions options = withMeshes();
