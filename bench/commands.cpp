@@ -88,7 +88,7 @@ const Command commands[] = {
      halfOfTheKeys},
     {"defractionalize_half_off_frame", [](Shape) { return wholeScene("Defractionalize"); }, true,
      allKeys},
-    {"cycle_last_quarter_5_times", // per new key, behind the last one
+    {"cycle_last_quarter_5_times", // per new key, after the last one
      [](Shape shape) {
          return wholeScene("Cycle (Bake) Keys", {{"Start", std::to_string(shape.keys / 4 * 3)},
                                                  {"End", std::to_string(shape.keys)},

@@ -69,7 +69,7 @@ void readBvh(benchmark::State& state) {
     timePerKey(state, scene.keyCount(), [&] { return readScene(file.path).ok(); });
 }
 
-// What was read carries the file's own angles along, which writing then finds again.
+// What was read keeps the file's own angles, which writing then uses again.
 void rewriteBvh(benchmark::State& state) {
     const ScratchFile file;
     auto written = writeScene(makeCapture(static_cast<int>(state.range(0))), file.path);

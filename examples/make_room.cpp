@@ -55,7 +55,7 @@ void addBall(ItemId floor) {
     keep(room.mutableMotion(ball, heading), {{0, 0}, {48, 6.25, Shape::linear}});
 }
 
-// A desk lamp of three bones that looks after the ball; captured, so keys lie between frames.
+// A desk lamp of three bones that follows the ball; as if captured, with keys between frames.
 void addLamp(ItemId floor) {
     const ItemId lamp = add(ItemType::object, "Lamp", floor);
     place(lamp, {0, 0, -1.5});

@@ -60,14 +60,14 @@ inline void checkMesh(const Scene& scene, const Mesh& mesh) {
         require(scene.has(morph), "the channels of morphs are there");
     for (const MorphTarget& target : shape.targets)
         require(std::ranges::all_of(target.points, isPoint) &&
-                    target.points.size() == target.moves.size(),
+                    target.points.size() == target.deltas.size(),
                 "every point of a morph has its difference");
     if (!mesh.skin) return;
-    require(shape.pulls.size() == shape.points.size(), "a skin has weights for every point");
+    require(shape.jointWeights.size() == shape.points.size(), "a skin has weights for every point");
     require(mesh.skin->joints.size() == mesh.skin->inverseBinds.size(), "joints have their binds");
     for (const ItemId joint : mesh.skin->joints)
         require(scene.has(joint), "joints are items");
-    for (const JointWeights& weights : shape.pulls)
+    for (const JointWeights& weights : shape.jointWeights)
         for (const std::uint16_t joint : weights.joints)
             require(joint < mesh.skin->joints.size(), "joints are of the skin");
 }

@@ -17,7 +17,7 @@ Result<std::string> readFile(const std::filesystem::path& path,
                              std::uintmax_t limit = defaultFileLimit);
 
 // A file under construction beside its final place. Until commit() the old file, if any, stays as
-// it is; without commit() nothing is left behind.
+// it is; without commit() no trace is left.
 class AtomicFile {
 public:
     // Fails where the directory is missing or may not be written, or where `path` is a directory.
@@ -46,8 +46,8 @@ private:
     std::string buffer_;
 };
 
-// A directory of this process alone, in the system's place for temporary files; it goes, with what
-// is in it, with the value.
+// A directory that only this process uses, in the system's place for temporary files. It is
+// removed, with all its content, when the value is destroyed.
 class TemporaryDirectory {
 public:
     static Result<TemporaryDirectory> create();

@@ -23,7 +23,7 @@ struct Problem {
     bool operator==(const Problem&) const = default;
 };
 
-// Either a T or a Problem. `Result<>` carries no value: it is done, or it is a Problem.
+// Either a T or a Problem. `Result<>` has no value: it is done, or it is a Problem.
 template <class T = std::monostate>
 class [[nodiscard]] Result {
 public:

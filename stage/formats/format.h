@@ -33,24 +33,25 @@ struct ReadOptions {
     // Which of the animations that a file holds is opened, by name; the first one otherwise.
     // Formats with one animation take no notice.
     std::optional<std::string> clip;
-    bool meshes = false; // whether items get the meshes that the file has, for whoever draws them
+    bool meshes = false; // whether items get the meshes that the file has, to be drawn
     ReadLimits limits;
-    // Told now and then which share of the work is done, 0 to 1, 0 as long as that is not known; on
-    // false the reading stops, which is a Problem then. Called on the thread that reads.
+    // Called from time to time with the share of the work that is done, 0 to 1, or 0 while that is
+    // not known. If it returns false, the reading stops with a Problem. Called on the thread that
+    // reads.
     std::function<bool(double share)> progress;
 
     bool goesOn(double share) const { return !progress || progress(share); }
 };
 
-// What reading says where `progress` stopped it.
+// The message of the Problem where `progress` stopped the reading.
 constexpr const char* readingStopped = "the reading was stopped";
 
 struct Loaded {
     Scene scene;
     std::vector<std::string> warnings;
-    std::vector<std::string> notes; // facts that are no fault, such as where the rate came from
+    std::vector<std::string> notes; // facts that are not faults, such as where the rate came from
     std::vector<std::string> clips; // the names of the animations that the file holds
-    std::string clip;               // the one that is open; empty where there is none
+    std::string clip;               // the one that is open; empty where the file has none
 };
 
 struct Written {

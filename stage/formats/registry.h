@@ -7,10 +7,10 @@ namespace cadencora::stage {
 
 std::span<const Format> formats();
 
-// The format that a path's extension names, in any case; null where there is none.
+// The format that a path's extension names, in any case; null where it names none.
 const Format* formatOf(const std::filesystem::path& path);
 
-// "known are .bvh (BVH), ...": for messages about an extension that is none of them.
+// "known are .bvh (BVH), ...": for messages about an unknown extension.
 std::string knownExtensions();
 
 Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& options = {});

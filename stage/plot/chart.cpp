@@ -10,7 +10,7 @@ namespace cadencora::stage {
 
 namespace {
 
-constexpr double inset = 8;        // between the outermost values and the frame of a panel
+constexpr double inset = 8;        // between the outermost values and the frame of a chart
 constexpr double keyDistance = 5;  // pixels that keys need on average to be marked one by one
 constexpr double sampleWidth = 24; // of a line in a legend
 constexpr double longestName = 340;
@@ -63,11 +63,11 @@ std::string keyCount(const DrawnCurve& curve) {
 }
 
 // The unit and the names, in rows from `top` down; answers where they end.
-double drawLegend(std::string& svg, const Chart& panel, double left, double top) {
+double drawLegend(std::string& svg, const Chart& chart, double left, double top) {
     using layout::textSize;
     const double right = layout::width - layout::right;
-    std::string unit = panel.unit;
-    if (panel.axis.exponent != 0) unit += " × 1e" + std::to_string(panel.axis.exponent);
+    std::string unit = chart.unit;
+    if (chart.axis.exponent != 0) unit += " × 1e" + std::to_string(chart.axis.exponent);
     drawText(svg, left, top + 13, unit, R"( font-weight="bold")");
     struct Entry {
         std::string name, count;
@@ -75,7 +75,7 @@ double drawLegend(std::string& svg, const Chart& panel, double left, double top)
     };
     std::vector<Entry> entries;
     double whole = 0, widest = 0;
-    for (const Series& series : panel.series) {
+    for (const Series& series : chart.series) {
         Entry entry{shortened(series.name, textSize, longestName), keyCount(series.curve), 0};
         entry.width = sampleWidth + 13 + textWidth(entry.name + entry.count, textSize) + 20;
         whole += entry.width;
@@ -94,7 +94,7 @@ double drawLegend(std::string& svg, const Chart& panel, double left, double top)
             y += layout::rowHeight;
         }
         svg += colourGroup(n, " legend") + " stroke=\"currentColor\"><title>" +
-               escaped(panel.series[n].name) + "</title>";
+               escaped(chart.series[n].name) + "</title>";
         drawLine(svg, x, y + 9, x + sampleWidth, y + 9,
                  R"( stroke-width="2")" + std::string(lineDash(n)));
         svg += "</g>\n<text" + attribute("x", x + sampleWidth + 6) + attribute("y", y + 13) + ">" +
@@ -179,26 +179,26 @@ double Chart::labelWidth() const {
     return widest;
 }
 
-double drawPanel(std::string& svg, const Chart& panel, const Frames& frames, double left,
+double drawChart(std::string& svg, const Chart& chart, const Frames& frames, double left,
                  double top, double height, Shown& shown) {
     svg += "<g class=\"panel\">\n";
     const double right = layout::width - layout::right;
-    const double upper = drawLegend(svg, panel, left, top) + 4, lower = upper + height;
+    const double upper = drawLegend(svg, chart, left, top) + 4, lower = upper + height;
     const Mapping mapping{left,
                           frames.first,
                           (right - left) / (frames.last - frames.first),
                           lower - inset,
-                          panel.extent.low,
-                          (height - 2 * inset) / (panel.extent.high - panel.extent.low)};
+                          chart.extent.low,
+                          (height - 2 * inset) / (chart.extent.high - chart.extent.low)};
 
     svg += "<g stroke=\"currentColor\" stroke-opacity=\".14\">\n";
-    for (const Tick& tick : panel.axis.ticks)
+    for (const Tick& tick : chart.axis.ticks)
         drawLine(svg, left, mapping.y(tick.at), right, mapping.y(tick.at), "");
     for (const Tick& tick : frames.ticks)
         drawLine(svg, mapping.x(tick.at), upper, mapping.x(tick.at), lower, "");
     svg += "</g>\n";
     drawLine(svg, left, lower, right, lower, R"( stroke="currentColor" stroke-opacity=".6")");
-    for (const Tick& tick : panel.axis.ticks)
+    for (const Tick& tick : chart.axis.ticks)
         drawText(svg, left - 7, mapping.y(tick.at) + 4, tick.label,
                  R"( class="value" text-anchor="end")");
     for (const Tick& tick : frames.ticks) {
@@ -208,10 +208,10 @@ double drawPanel(std::string& svg, const Chart& panel, const Frames& frames, dou
     }
 
     std::vector<std::vector<std::string>> paths;
-    for (const Series& series : panel.series)
+    for (const Series& series : chart.series)
         paths.push_back(pathsOf(series.curve, mapping));
-    for (std::size_t n = 0; n < panel.series.size(); ++n)
-        for (const DrawnCurve& ghost : panel.series[n].ghost) {
+    for (std::size_t n = 0; n < chart.series.size(); ++n)
+        for (const DrawnCurve& ghost : chart.series[n].ghost) {
             const auto ghostPaths = pathsOf(ghost, mapping);
             if (ghostPaths == paths[n]) continue;
             svg += colourGroup(n, " ghost") + " stroke=\"currentColor\" opacity=\".5\">\n";
@@ -227,11 +227,11 @@ double drawPanel(std::string& svg, const Chart& panel, const Frames& frames, dou
             svg += "</g>\n";
             shown.ghost = true;
         }
-    for (std::size_t n = 0; n < panel.series.size(); ++n) {
-        const DrawnCurve& curve = panel.series[n].curve;
+    for (std::size_t n = 0; n < chart.series.size(); ++n) {
+        const DrawnCurve& curve = chart.series[n].curve;
         svg += colourGroup(n, " curve") +
                " stroke=\"currentColor\" stroke-linejoin=\"round\"><title>" +
-               escaped(panel.series[n].name) + "</title>\n";
+               escaped(chart.series[n].name) + "</title>\n";
         for (std::size_t i = 0; i < paths[n].size(); ++i) {
             const bool keyed = curve.runs[i].keyed;
             drawPath(svg, keyed, paths[n][i], keyed ? lineDash(n) : outsideDash, 1.8);

@@ -1,4 +1,4 @@
-// One panel of a plot: curves of one unit over their axes, with a legend.
+// One chart of a plot: the curves of one unit over their axes, with a legend.
 #pragma once
 
 #include "stage/plot/axis.h"
@@ -44,9 +44,9 @@ struct Frames {
     std::vector<Tick> ticks;    // at seconds
 };
 
-// Draws a panel from `top` down, its curves between `left` and the right margin in `height` pixels.
-// Answers where it ends.
-double drawPanel(std::string& svg, const Chart& panel, const Frames& frames, double left,
+// Draws a chart from `top` down, its curves between `left` and the right margin in `height` pixels.
+// Returns its lower edge.
+double drawChart(std::string& svg, const Chart& chart, const Frames& frames, double left,
                  double top, double height, Shown& shown);
 
 // The mark of a key's shape, filled, or hollow for one between frames, as an element of a class.

@@ -20,7 +20,7 @@ public:
     double shown(double value) const { return value * unit_; }
     double at(double time) const { return shown(envelope_.evaluate(time)); }
 
-    // The piece between two times with no key between them. It is found from times inside alone:
+    // The piece between two times with no key between them. It is found only from times inside it:
     // at the ends themselves the curve may already have jumped.
     void cut(CurveRun& run, double from, double to) const {
         from = std::max(from, first_);

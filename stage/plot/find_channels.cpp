@@ -11,16 +11,6 @@ namespace {
 // Comparing a wrong name with half a million others would take seconds.
 constexpr std::size_t mostCompared = 5000;
 
-// Visits the group's channels, sub-groups included, until `visit` answers true.
-template <class Visit>
-bool visitChannels(const Scene& scene, GroupId group, const Visit& visit) {
-    for (const ChannelId id : scene.group(group).channels)
-        if (visit(id)) return true;
-    for (const GroupId sub : scene.group(group).groups)
-        if (visitChannels(scene, sub, visit)) return true;
-    return false;
-}
-
 // The names of the item that the path begins with, if there is one; else those of all items.
 std::string channelsLike(const Scene& scene, std::string_view path) {
     std::vector<std::string> names;

@@ -10,7 +10,7 @@
 
 namespace cadencora::stage {
 
-// The first channel of a path, as Scene::channelPath writes it; none where there is none.
+// The first channel of a path, as Scene::channelPath writes it; `none` where it names none.
 ChannelId channelAt(const Scene& scene, std::string_view path);
 
 // The channels of the paths, each once; for an unknown one a Problem with the nearest names.

@@ -59,7 +59,7 @@ Result<Range> rangeOf(const PlotRequest& request, const std::vector<ChannelId>& 
         return Problem{"the frames " + std::to_string(range.from) + " to " +
                            std::to_string(range.to) + " run backwards",
                        scene.name, "the first frame comes first"};
-    // One end given alone may lie beyond the other.
+    // Where only one end is given, it may be beyond the other.
     if (!request.to) range.to = std::max(range.from, range.to);
     range.from = std::min(range.from, range.to);
     return range;
@@ -119,7 +119,7 @@ double drawKey(std::string& svg, const Shown& shown, double left, double top) {
     return x > left ? y + layout::rowHeight : y;
 }
 
-std::vector<Chart> panelsOf(const PlotRequest& request, const std::vector<ChannelId>& channels,
+std::vector<Chart> chartsOf(const PlotRequest& request, const std::vector<ChannelId>& channels,
                             double first, double last) {
     std::array<Chart, units.size()> all;
     for (const ChannelId id : channels) {
@@ -136,8 +136,8 @@ std::vector<Chart> panelsOf(const PlotRequest& request, const std::vector<Channe
         all[unit].series.push_back(std::move(series));
     }
     std::vector<Chart> used;
-    for (Chart& panel : all)
-        if (!panel.series.empty()) used.push_back(std::move(panel));
+    for (Chart& chart : all)
+        if (!chart.series.empty()) used.push_back(std::move(chart));
     return used;
 }
 
@@ -161,17 +161,17 @@ Result<std::string> plotSvg(const PlotRequest& request) {
     // An edge on a frame has that frame's own time, so that a key there is within.
     const Extent seconds{shownFrames.low / rate, shownFrames.high / rate};
 
-    auto panels = panelsOf(request, *channels, seconds.low, seconds.high);
-    const double height = panels.size() == 1 ? 300 : panels.size() == 2 ? 220 : 170;
+    auto charts = chartsOf(request, *channels, seconds.low, seconds.high);
+    const double height = charts.size() == 1 ? 300 : charts.size() == 2 ? 220 : 170;
     double left = 68;
-    for (Chart& panel : panels) {
-        for (const Series& series : panel.series)
+    for (Chart& chart : charts) {
+        for (const Series& series : chart.series)
             if (!series.curve.drawable() ||
                 !std::ranges::all_of(series.ghost, &DrawnCurve::drawable))
                 return Problem{"the values of " + inQuotes(series.name) + " are too large to draw",
                                scene.name, "they reach beyond 1e150 in the frames shown"};
-        panel.scale(height);
-        left = std::max(left, panel.labelWidth() + 16);
+        chart.scale(height);
+        left = std::max(left, chart.labelWidth() + 16);
     }
     const double right = layout::width - layout::right, width = right - left;
     Frames frames{seconds.low, seconds.high, timeTicks(shownFrames, width, textSize, true, "")};
@@ -190,8 +190,8 @@ Result<std::string> plotSvg(const PlotRequest& request) {
 
     Shown shown;
     double y = 56;
-    for (const Chart& panel : panels)
-        y = drawPanel(body, panel, frames, left, y, height, shown);
+    for (const Chart& chart : charts)
+        y = drawChart(body, chart, frames, left, y, height, shown);
     y -= layout::gap;
     const double labels = y - layout::rowHeight + 16; // the baseline of the lowest frame numbers
     drawText(body, 12, labels, "frame", R"( opacity=".75")");

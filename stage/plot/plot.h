@@ -24,7 +24,7 @@ struct PlotRequest {
     std::optional<std::int64_t> from = {}, to = {};
 };
 
-// One panel per unit: positions in scene units, rotations in degrees, scales as factors, the rest
+// One chart per unit: positions in scene units, rotations in degrees, scales as factors, the rest
 // as values. `before` is laid over by time, whatever its rate; a channel that it lacks has no
 // ghost.
 Result<std::string> plotSvg(const PlotRequest& request);

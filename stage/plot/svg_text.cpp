@@ -2,6 +2,8 @@
 
 #include <charconv>
 #include <cmath>
+#include <iterator>
+#include <utf8.h>
 #include <vector>
 
 namespace cadencora::stage {
@@ -10,54 +12,25 @@ namespace {
 
 constexpr char32_t replacement = 0xfffd;
 
-// Takes the first character off a text that is not empty.
+// Takes the first character off a text that is not empty. Each byte that is not UTF-8, and each
+// character that XML cannot hold, becomes a replacement character; blanks of any kind become
+// spaces.
 char32_t takeCharacter(std::string_view& text) {
-    const auto byte = [&](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
-    };
-    const unsigned lead = byte(0);
-    const std::size_t length = lead < 0x80   ? 1
-                               : lead < 0xc2 ? 0
-                               : lead < 0xe0 ? 2
-                               : lead < 0xf0 ? 3
-                               : lead < 0xf5 ? 4
-                                             : 0;
-    char32_t character = length == 1 ? lead : lead & (0x7fu >> length);
-    bool good = length > 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        good = good && (byte(i) & 0xc0u) == 0x80;
-        character = character << 6 | (byte(i) & 0x3fu);
+    const char* at = text.data();
+    char32_t character = replacement;
+    try {
+        character = utf8::next(at, text.data() + text.size());
+    } catch (const utf8::exception&) {
+        at = text.data() + 1;
     }
-    const bool overlong =
-        (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
-    const bool surrogate = character >= 0xd800 && character < 0xe000;
-    if (!good || overlong || surrogate || character > 0x10ffff) {
-        text.remove_prefix(1);
-        return replacement;
-    }
-    text.remove_prefix(length);
+    text.remove_prefix(static_cast<std::size_t>(at - text.data()));
     const bool blank = character == '\t' || character == '\n' || character == '\r';
     if (blank) return ' ';
     return character < 0x20 || (character & 0xfffe) == 0xfffe ? replacement : character;
 }
 
-void append(std::string& out, char32_t c) {
-    const auto tail = [&](int shift) { out += static_cast<char>(0x80 | (c >> shift & 0x3f)); };
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-    } else if (c < 0x800) {
-        out += static_cast<char>(0xc0 | c >> 6);
-        tail(0);
-    } else if (c < 0x10000) {
-        out += static_cast<char>(0xe0 | c >> 12);
-        tail(6);
-        tail(0);
-    } else {
-        out += static_cast<char>(0xf0 | c >> 18);
-        tail(12);
-        tail(6);
-        tail(0);
-    }
+void append(std::string& out, char32_t character) {
+    utf8::append(character, std::back_inserter(out));
 }
 
 // In parts of the font's size.
@@ -124,7 +97,7 @@ std::string shortened(std::string_view text, double fontSize, double width) {
 }
 
 std::string pixels(double value) {
-    // Whole hundredths, so that a number has one text alone and no "-0".
+    // Whole hundredths, so that a number has only one text, and none is "-0".
     const long long hundredths = std::llround(value * 100);
     char text[32];
     const auto end = std::to_chars(text, text + sizeof text, static_cast<double>(hundredths) / 100);

@@ -126,15 +126,9 @@ ChangeReport EditScope::report() const {
             lastItem = item;
         }
     };
-    const auto visitGroup = [&](const auto& self, GroupId id) -> void {
-        for (const ChannelId channel : scene_.group(id).channels)
-            visit(channel);
-        for (const GroupId sub : scene_.group(id).groups)
-            self(self, sub);
-    };
     if (!before.empty())
         for (std::size_t i = 0; i < scene_.itemCount(); ++i)
-            visitGroup(visitGroup, scene_.item(Scene::itemAt(i)).group);
+            visitChannels(scene_, scene_.item(Scene::itemAt(i)).group, visit);
 
     for (const auto& list : entry_.groups)
         for (const ChannelId id : scene_.group(list.id).channels)

@@ -51,7 +51,7 @@ struct JournalEntry {
     bool empty() const { return envelopes.empty() && groups.empty(); }
 };
 
-// The way to change a scene. Lives for one top-level event; ended by Journal::commit or
+// The means to change a scene. Lives for one top-level event; ended by Journal::commit or
 // Journal::rollBack.
 class EditScope {
 public:
@@ -86,7 +86,7 @@ private:
 class Journal {
 public:
     // Keeps the edit for undo, if it changed anything, and says what it changed. Drops what could
-    // be redone. The scene's last frame grows to cover keys that the edit put behind it.
+    // be redone. The scene's last frame grows to cover keys that the edit put after it.
     ChangeReport commit(EditScope&& scope);
 
     // Puts the scene back to what it was before the scope.

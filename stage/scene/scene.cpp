@@ -137,7 +137,7 @@ std::int64_t Scene::frameOfLastKey() const {
 
 namespace {
 
-// Keys that stand on a frame but for a rounding get the frame's own time, which exact comparisons
+// Keys that are on a frame except for a rounding get the frame's own time, which exact comparisons
 // meet. Order and number of keys stay: what moves moves by a rounding.
 void settleOnFrames(KeyStore& keys, FrameRate rate) {
     const auto settled = [&](double time) {

@@ -16,11 +16,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace cadencora::stage {
 
-// Numbers from 1; 0 is none.
+// Numbers from 1; 0 is `none`.
 enum class ItemId : std::uint32_t { none = 0 };
 enum class GroupId : std::uint32_t { none = 0 };
 enum class ChannelId : std::uint32_t { none = 0 };
@@ -60,7 +61,7 @@ struct Item {
     ItemType type = ItemType::object;
     std::string name;
     ItemId parent = ItemId::none;
-    ItemId owner = ItemId::none; // of a bone: the object that carries it
+    ItemId owner = ItemId::none; // of a bone: its object
     ItemId firstChild = ItemId::none, lastChild = ItemId::none, nextSibling = ItemId::none;
     ItemId nextOfType = ItemId::none; // of a bone: the next bone of the same object
     ItemId firstBone = ItemId::none, lastBone = ItemId::none; // of an object
@@ -145,13 +146,13 @@ public:
     static ItemId itemAt(std::size_t position) { return static_cast<ItemId>(position + 1); }
     static std::size_t positionOf(ItemId item) { return index(item); } // for tables by item
 
-    // The first item of a name in the order of adding; none where there is none.
+    // The first item of a name in the order of adding; `none` where no item has it.
     ItemId findItem(std::string_view itemName) const;
 
     // The names nearest to an unknown one, for messages.
     std::string namesLike(std::string_view wanted) const;
 
-    // The channel of an exact name directly in a group; none where there is none.
+    // The channel of an exact name directly in a group; `none` where no channel has it.
     ChannelId findChannel(GroupId group, std::string_view channelName) const;
 
     // The channel's group and name for people: "Hips/Rotation.H", "Face/Morph/Smile".
@@ -165,7 +166,7 @@ public:
         return mutableEnvelope(channel(item(id).motion[which]).envelope);
     }
 
-    // Sets the clock to another rate. Keys keep their times, but for a rounding where one stands on
+    // Sets the clock to another rate. Keys keep their times, except for a rounding where one is on
     // a frame of the new rate; the last frame covers the last key, and the preview range still ends
     // there if it did.
     void setRate(FrameRate newRate);
@@ -201,5 +202,21 @@ private:
     std::vector<EnvelopeId> freeEnvelopes_;
     std::array<ItemId, 4> first_{}, last_{};
 };
+
+// Visits the channels of a group and then those of its sub-groups, as visit(ChannelId), until a
+// visit returns true. Returns whether one did. A visit that returns nothing sees all.
+template <class Visit>
+bool visitChannels(const Scene& scene, GroupId group, const Visit& visit) {
+    for (const ChannelId channel : scene.group(group).channels) {
+        if constexpr (std::is_void_v<decltype(visit(channel))>) {
+            visit(channel);
+        } else {
+            if (visit(channel)) return true;
+        }
+    }
+    for (const GroupId sub : scene.group(group).groups)
+        if (visitChannels(scene, sub, visit)) return true;
+    return false;
+}
 
 } // namespace cadencora::stage

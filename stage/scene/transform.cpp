@@ -35,7 +35,7 @@ Affine worldTransform(const Scene& scene, ItemId id, double time) {
 }
 
 Vec3 worldPosition(const Scene& scene, ItemId id, double time) {
-    return carried(worldTransform(scene, id, time), scene.item(id).pivot);
+    return transformed(worldTransform(scene, id, time), scene.item(id).pivot);
 }
 
 bool isHidden(const Scene& scene, ItemId item, double time) {

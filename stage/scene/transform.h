@@ -6,20 +6,20 @@
 
 namespace cadencora::stage {
 
-// Carries points: p -> linear * p + offset.
+// A transform of points: p -> linear * p + offset.
 struct Affine {
     Mat3 linear{Vec3{1, 0, 0}, Vec3{0, 1, 0}, Vec3{0, 0, 1}};
     Vec3 offset{};
 };
 
-inline Vec3 carried(const Affine& by, const Vec3& point) {
+inline Vec3 transformed(const Affine& by, const Vec3& point) {
     const Vec3 turned = product(by.linear, point);
     return {turned[0] + by.offset[0], turned[1] + by.offset[1], turned[2] + by.offset[2]};
 }
 
-// Carries as the inner one and then as the outer one does.
+// The transform by the inner one, then by the outer one.
 inline Affine product(const Affine& outer, const Affine& inner) {
-    return {product(outer.linear, inner.linear), carried(outer, inner.offset)};
+    return {product(outer.linear, inner.linear), transformed(outer, inner.offset)};
 }
 
 // Three neighbouring motion channels at a time: position, rotation (radians) or scale.
@@ -34,10 +34,10 @@ Affine worldTransform(const Scene& scene, ItemId item, double time);
 // Where the item's pivot point is in the world.
 Vec3 worldPosition(const Scene& scene, ItemId item, double time);
 
-// The channel that an object's visibility hangs on, in its own group, where it has been added.
+// The channel that hides an object, in its own group, where it has been added.
 constexpr std::string_view dissolveChannelName = "Dissolve";
 
-// Whether an object is dissolved whole: the value of that channel is 1.
+// Whether an object is dissolved completely: the value of that channel is 1.
 bool isHidden(const Scene& scene, ItemId item, double time);
 
 } // namespace cadencora::stage

@@ -5,8 +5,6 @@
 #include "stage/scene/summary.h"
 #include "stage/services/host.h"
 
-#include <cmath>
-
 namespace cadencora::stage {
 
 namespace {
@@ -26,10 +24,7 @@ Result<> prepare(Host& host, const Step& step) {
         host.select(std::move(items));
     }
     if (step.time) {
-        const double whole = std::floor(*step.time);
-        host.mutableScene().currentTime = whole == *step.time
-                                              ? scene.rate.timeOf(static_cast<std::int64_t>(whole))
-                                              : *step.time / scene.rate.perSecond();
+        host.mutableScene().currentTime = scene.rate.timeAt(*step.time);
         host.refreshRecords();
     }
     return done();

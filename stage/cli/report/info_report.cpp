@@ -11,14 +11,13 @@ namespace cadencora::stage {
 
 namespace {
 
-// The channels of an item with keys, sub-groups included.
+// The channels of an item that have keys, as visit(ChannelId, const KeyStore&).
 template <class Visit>
-void visitKeyed(const Scene& scene, GroupId group, const Visit& visit) {
-    for (const ChannelId id : scene.group(group).channels)
+void visitKeyed(const Scene& scene, ItemId item, const Visit& visit) {
+    visitChannels(scene, scene.item(item).group, [&](ChannelId id) {
         if (const auto& keys = scene.envelope(scene.channel(id).envelope).keys; !keys.empty())
             visit(id, keys);
-    for (const GroupId sub : scene.group(group).groups)
-        visitKeyed(scene, sub, visit);
+    });
 }
 
 struct ItemKeys {
@@ -28,7 +27,7 @@ struct ItemKeys {
 
 ItemKeys keysOf(const Scene& scene, ItemId item) {
     ItemKeys sum;
-    visitKeyed(scene, scene.item(item).group, [&](ChannelId, const KeyStore& keys) {
+    visitKeyed(scene, item, [&](ChannelId, const KeyStore& keys) {
         const double first = keys.begin().time(), last = keys.last().time();
         sum.first = sum.channels == 0 ? first : std::min(sum.first, first);
         sum.last = sum.channels == 0 ? last : std::max(sum.last, last);
@@ -81,7 +80,7 @@ void printInfoJson(const Loaded& loaded, std::ostream& out) {
         const ItemId id = Scene::itemAt(i);
         const Item& item = scene.item(id);
         Json channels = Json::array();
-        visitKeyed(scene, item.group, [&](ChannelId channel, const KeyStore& keys) {
+        visitKeyed(scene, id, [&](ChannelId channel, const KeyStore& keys) {
             channels.push_back({{"name", scene.channelPath(channel)},
                                 {"keys", keys.size()},
                                 {"firstFrame", frameJson(scene.rate.frameOf(keys.begin().time()))},

@@ -9,15 +9,7 @@ namespace cadencora::stage {
 
 namespace {
 
-constexpr int freeColours = 7; // behind those of the motion channels
-
-template <class Visit>
-void visitChannels(const Scene& scene, GroupId group, const Visit& visit) {
-    for (const ChannelId channel : scene.group(group).channels)
-        visit(channel);
-    for (const GroupId sub : scene.group(group).groups)
-        visitChannels(scene, sub, visit);
-}
+constexpr int freeColours = 7; // after those of the motion channels
 
 // Calls back with the first and the last key of every column that has any; between two columns the
 // store is asked for the place, so that a column costs the same however many keys it holds.

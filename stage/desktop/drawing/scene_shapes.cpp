@@ -8,24 +8,6 @@ namespace cadencora::stage {
 
 namespace {
 
-Vec3 operator+(const Vec3& a, const Vec3& b) {
-    return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
-}
-Vec3 operator-(const Vec3& a, const Vec3& b) {
-    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-Vec3 operator*(double s, const Vec3& v) {
-    return {s * v[0], s * v[1], s * v[2]};
-}
-double length(const Vec3& v) {
-    return std::hypot(v[0], v[1], v[2]);
-}
-Vec3 cross(const Vec3& a, const Vec3& b) {
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-double dot(const Vec3& a, const Vec3& b) {
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
 // Of any length, to either side.
 Vec3 normalOf(const Face& face) {
     return cross(face.corners[1] - face.corners[0], face.corners[2] - face.corners[0]);
@@ -65,10 +47,10 @@ public:
 
 private:
     const Affine& place(ItemId id) const { return world_[Scene::positionOf(id)]; }
-    Vec3 point(ItemId id) const { return carried(place(id), scene_.item(id).pivot); }
+    Vec3 point(ItemId id) const { return transformed(place(id), scene_.item(id).pivot); }
     // A point in an item's own axes, around its pivot.
     Vec3 around(ItemId id, const Vec3& own) const {
-        return carried(place(id), scene_.item(id).pivot + unit_ * own);
+        return transformed(place(id), scene_.item(id).pivot + unit_ * own);
     }
 
     void addSurface(ItemId id) {
@@ -117,7 +99,7 @@ private:
                 drawn = true;
             }
         for (const Vec3& end : bone.joint.endSites) {
-            addTaper(id, from, carried(place(id), bone.pivot + end));
+            addTaper(id, from, transformed(place(id), bone.pivot + end));
             drawn = true;
         }
         if (drawn) return;
@@ -236,13 +218,13 @@ Sphere sphereAround(const Scene& scene, const std::vector<ItemId>& items, double
             for (const Vec3& point : meshPoints(scene, id, time, world))
                 cover(point);
         if (item.mesh && item.type == ItemType::object) continue; // a skin may be far from its node
-        cover(carried(world[Scene::positionOf(id)], item.pivot));
+        cover(transformed(world[Scene::positionOf(id)], item.pivot));
         for (const Vec3& end : item.joint.endSites)
-            cover(carried(world[Scene::positionOf(id)], item.pivot + end));
+            cover(transformed(world[Scene::positionOf(id)], item.pivot + end));
         if (item.type != ItemType::bone) continue;
         for (ItemId child = item.firstChild; child != ItemId::none;
              child = scene.item(child).nextSibling)
-            cover(carried(world[Scene::positionOf(child)], scene.item(child).pivot));
+            cover(transformed(world[Scene::positionOf(child)], scene.item(child).pivot));
     }
     const double radius = length(high - low) / 2;
     return {0.5 * (low + high), radius > 1e-6 ? radius : 1};

@@ -182,7 +182,8 @@ bool Reader::channels(OpenJoint& joint) {
                                 std::to_string(*count) + " in all");
         const auto channel = static_cast<MotionChannel>(found - channelNames.begin());
         if (std::ranges::find(layout, channel) != layout.end())
-            return in_.fail("a joint has each channel once", shown(in_.peek()) + " is repeated");
+            return in_.fail("a joint has each channel once",
+                            quotedWord(in_.peek()) + " is repeated");
         in_.skipWord();
         layout.push_back(channel);
     }
@@ -297,7 +298,7 @@ bool Reader::row(std::vector<double>& numbers) {
     }
     if (in_.atLineEnd()) return true;
     return in_.fail("expected a row of " + std::to_string(columns_) + " numbers",
-                    "the row goes on with " + shown(in_.peek()));
+                    "the row goes on with " + quotedWord(in_.peek()));
 }
 
 bool Reader::rows() {

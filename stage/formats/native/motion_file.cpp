@@ -108,7 +108,7 @@ private:
         const std::string_view found = trimmed(in_.peekLine().substr(kind.size()));
         if (found != version)
             return in_.fail("the version of this motion file is not known",
-                            "known is " + std::string(version) + ", found " + shown(found));
+                            "known is " + std::string(version) + ", found " + quotedWord(found));
         in_.skip(in_.peekLine().size());
         return true;
     }
@@ -116,7 +116,7 @@ private:
     bool tail() {
         if (!line("end")) return false;
         in_.skipSpace();
-        return in_.atEnd() || in_.expected("nothing behind the end");
+        return in_.atEnd() || in_.expected("nothing after the end");
     }
 
     bool channel(ChannelMotion& motion) {

@@ -1,3 +1,5 @@
+// Reads scene files.
+
 #include "stage/formats/native/scene_file.h"
 
 #include "stage/base/text.h"
@@ -437,12 +439,7 @@ bool SceneFileReader::key(const Place& place, Value value, bool asFrames, KeySto
         return fail({&place, {}, 2}, "expected a shape: 0, 1, 2 or 4",
                     "found " + shortest(numbers[2]));
     KeyData key{numbers[0], numbers[1], *shape, {}};
-    if (asFrames) {
-        const FrameRate& rate = loaded_.scene.rate;
-        const bool isWhole = key.time == std::trunc(key.time) && std::abs(key.time) < 1e15;
-        key.time = isWhole ? rate.timeOf(static_cast<std::int64_t>(key.time))
-                           : key.time / rate.perSecond();
-    }
+    if (asFrames) key.time = loaded_.scene.rate.timeAt(key.time);
     if (!keys.empty() && !(keys.last().time() < key.time))
         return fail(place, "the keys are not in the order of their times",
                     "this one is not later than the one before");

@@ -1,3 +1,5 @@
+// Writes scene files.
+
 #include "stage/formats/native/scene_file.h"
 
 #include "stage/base/file.h"
@@ -5,7 +7,6 @@
 #include "stage/formats/text/curve_text.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -27,9 +28,7 @@ std::optional<std::int64_t> exactFrame(const FrameRate& rate, double time) {
     const double frame = std::round(rate.frameOf(time));
     if (!(std::abs(frame) < 1e15)) return std::nullopt;
     const auto whole = static_cast<std::int64_t>(frame);
-    const bool same =
-        std::bit_cast<std::uint64_t>(rate.timeOf(whole)) == std::bit_cast<std::uint64_t>(time);
-    return same ? std::optional(whole) : std::nullopt;
+    return identical(rate.timeOf(whole), time) ? std::optional(whole) : std::nullopt;
 }
 
 bool allOnFrames(const FrameRate& rate, const KeyStore& keys) {
@@ -49,8 +48,7 @@ bool allFinite(const Envelope& envelope) {
 }
 
 bool isDefault(const Envelope& envelope, double rest) {
-    return envelope.keys.empty() &&
-           std::bit_cast<std::uint64_t>(envelope.rest) == std::bit_cast<std::uint64_t>(rest) &&
+    return envelope.keys.empty() && identical(envelope.rest, rest) &&
            envelope.before == Behaviour::constant && envelope.after == Behaviour::constant;
 }
 
@@ -58,7 +56,7 @@ class SceneFileWriter {
 public:
     SceneFileWriter(const Scene& scene, AtomicFile& file) : scene_(scene), file_(file) {}
 
-    // The item or channel with a number that is not finite; empty where there is none.
+    // The item or channel with a number that is not finite; empty where all are finite.
     const std::string& notFinite() const { return notFinite_; }
 
     void write();
@@ -161,7 +159,7 @@ void SceneFileWriter::item(const Item& item) {
     text_ += '}';
 }
 
-// The lists of an item or a group, each behind a comma.
+// The lists of an item or a group, each after a comma.
 void SceneFileWriter::group(const ChannelGroup& group) {
     channels(group);
     if (group.groups.empty()) return;

@@ -14,7 +14,7 @@ constexpr std::array<std::string_view, 5> behaviourNames{"constant", "repeat", "
                                                          "offset-repeat", "linear"};
 
 bool isZero(double value) {
-    return std::bit_cast<std::uint64_t>(value) == 0;
+    return identical(value, 0);
 }
 
 constexpr std::size_t longestNumber = 32;
@@ -50,7 +50,7 @@ void appendFixed(std::string& text, double value) {
         if (std::isfinite(value)) dropZeros(text);
         return;
     }
-    // Far quicker than the general way, and the values of motion are all of this size.
+    // Much faster than the general method, and the values of motion are all of this size.
     auto units = static_cast<std::uint64_t>(std::abs(value) * unit + 0.5);
     if (value < 0 && units != 0) text += '-';
     char buffer[24];

@@ -16,8 +16,7 @@ void appendNumber(std::string& text, double value);
 // Fixed notation with at most 6 decimals, trailing zeros dropped, never "-0".
 void appendFixed(std::string& text, double value);
 
-// Value, shape and parameters of a key behind a separator each; what is zero at the end is left
-// out.
+// Value, shape and parameters of a key, each after a separator; zeros at the end are left out.
 void appendKey(std::string& text, const KeyStore::Cursor& key, char separator);
 
 std::optional<Shape> shapeNumbered(double number); // nothing where no shape has the number

@@ -20,7 +20,8 @@ std::string_view jsonKindName(JsonKind kind); // with its article: "an array"
 class JsonTape {
     struct Token {
         JsonKind kind;
-        std::uint32_t link; // array, object: behind its last token; text: its place in texts_
+        std::uint32_t
+            link; // array, object: the place after its last token; text: its place in texts_
         double number;
     };
 
@@ -37,8 +38,8 @@ public:
             return at_ / static_cast<double>(tape_->tokens_.size());
         }
 
-        // The values in an array; in an object, names and values in turn. The value behind the
-        // last one is none.
+        // The values in an array; in an object, names and values in turn. After
+        // the last one comes an empty value.
         Value first() const { return tape_->valueIn(at_ + 1, token().link); }
         Value next() const { return tape_->valueIn(isList() ? token().link : at_ + 1, end_); }
 
@@ -51,7 +52,7 @@ public:
 
         const JsonTape* tape_ = nullptr;
         std::uint32_t at_ = 0;
-        std::uint32_t end_ = 0; // behind the last token of the list that the value is in
+        std::uint32_t end_ = 0; // after the last token of the list that the value is in
     };
 
     // Problems name the place as "where:line". Arrays and objects may be nested `depth` deep.

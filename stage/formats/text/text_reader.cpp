@@ -35,7 +35,7 @@ bool TextReader::fail(std::string what, std::string detail) {
 
 bool TextReader::expected(const std::string& what) {
     skipBlanks();
-    std::string found = shown(peek());
+    std::string found = quotedWord(peek());
     if (atLineEnd()) found = atEnd() ? "the end of the file" : "the end of the line";
     return fail("expected " + what, "found " + found);
 }
@@ -48,7 +48,7 @@ std::size_t TextReader::line() const {
     return count;
 }
 
-std::string shown(std::string_view word) {
+std::string quotedWord(std::string_view word) {
     constexpr std::size_t most = 40;
     std::string text(word.substr(0, most));
     for (char& c : text)

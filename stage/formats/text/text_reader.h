@@ -53,7 +53,7 @@ public:
     // Takes the next word, past blanks and line ends, where it is the wanted one in any case.
     bool word(std::string_view wanted);
 
-    // Takes the number that the word here is; the place stays where that is no finite number.
+    // Takes the number that the word here is; the place stays if it is not a finite number.
     bool number(double& value);
 
     // Both return false, so that a check is one line.
@@ -76,6 +76,6 @@ private:
 };
 
 // A word of a file as a message may show it: quoted, short, printable.
-std::string shown(std::string_view word);
+std::string quotedWord(std::string_view word);
 
 } // namespace cadencora::stage

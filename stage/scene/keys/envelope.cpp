@@ -22,22 +22,22 @@ double chord(const Cursor& from, const Cursor& to) {
 // The tension-continuity-bias slope at a key between two others: what the neighbours on both sides
 // gain, weighed, over the time between them, so that unequal distances in time do not distort it.
 // `sharpen` is the key's continuity, or its negative on the arriving side.
-double splineSlope(const Cursor& before, const Cursor& key, const Cursor& behind, double sharpen) {
+double splineSlope(const Cursor& before, const Cursor& key, const Cursor& after, double sharpen) {
     const double b = key.parameter(bias);
     const double gained = (1 + sharpen) * (1 + b) * (key.value() - before.value()) +
-                          (1 - sharpen) * (1 - b) * (behind.value() - key.value());
-    return (1 - key.parameter(tension)) * gained / (behind.time() - before.time());
+                          (1 - sharpen) * (1 - b) * (after.value() - key.value());
+    return (1 - key.parameter(tension)) * gained / (after.time() - before.time());
 }
 
 Slopes splineSlopes(const Cursor& from, const Cursor& to) {
-    Cursor before = from, behind = to;
+    Cursor before = from, after = to;
     before.stepBack();
-    behind.advance();
+    after.advance();
     const double own = chord(from, to);
     return {before ? splineSlope(before, from, to, from.parameter(continuity))
                    : (1 - from.parameter(tension)) * own,
-            behind ? splineSlope(from, to, behind, -to.parameter(continuity))
-                   : (1 - to.parameter(tension)) * own};
+            after ? splineSlope(from, to, after, -to.parameter(continuity))
+                  : (1 - to.parameter(tension)) * own};
 }
 
 Slopes slopesOf(const Cursor& from, const Cursor& to) {
@@ -141,15 +141,15 @@ double Envelope::evaluate(double time) const {
 }
 
 KeyStore::Cursor Envelope::placeKey(double time, double value) {
-    const Cursor behind = keys.atOrAfter(time);
-    if (behind && behind.time() == time) return keys.insert(time, value, behind.shape());
-    const Cursor neighbour = behind ? behind : keys.last();
+    const Cursor next = keys.atOrAfter(time);
+    if (next && next.time() == time) return keys.insert(time, value, next.shape());
+    const Cursor neighbour = next ? next : keys.last();
     const Shape shape = neighbour ? neighbour.shape() : Shape::spline;
     double slope = 0;
-    if (shape == Shape::tangents && behind) {
-        Cursor from = behind;
+    if (shape == Shape::tangents && next) {
+        Cursor from = next;
         from.stepBack();
-        if (from) slope = slopeInside(from, behind, time);
+        if (from) slope = slopeInside(from, next, time);
     }
     const Cursor key = keys.insert(time, value, shape);
     if (slope != 0) {

@@ -20,7 +20,7 @@ constexpr bool isBehaviour(int number) {
 
 struct Envelope {
     KeyStore keys;
-    double rest = 0; // the value while there is no key
+    double rest = 0; // the value while there are no keys
     Behaviour before = Behaviour::constant;
     Behaviour after = Behaviour::constant;
     std::uint64_t keptBy = 0; // the serial number of the open EditScope that keeps a copy, or 0

@@ -32,6 +32,9 @@ public:
     // equal frames have equal times.
     double timeOf(std::int64_t frame) const { return static_cast<double>(frame) / perSecond(); }
 
+    // The time of a frame number that may have a fraction; the same bits for whole frames.
+    double timeAt(double frame) const { return frame / perSecond(); }
+
     // The frame number of a time: the whole number where the time is that frame's own time, else
     // the fraction.
     double frameOf(double time) const;

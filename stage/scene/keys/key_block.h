@@ -1,24 +1,17 @@
 // A run of up to 128 neighbouring keys of an envelope, each attribute in an array of its own.
 //
-// Part of the key store, which alone uses it. A block has one gap among its slots: an edit at the
+// Part of the key store; nothing else uses it. A block has one gap among its slots: an edit at the
 // gap moves nothing, and the gap follows the edits. Copies of a store share the arrays until a key
 // in them is edited; where the gap lies, and the handles, are each store's own.
 #pragma once
 
+#include "stage/base/bits.h"
 #include "stage/scene/keys/key.h"
 
-#include <bit>
 #include <memory>
 #include <utility>
 
 namespace cadencora::stage {
-
-constexpr std::uint64_t bitsOf(double number) {
-    return std::bit_cast<std::uint64_t>(number);
-}
-constexpr bool identical(double a, double b) {
-    return bitsOf(a) == bitsOf(b);
-}
 
 // Gives objects of a type memory that others of the type had before: fresh memory costs more than
 // the keys put into it. Each thread keeps its own; some may be given back on another thread.
@@ -28,7 +21,7 @@ struct Recycled {
     static void operator delete(void* memory) noexcept;
 };
 
-// The arrays of a block. What lies in slots without a key is of no account.
+// The arrays of a block. The content of slots without a key is unspecified.
 struct KeyColumns : Recycled<KeyColumns> {
     static constexpr int capacity = 128;
     template <class T>
@@ -58,7 +51,7 @@ struct KeyColumns : Recycled<KeyColumns> {
     }
 };
 
-// One owner's hold on columns. Copying shares them; the count is for one thread alone.
+// One owner's hold on columns. Copying shares them; the count is not shared between threads.
 class SharedColumns {
 public:
     SharedColumns() : columns_(new KeyColumns) {} // the parameters all zero, the rest not set

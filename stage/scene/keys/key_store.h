@@ -66,7 +66,7 @@ public:
         }
 
         // Steps both cursors, which stand on keys that are the same to the bit, over these and the
-        // same ones behind, as far as can be told in one go. Free where stores share the arrays.
+        // same ones after it, as far as one block shows. Free where stores share the arrays.
         friend void skipSameKeys(Cursor& a, Cursor& b);
 
     private:
@@ -105,7 +105,8 @@ public:
     // Handles. Asking for a key's handle again gives the same one.
     KeyHandle first();
     KeyHandle next(KeyHandle key); // the key must be valid
-    // The same where it takes no memory; false: not done, as it would take some, or there is none.
+    // The same without allocating; false: nothing was done, since it would allocate or has no
+    // effect.
     bool nextInPlace(Cursor key, KeyHandle& result) {
         key.advance();
         if (!key || !key.block_->links) return false;
@@ -121,7 +122,7 @@ public:
     KeyHandle handle(Cursor key) { // the cursor must be up to date, on a key
         return handleAt(&mutableBlock(key), key.slot_);
     }
-    Cursor at(KeyHandle key) const { // none where the handle is no key's of this store
+    Cursor at(KeyHandle key) const { // empty where the handle is not one of this store's keys
         const std::uint64_t word = static_cast<std::uint64_t>(key);
         const std::uint64_t link = (word & 0xffffffffu) - 1; // huge for the null handle
         if (link >= entries_.size()) [[unlikely]]
@@ -185,7 +186,7 @@ private:
         }
     };
 
-    // True where the place is certain to be the lower bound, from what its block alone tells.
+    // True where the place is certain to be the lower bound, as far as its block tells.
     static bool isLowerBound(Place place, double time) {
         const auto [block, index] = place;
         return block && index > 0 && index < block->count && block->timeAt(index - 1) < time &&

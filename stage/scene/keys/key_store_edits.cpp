@@ -136,7 +136,7 @@ int KeyStore::openSlot(Place place, double time) {
         block = addBlockAfter(tail_, time);
         index = 0;
     } else if (block->count == capacity) {
-        if (index == capacity && !block->next) { // growing at the end leaves full blocks behind
+        if (index == capacity && !block->next) { // growing at the end leaves full blocks
             block = addBlockAfter(block, time);
             index = 0;
         } else {
@@ -183,11 +183,11 @@ void KeyStore::eraseSlot(Block& block, int slot) {
     const int index = block.indexOf(slot);
     if (block.count == capacity) {
         block.gapBegin = slot; // no gap yet: it opens here
-    } else if (const int behind = block.gapBegin - 1 - slot; behind >= 0 && behind <= 2) {
+    } else if (const int after = block.gapBegin - 1 - slot; after >= 0 && after <= 2) {
         // A little before the gap the keys between close up, and the gap stays ahead of the walk.
-        if (behind > 0) moveKeys(block, slot + 1, block, slot, behind);
+        if (after > 0) moveKeys(block, slot + 1, block, slot, after);
         --block.gapBegin;
-    } else if (slot != block.gapEnd()) { // right behind the gap, the gap just takes it in
+    } else if (slot != block.gapEnd()) { // right after the gap, which just takes it in
         moveGap(block, index + 1);
         --block.gapBegin;
     }

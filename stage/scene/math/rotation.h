@@ -3,12 +3,12 @@
 // Right-handed, Y up; a matrix turns column vectors. Angles are radians.
 #pragma once
 
-#include <array>
+#include "stage/scene/math/vector.h"
+
 #include <cstdint>
 
 namespace cadencora::stage {
 
-using Vec3 = std::array<double, 3>;
 using Mat3 = std::array<Vec3, 3>; // rows
 
 enum class Axis : std::uint8_t { x = 0, y = 1, z = 2 };

@@ -4,7 +4,7 @@ namespace cadencora::stage {
 
 namespace {
 
-// At rest, but for the morphs.
+// The points with the morphs applied and the bones at rest.
 std::vector<Vec3> morphedPoints(const Scene& scene, const Mesh& mesh, double time) {
     std::vector<Vec3> points;
     points.reserve(mesh.shape->points.size());
@@ -17,19 +17,19 @@ std::vector<Vec3> morphedPoints(const Scene& scene, const Mesh& mesh, double tim
         const MorphTarget& target = mesh.shape->targets[t];
         for (std::size_t i = 0; i < target.points.size(); ++i)
             for (std::size_t c = 0; c < 3; ++c)
-                points[target.points[i]][c] += weight * static_cast<double>(target.moves[i][c]);
+                points[target.points[i]][c] += weight * static_cast<double>(target.deltas[i][c]);
     }
     return points;
 }
 
-std::vector<Affine> jointMoves(const MeshSkin& skin, std::span<const Affine> world) {
-    std::vector<Affine> moves;
-    moves.reserve(skin.joints.size());
+std::vector<Affine> jointTransforms(const MeshSkin& skin, std::span<const Affine> world) {
+    std::vector<Affine> transforms;
+    transforms.reserve(skin.joints.size());
     for (std::size_t j = 0; j < skin.joints.size(); ++j) {
         const Affine& joint = world[Scene::positionOf(skin.joints[j])];
-        moves.push_back(product(joint, skin.inverseBinds[j]));
+        transforms.push_back(product(joint, skin.inverseBinds[j]));
     }
-    return moves;
+    return transforms;
 }
 
 } // namespace
@@ -41,18 +41,18 @@ std::vector<Vec3> meshPoints(const Scene& scene, ItemId item, double time,
     if (!mesh.skin) {
         const Affine& place = world[Scene::positionOf(item)];
         for (Vec3& point : points)
-            point = carried(place, point);
+            point = transformed(place, point);
         return points;
     }
-    const std::vector<Affine> moves = jointMoves(*mesh.skin, world);
+    const std::vector<Affine> transforms = jointTransforms(*mesh.skin, world);
     for (std::size_t i = 0; i < points.size(); ++i) {
-        const JointWeights& pull = mesh.shape->pulls[i];
+        const JointWeights& joints = mesh.shape->jointWeights[i];
         Vec3 sum{};
-        for (std::size_t n = 0; n < pull.joints.size(); ++n) {
-            if (pull.weights[n] == 0) continue;
-            const Vec3 moved = carried(moves[pull.joints[n]], points[i]);
+        for (std::size_t n = 0; n < joints.joints.size(); ++n) {
+            if (joints.weights[n] == 0) continue;
+            const Vec3 moved = transformed(transforms[joints.joints[n]], points[i]);
             for (std::size_t c = 0; c < 3; ++c)
-                sum[c] += static_cast<double>(pull.weights[n]) * moved[c];
+                sum[c] += static_cast<double>(joints.weights[n]) * moved[c];
         }
         points[i] = sum;
     }

@@ -1,7 +1,7 @@
 // The surface of an item: points that morphs and bones move, and the edges and triangles on them.
 //
-// Made once by a reader and then shared and never changed: a mesh is no animation, so no journal
-// knows of it. Who makes one sees to it that every index is in range and every number finite.
+// Made once by a reader, then shared and never changed: a mesh is not animation, so the journal
+// does not know of it. The reader guarantees that every index is in range and every number finite.
 #pragma once
 
 #include "stage/scene/transform.h"
@@ -28,10 +28,10 @@ struct MeshEdge {
 // Points that a morph moves, and by how much at a weight of 1; the others stay.
 struct MorphTarget {
     std::vector<std::uint32_t> points;
-    std::vector<MeshPoint> moves; // as many
+    std::vector<MeshPoint> deltas; // by point
 };
 
-// What pulls at a point: joints of the skin by number, and parts that sum to 1.
+// The joints of the skin that move a point, by number, and their weights, which sum to 1.
 struct JointWeights {
     std::array<std::uint16_t, 4> joints{};
     std::array<float, 4> weights{1, 0, 0, 0};
@@ -44,7 +44,7 @@ struct MeshShape {
     std::vector<MeshTriangle> triangles;
     std::vector<MeshEdge> edges;
     std::vector<MorphTarget> targets;
-    std::vector<JointWeights> pulls; // by point where the shape has a skin
+    std::vector<JointWeights> jointWeights; // by point where the shape has a skin
 };
 
 struct MeshSkin {
@@ -55,11 +55,11 @@ struct MeshSkin {
 // A shape as one item has it.
 struct Mesh {
     std::shared_ptr<const MeshShape> shape;
-    std::shared_ptr<const MeshSkin> skin; // null: the item carries the points itself
+    std::shared_ptr<const MeshSkin> skin; // null: the points move with the item
     std::vector<ChannelId> morphs;        // by target: the channel whose value is its weight
 };
 
-// The edges that show triangles and lines (pairs of points), each once. Where two nearly level
+// The edges that show triangles and lines (pairs of points), each once. Where two nearly coplanar
 // triangles are the halves of a four-sided face, the edge between them is left out.
 std::vector<MeshEdge> meshEdges(std::span<const MeshPoint> points,
                                 std::span<const MeshTriangle> triangles,

@@ -1,3 +1,5 @@
+// The edges that show a mesh.
+
 #include "stage/scene/mesh/mesh.h"
 
 #include <algorithm>
@@ -13,26 +15,23 @@ struct Side {
     std::uint32_t triangle;
 };
 
-Vec3 way(const MeshPoint& from, const MeshPoint& to) {
-    Vec3 difference{};
-    for (std::size_t c = 0; c < 3; ++c)
-        difference[c] = static_cast<double>(to[c]) - static_cast<double>(from[c]);
-    return difference;
+Vec3 doubles(const MeshPoint& point) {
+    return {static_cast<double>(point[0]), static_cast<double>(point[1]),
+            static_cast<double>(point[2])};
 }
 
-double dot(const Vec3& a, const Vec3& b) {
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+Vec3 difference(const MeshPoint& to, const MeshPoint& from) {
+    return doubles(to) - doubles(from);
 }
 
 Vec3 normalOf(std::span<const MeshPoint> points, const MeshTriangle& triangle) {
-    const Vec3 a = way(points[triangle[0]], points[triangle[1]]);
-    const Vec3 b = way(points[triangle[0]], points[triangle[2]]);
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+    return cross(difference(points[triangle[1]], points[triangle[0]]),
+                 difference(points[triangle[2]], points[triangle[0]]));
 }
 
 bool isLongest(std::span<const MeshPoint> points, const MeshTriangle& triangle, const Side& side) {
     const auto square = [&](std::uint32_t a, std::uint32_t b) {
-        const Vec3 along = way(points[a], points[b]);
+        const Vec3 along = difference(points[b], points[a]);
         return dot(along, along);
     };
     const double own = square(side.low, side.high);
@@ -41,8 +40,8 @@ bool isLongest(std::span<const MeshPoint> points, const MeshTriangle& triangle, 
     return true;
 }
 
-bool areLevel(const Vec3& a, const Vec3& b) {
-    constexpr double cosine = 0.97; // of 14 degrees: four-sided faces are rarely quite level
+bool areCoplanar(const Vec3& a, const Vec3& b) {
+    constexpr double cosine = 0.97; // of 14 degrees: four-sided faces are rarely quite plane
     const double along = dot(a, b);
     return along > 0 && along * along >= cosine * cosine * dot(a, a) * dot(b, b);
 }
@@ -70,7 +69,7 @@ std::vector<MeshEdge> meshEdges(std::span<const MeshPoint> points,
         if (b.triangle == MeshEdge::none || isHalf[a.triangle] || isHalf[b.triangle]) return false;
         const MeshTriangle &left = triangles[a.triangle], &right = triangles[b.triangle];
         if (!isLongest(points, left, a) || !isLongest(points, right, b) ||
-            !areLevel(normalOf(points, left), normalOf(points, right)))
+            !areCoplanar(normalOf(points, left), normalOf(points, right)))
             return false;
         isHalf[a.triangle] = isHalf[b.triangle] = true;
         return true;

@@ -1,3 +1,5 @@
+// Plots of curves as SVG.
+
 #include "stage/plot/plot.h"
 
 #include "tests/stage/cli/program.h"

@@ -1,3 +1,5 @@
+// The values of curves.
+
 #include "stage/scene/keys/envelope.h"
 
 #include <cmath>
@@ -33,7 +35,7 @@ TEST(Envelope, the_shape_of_the_arriving_key_makes_the_span) {
     };
     EXPECT_EQ(between(Shape::linear), 1);
     EXPECT_EQ(between(Shape::hold), 0);
-    EXPECT_EQ(between(Shape::spline), 1) << "two keys alone lie on a straight line";
+    EXPECT_EQ(between(Shape::spline), 1) << "a curve of two keys is straight";
     EXPECT_EQ(between(Shape::tangents), 4 * (3 * 0.0625 - 2 * 0.015625)) << "flat at both ends";
 }
 
@@ -107,7 +109,7 @@ TEST(Envelope, a_placed_key_takes_the_shape_of_its_span_and_never_doubles) {
     envelope.placeKey(0.5, 0);
     EXPECT_EQ(shapeAt(0.5), Shape::hold);
     envelope.placeKey(2, 7);
-    EXPECT_EQ(shapeAt(2), Shape::hold) << "behind the last key, as the last key";
+    EXPECT_EQ(shapeAt(2), Shape::hold) << "after the last key, as the last key";
     envelope.placeKey(2, 8);
     EXPECT_EQ(envelope.keys.size(), 4u);
     EXPECT_EQ(envelope.evaluate(2), 8);

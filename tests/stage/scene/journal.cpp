@@ -1,3 +1,5 @@
+// Edits, their reports, undo and redo.
+
 #include "stage/scene/journal.h"
 #include "stage/scene/transform.h"
 
@@ -81,7 +83,7 @@ TEST_F(Journaled, the_report_agrees_with_a_plain_comparison_over_random_edits) {
         EditScope scope(scene, "edit");
         edit(scope, b, bank);
         const int edits = 1 << round % 9, first = static_cast<int>(random() % 2500);
-        for (int i = 0; i < edits; ++i) { // scattered, or each key behind the other
+        for (int i = 0; i < edits; ++i) { // scattered, or each key after the one before
             const double time = round % 2 ? static_cast<int>(random() % 3000) : first + i;
             const KeyHandle key = keys.find(time);
             const auto kind = random() % 4;

@@ -1,3 +1,5 @@
+// The key store, against a plain list of keys.
+
 #include "stage/scene/keys/key_store.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// Frame rates, frames and rotations.
+
 #include "stage/scene/keys/frame_rate.h"
 #include "stage/scene/math/rotation.h"
 

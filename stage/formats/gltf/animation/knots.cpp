@@ -1,7 +1,6 @@
 #include "stage/formats/gltf/animation/knots.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 namespace cadencora::stage::gltf {
@@ -29,11 +28,8 @@ std::array<double, 2> slopesOfCubic(const std::array<double, 4>& v, double lengt
 
 bool sameFileKey(const Cursor& a, const Cursor& b) {
     const KeyData x = a.data(), y = b.data();
-    const auto same = [](double m, double n) {
-        return std::bit_cast<std::uint64_t>(m) == std::bit_cast<std::uint64_t>(n);
-    };
-    return fileTime(x.time) == fileTime(y.time) && x.shape == y.shape && same(x.value, y.value) &&
-           std::ranges::equal(x.parameters, y.parameters, same);
+    return fileTime(x.time) == fileTime(y.time) && x.shape == y.shape &&
+           identical(x.value, y.value) && std::ranges::equal(x.parameters, y.parameters, identical);
 }
 
 Knots::Knots(std::span<const Envelope* const> curves, Merged& merged) : curves_(curves) {

@@ -201,13 +201,13 @@ std::vector<std::uint32_t> ShapeReader::join(const std::vector<float>& positions
         }
         joined[i] = static_cast<std::uint32_t>(shape_.points.size());
         shape_.points.push_back({positions[3 * i], positions[3 * i + 1], positions[3 * i + 2]});
-        if (joints_ > 0) shape_.pulls.push_back(weights_[i]);
+        if (joints_ > 0) shape_.jointWeights.push_back(weights_[i]);
         for (std::size_t t = 0; t < deltas_.size(); ++t) {
             if (deltas_[t].empty()) continue;
             const MeshPoint delta{deltas_[t][3 * i], deltas_[t][3 * i + 1], deltas_[t][3 * i + 2]};
             if (delta == MeshPoint{}) continue;
             shape_.targets[t].points.push_back(joined[i]);
-            shape_.targets[t].moves.push_back(delta);
+            shape_.targets[t].deltas.push_back(delta);
         }
     }
     return joined;

@@ -1,3 +1,5 @@
+// Motion files, read and written.
+
 #include "stage/formats/native/motion_file.h"
 
 #include "tests/stage/formats/files.h"
@@ -75,7 +77,7 @@ TEST(MotionFile, a_wrong_file_is_refused_with_the_line_and_what_was_expected) {
         {"0 1\n", "0 1 0 x\n", 7, "a shape parameter"},
         {"0 1\n", "0 1 0 1 2 3 4 5 6 7 8\n", 7, "the end of the line"},
         {"0 1\n", "0.5 1\n", 8, "order of their times"},
-        {"end\n", "end\nend\n", 10, "nothing behind the end"},
+        {"end\n", "end\nend\n", 10, "nothing after the end"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.from) + " -> " + c.to);
@@ -88,7 +90,7 @@ TEST(MotionFile, a_wrong_file_is_refused_with_the_line_and_what_was_expected) {
         EXPECT_NE(result.problem().text().find(c.expected), std::string::npos)
             << result.problem().text();
     }
-    EXPECT_FALSE(parseEnvelope(good, "a.mot").ok()) << "an item's motion is no single envelope";
+    EXPECT_FALSE(parseEnvelope(good, "a.mot").ok()) << "an item's motion is not a single envelope";
 }
 
 TEST(MotionFile, no_cut_is_taken_for_a_whole_and_no_corruption_does_harm) {
@@ -111,7 +113,7 @@ TEST(MotionFile, no_cut_is_taken_for_a_whole_and_no_corruption_does_harm) {
     for (const auto& [text, isItem] : files) {
         EXPECT_FALSE(problemOf(text, isItem));
         for (std::size_t at = 0; at < text.size(); ++at) {
-            if (at + 1 < text.size()) { // the last line end alone says nothing
+            if (at + 1 < text.size()) { // only the last line end is missing
                 const auto problem = problemOf(text.substr(0, at), isItem);
                 ASSERT_TRUE(problem) << at;
                 ASSERT_TRUE(problem->where.starts_with("a.mot:"));

@@ -1,3 +1,5 @@
+// Scene files, read and written, and the table of formats.
+
 #include "stage/formats/native/scene_file.h"
 
 #include "tests/stage/formats/files.h"
