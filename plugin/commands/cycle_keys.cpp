@@ -1,4 +1,4 @@
-// "Cycle (Bake) Keys": repeats the keys of a frame range behind it, with a gap of whole frames.
+// "Cycle (Bake) Keys": repeats the keys of a frame range after it, with a gap of whole frames.
 
 #include "plugin/commands/commands.h"
 #include "plugin/commands/range_command.h"

@@ -1,5 +1,5 @@
 // "MoveRotateScale": adds to, multiplies or overwrites the keys of the nine standard channels in a
-// frame range, by one number per channel. The channel list plays no part.
+// frame range, by one number per channel. The channel list is not used.
 
 #include "plugin/commands/commands.h"
 #include "plugin/commands/range_command.h"

@@ -11,7 +11,7 @@ namespace cadencora {
 
 static const char* const jitterChoices2[] = {"All", "Bone Rotation", "Object Position", nullptr};
 
-// A choice that the host did not make stands for no method and no selection at all.
+// Where the host did not make the control there is no method, and nothing is selected.
 static int readChoice(host::Control* choice) {
     return readInteger(choice, host::controlValue, -1);
 }
@@ -57,16 +57,8 @@ bool isSelectedItem(const RandomRun& run, host::Item item) {
 
 bool isSelectedChannel(const RandomRun& run, host::Channel channel) {
     const host::ChannelInfo* channels = run.services.channels;
-    switch (run.selection) {
-    case allChannels:
-        return isActiveChannel(channels->channelName(channel), run.state);
-    case boneRotation:
-        return isRotationChannel(channels, channel) != 0;
-    case objectPosition:
-        return isPositionChannel(channels, channel) != 0;
-    default:
-        return false;
-    }
+    return run.selection == allChannels ? isActiveChannel(channels->channelName(channel), run.state)
+                                        : isOfSelectedKind(channels, channel, run.selection);
 }
 
 } // namespace cadencora

@@ -4,7 +4,6 @@
 #pragma once
 
 #include "plugin/commands/walk.h"
-#include "plugin/keys/channel_kinds.h"
 #include "plugin/keys/random_keys.h"
 
 namespace cadencora {
@@ -35,7 +34,7 @@ bool beginRandomCommand(const RandomOptions& options, ToolState* state, RandomRu
 // Tells the user when nothing was `done`, and frees the panel.
 void endRandomCommand(const RandomRun& run, bool done);
 
-// Whether the selection means this item: any, bones alone, or objects alone.
+// Whether the selection means this item: any item, only bones, or only objects.
 bool isSelectedItem(const RandomRun& run, host::Item item);
 
 // Whether the selection means this channel of such an item.

@@ -4,7 +4,8 @@
 // channels directly in an item's group are met; channels without a curve are passed over.
 #pragma once
 
-#include "plugin/commands/services.h"
+#include "plugin/host/channel_walk.h"
+#include "plugin/host/services.h"
 #include "plugin/sets/channel_list.h"
 #include "plugin/sets/object_table.h"
 #include "plugin/shell/tool_state.h"
@@ -15,13 +16,11 @@ namespace cadencora {
 template <class Passes, class Visit>
 void walkChannels(const Services& services, host::Group group, Passes passes, Visit visit) {
     if (!group) return;
-    const host::ChannelInfo* channels = services.channels;
-    for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
-         channel = channels->nextChannel(group, channel)) {
-        if (!passes(channel)) continue;
-        if (const host::Envelope envelope = channels->channelEnvelope(channel))
+    walkGroup(services.channels, group, [&](host::Channel channel) {
+        if (!passes(channel)) return;
+        if (const host::Envelope envelope = services.channels->channelEnvelope(channel))
             visit(channel, envelope);
-    }
+    });
 }
 
 // `visit` gets the envelope of each channel of all affected items whose name is in the channel

@@ -14,7 +14,7 @@ void issueCommand(const char* line) {
 }
 
 void selectItem(host::Item item) {
-    // A handle is a pointer: "%x" alone would lose its upper half on a 64-bit build.
+    // A handle is a pointer: a plain "%x" would lose its upper half on a 64-bit build.
     char line[commandLineSize];
     std::snprintf(line, sizeof line, "SelectItem %" PRIxPTR,
                   reinterpret_cast<std::uintptr_t>(item));

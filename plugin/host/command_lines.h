@@ -1,6 +1,6 @@
-// Host command lines: complete lines of text that the host's evaluator carries out.
+// Host command lines: complete lines of text that the host's evaluator executes.
 //
-// Calls the host through `evaluate` alone. What a line did is not reported back.
+// Calls the host only through `evaluate`. What a line did is not reported back.
 #pragma once
 
 #include "plugin/host/types.h"
@@ -16,7 +16,7 @@ void issueCommand(const char* line);
 // "SelectItem": makes the item the host's only selected item. The earlier selection is lost.
 void selectItem(host::Item item);
 
-// The line of a name and three numbers, each with six digits behind the point ("%f") whatever the
+// The line of a name and three numbers, each with six decimals ("%f") whatever the
 // locale: "Position 1.000000 2.000000 3.000000". Issues nothing where they do not fit a line.
 void issueTriple(const char* name, double x, double y, double z);
 

@@ -1,4 +1,4 @@
-// "Animation Envelopes": curves and their keys. Times are seconds; a key stands at one exact time.
+// "Animation Envelopes": curves and their keys. Times are seconds; a key is at one exact time.
 #pragma once
 
 #include "plugin/host/types.h"
@@ -18,7 +18,7 @@ enum KeyAttribute : int {
     keyParameterLast = 9 // 3 to 9: further attributes of eight bytes each
 };
 
-constexpr int heldShape = 4; // attribute 2: the previous key's value stands until this key
+constexpr int heldShape = 4; // attribute 2: the previous key's value is held until this key
 
 // Settings of setEnvelopeValue and getEnvelopeValue.
 enum EnvelopeSetting : int { behaviourBefore = 1, behaviourAfter = 2 };

@@ -1,6 +1,6 @@
-// The services in use: four globals that activation alone writes, and how the others are fetched.
+// The services in use: four globals that only activation writes, and how the others are fetched.
 //
-// May be called by every folder of the plug-in; calls the host alone.
+// May be called by every folder of the plug-in; calls only the host.
 #pragma once
 
 #include "plugin/host/channel_info.h"

@@ -4,9 +4,9 @@
 
 namespace cadencora {
 
-const char* const controllableChannels[] = {"Position.X", "Position.Y", "Position.Z", "Rotation.H",
-                                            "Rotation.P", "Rotation.B", "Scale.X",    "Scale.Y",
-                                            "Scale.Z",    nullptr};
+const char* const controllableChannels[numDefaultChannels + 1] = {
+    "Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
+    "Rotation.B", "Scale.X",    "Scale.Y",    "Scale.Z",    nullptr};
 
 static int isOneOfThree(const host::ChannelInfo* channels, host::Channel channel,
                         const char* const* names) {

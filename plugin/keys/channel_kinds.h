@@ -1,6 +1,6 @@
 // The standard motion channels and what kind of channel a name is.
 //
-// Calls the host's channel service alone. Names are compared without regard to case.
+// Calls only the host's channel service. Names are compared without regard to case.
 #pragma once
 
 #include "plugin/host/channel_info.h"
@@ -8,7 +8,8 @@
 namespace cadencora {
 
 // "Position.X" to "Scale.Z", nine names and a null: 0 to 2 position, 3 to 5 rotation, 6 to 8 scale.
-extern const char* const controllableChannels[];
+constexpr int numDefaultChannels = 9;
+extern const char* const controllableChannels[numDefaultChannels + 1];
 
 // 1 or 0.
 int isRotationChannel(const host::ChannelInfo* channels, host::Channel channel);

@@ -5,8 +5,8 @@
 
 namespace cadencora {
 
-// A step that puts the key at another time, where it overwrites a key that stands there, and goes
-// on behind its new place. A key that the host does not accept there stays.
+// A step that moves the key to another time, where it overwrites a key already there. The walk goes
+// on after the new place. A key that the host does not accept there stays.
 static host::Key moveKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
                          host::Key key, double newTime, double value) {
     const host::Key moved = findAndCopyKey(envelopes, envelope, envelope, key, newTime, value);

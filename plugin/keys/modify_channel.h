@@ -19,7 +19,7 @@ enum ModifyMode : int {
 
 // Modifies each key with start <= time <= end (seconds). The amount is in the channel's unit, for
 // times in seconds. A key that moves takes the place of a key that it lands on; the walk goes on
-// behind its new place, so it may skip keys, or meet keys again. The context is not used. Answers
+// after its new place, so it may skip keys, or meet keys again. The context is not used. Answers
 // 1 if the envelope had a key at all and start <= end, else 0; an unknown mode changes nothing.
 int modifyChannel(const void* context, const host::EnvelopeFuncs* envelopes,
                   host::Envelope envelope, double start, double end, double amount, int mode);

@@ -1,5 +1,6 @@
 #include "plugin/keys/morph_channels.h"
 
+#include "plugin/host/channel_walk.h"
 #include "plugin/keys/single_keys.h"
 
 namespace cadencora {
@@ -13,10 +14,10 @@ static int walkMorphChannels(const host::EnvelopeFuncs* envelopes,
     if (!group || items->firstChild(item)) return 0;
     for (host::Group morphs = channels->nextGroup(group, nullptr); morphs;
          morphs = channels->nextGroup(group, morphs))
-        for (host::Channel channel = channels->nextChannel(morphs, nullptr); channel;
-             channel = channels->nextChannel(morphs, channel))
+        walkGroup(channels, morphs, [&](host::Channel channel) {
             if (const host::Envelope envelope = channels->channelEnvelope(channel))
                 step(channel, envelope);
+        });
     return 1;
 }
 

@@ -17,7 +17,7 @@ namespace cadencora {
 int keyAllMorphChannels(const host::EnvelopeFuncs* envelopes, const host::ChannelInfo* channels,
                         const host::ItemInfo* items, host::Item item, double time);
 
-// Destroys the key that stands exactly at the time.
+// Destroys the key that is exactly at the time.
 int unkeyAllMorphChannels(const host::EnvelopeFuncs* envelopes, const host::ChannelInfo* channels,
                           const host::ItemInfo* items, host::Item item, double time);
 

@@ -1,5 +1,6 @@
 #include "plugin/keys/random_keys.h"
 
+#include "plugin/host/channel_walk.h"
 #include "plugin/keys/channel_kinds.h"
 #include "plugin/keys/random_fraction.h"
 #include "plugin/keys/single_keys.h"
@@ -25,10 +26,8 @@ int createRandomKeysChannel(const void*, const host::EnvelopeFuncs* envelopes,
     return 1;
 }
 
-static bool isSelected(const host::ChannelInfo* channels, host::Channel channel, int selection) {
+bool isOfSelectedKind(const host::ChannelInfo* channels, host::Channel channel, int selection) {
     switch (selection) {
-    case allChannels:
-        return true;
     case boneRotation:
         return isRotationChannel(channels, channel) != 0;
     case objectPosition:
@@ -47,12 +46,11 @@ int createRandomKeysChannelGroup(const host::ChannelInfo* channels,
     for (int i = 0; i < count; ++i) {
         const double r = randomFraction();
         const double offset = method == groupedRandom ? r * span : step * i + r * step;
-        for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
-             channel = channels->nextChannel(group, channel)) {
-            if (!isSelected(channels, channel, selection)) continue;
+        walkGroup(channels, group, [&](host::Channel channel) {
+            if (selection != allChannels && !isOfSelectedKind(channels, channel, selection)) return;
             if (const host::Envelope envelope = channels->channelEnvelope(channel))
                 keyPresentValue(envelopes, envelope, start + offset);
-        }
+        });
     }
     return 0;
 }

@@ -15,6 +15,9 @@ enum RandomMethod : int { randomTimes = 0, evenSpread = 1, groupedRandom = 2, gr
 // Which channels are meant.
 enum ChannelSelection : int { allChannels = 0, boneRotation = 1, objectPosition = 2 };
 
+// Whether a selection other than all channels means this channel, by its name.
+bool isOfSelectedKind(const host::ChannelInfo* channels, host::Channel channel, int selection);
+
 // Sets `count` keys on one channel by method 0 or 1; start and end are seconds, the context is not
 // used. Answers 1 if at least one key was set; 0 too for start > end and for other methods.
 int createRandomKeysChannel(const void* context, const host::EnvelopeFuncs* envelopes,

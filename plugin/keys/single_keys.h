@@ -1,8 +1,8 @@
 // Single keys of one envelope: reading, finding, creating, setting and copying.
 //
-// Calls the host's envelope service alone; every change of keys in the plug-in ends here. A key is
+// Calls only the host's envelope service; every change of keys in the plug-in ends here. A key is
 // found by its exact time: a key a hair away is another key. A key that the host refuses to create
-// is no error: nothing further is written and null or 0 comes back.
+// is not an error: nothing further is written and null or 0 comes back.
 #pragma once
 
 #include "plugin/host/envelope_funcs.h"
@@ -23,12 +23,12 @@ void findAndSetKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope
                    double value);
 
 // The same, then writes one attribute from `content` (an int for attribute 2, else eight bytes).
-// Answers the host's result of that write, 0 when there is no key to write to.
+// Returns the host's result of that write, 0 when there is no key to write to.
 int findAndSetKeyWithTag(const host::EnvelopeFuncs* envelopes, host::Envelope envelope, double time,
                          double value, int attribute, const void* content);
 
 // Places a key at the time in `envelope` with the value and the source key's other attributes; a
-// key that stands there is overwritten. Both envelopes may be one. Answers the placed key, or null.
+// key already there is overwritten. Both envelopes may be one. Returns the placed key, or null.
 host::Key findAndCopyKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
                          host::Envelope sourceEnvelope, host::Key sourceKey, double time,
                          double value);

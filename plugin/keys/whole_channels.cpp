@@ -1,5 +1,6 @@
 #include "plugin/keys/whole_channels.h"
 
+#include "plugin/host/channel_walk.h"
 #include "plugin/keys/frame_time.h"
 #include "plugin/keys/range_walk.h"
 
@@ -28,7 +29,7 @@ int copyShiftChannel(const void*, const host::EnvelopeFuncs* envelopes, host::En
 }
 
 // The next key is fetched before the move: of several keys that go forward onto one frame each gets
-// there, and the last one's value stands.
+// there, and the last one's value remains.
 int reKeyChannelToNearest(const void*, const host::EnvelopeFuncs* envelopes,
                           host::Envelope envelope, double start, double end, double fps) {
     return walkRange(envelopes, envelope, start, end,
@@ -45,13 +46,14 @@ int reKeyChannelToNearest(const void*, const host::EnvelopeFuncs* envelopes,
 // The envelope of the first channel of that name in the group, or null.
 static host::Envelope findEnvelope(const host::ChannelInfo* channels, host::Group group,
                                    const char* name) {
-    for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
-         channel = channels->nextChannel(group, channel)) {
+    host::Envelope found = nullptr;
+    walkGroup(channels, group, [&](host::Channel channel) {
         const char* channelName = channels->channelName(channel);
-        if (channelName && std::strcmp(channelName, name) == 0)
-            return channels->channelEnvelope(channel);
-    }
-    return nullptr;
+        if (!channelName || std::strcmp(channelName, name) != 0) return true;
+        found = channels->channelEnvelope(channel);
+        return false;
+    });
+    return found;
 }
 
 int setChannelKeysWithTag(const host::EnvelopeFuncs* envelopes, const host::ChannelInfo* channels,

@@ -18,12 +18,12 @@ int clearChannel(const void* context, const host::EnvelopeFuncs* envelopes, host
                  double start, double end);
 
 // Copies every key of the range to ((end - start) + time) + gap. A copy that lands in the range
-// behind the walk is copied again; a key that stands where a copy lands is overwritten.
+// after the walk's place is copied again; a key where a copy lands is overwritten.
 int copyShiftChannel(const void* context, const host::EnvelopeFuncs* envelopes,
                      host::Envelope envelope, double start, double end, double gap);
 
 // Moves every key of the range onto its nearest whole frame. Of several keys that come onto one
-// frame the last one stands. A key that cannot be moved stays.
+// frame the last one remains. A key that cannot be moved stays.
 int reKeyChannelToNearest(const void* context, const host::EnvelopeFuncs* envelopes,
                           host::Envelope envelope, double start, double end, double fps);
 

@@ -29,17 +29,17 @@ void get_transform(const host::ItemInfo* info, host::Item item, double time, Mat
 void get_transform_NO_INITIAL_VALUES(const host::ItemInfo* info, host::Item item, double time,
                                      Mat4* m, const DVec3* pos, const HPB* rot, const DVec3* scale);
 
-// The scales alone: a diagonal, the product axis by axis up the chain.
+// Only the scales: a diagonal, the product axis by axis up the chain.
 void get_transform_ONLY_SCALE(const host::ItemInfo* info, host::Item item, double time, Mat4* m);
 
-// The rotations alone, `rot` in place of the item's own. Row 3 carries pivots and is of no use.
+// Only the rotations, `rot` in place of the item's own. Row 3 holds pivots and is not used.
 void get_transform_ONLY_ROTATION(const host::ItemInfo* info, host::Item item, double time, Mat4* m,
                                  const HPB* rot);
 void get_transform_ONLY_ROTATIONS(const host::ItemInfo* info, host::Item item, double time,
                                   Mat4* m);
 
 // Heading, pitch and bank of a rotation, in that order; heading and bank in [-pi, pi]. Within
-// 0.001 of a vertical pitch the heading is 0 and the bank carries both turns.
+// 0.001 of a vertical pitch the heading is 0 and the bank is the sum of both turns.
 void getYXZrotations(float out[3], const Mat3* r);
 
 } // namespace cadencora

@@ -58,7 +58,7 @@ float det3(const Mat3* matrix) {
 }
 
 // The determinants of three rows of a Mat4 without column 0, 1, 2 and 3, as det3 works them out;
-// what it would work out several times stands once.
+// shared products are computed once.
 static void minorsOf(const float* a, const float* b, const float* c, float out[4]) {
     const float p01 = b[0] * c[1] - b[1] * c[0], p02 = b[0] * c[2] - b[2] * c[0];
     const float p03 = b[0] * c[3] - b[3] * c[0], p12 = b[1] * c[2] - b[2] * c[1];

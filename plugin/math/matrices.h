@@ -1,8 +1,8 @@
 // Vectors and matrices in single precision, in storage that the caller supplies.
 //
 // Pure functions; call nobody, allocate nothing, report nothing. Row vectors: v' = v * M, so that
-// a transform that applies A first and then B is the product A * B, and a translation stands in
-// row 3 of a Mat4. Angles are radians.
+// a transform that applies A first and then B is the product A * B, and a translation is in
+// row 3 of a Mat4. Angles are radians. The short names (initv, det3, matmul3) are traditional.
 #pragma once
 
 namespace cadencora {

@@ -6,7 +6,7 @@ static Vec3 narrowed(const DVec3& v) {
     return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
 }
 
-// The identity where there is no inverse.
+// The identity where the matrix has no inverse.
 static Mat4 inverseOf(const Mat4& m) {
     Mat4 inverse;
     identity4(&inverse);

@@ -14,7 +14,7 @@ namespace cadencora {
 void getWorldPos(const host::ItemInfo* info, host::Item item, double time, DVec3* out);
 
 // Takes the item's pivot and second rotation into account as if they came after its position: a
-// target that has either does not stand at `world` itself.
+// target that has either is not at `world` itself.
 void getLocalPos(const host::ItemInfo* info, host::Item item, double time, const DVec3* world,
                  DVec3* out);
 
@@ -22,7 +22,7 @@ void getLocalPos(const host::ItemInfo* info, host::Item item, double time, const
 void getRotations(const Mat4* m, HPB* out);
 
 // `m` receives the rotation of which `out` holds the angles. An item without a parent answers its
-// rotation alone, without the second one.
+// rotation only, without the second one.
 void getWorldRot(const host::ItemInfo* info, host::Item item, double time, HPB* out, Mat4* m);
 
 // From the matrix of getWorldRot; `worldRot` counts for an item without a parent only. The answer

@@ -1,7 +1,7 @@
 #include "plugin/sets/channel_list.h"
 
+#include "plugin/files/text_files.h"
 #include "plugin/sets/controls.h"
-#include "plugin/sets/set_files.h"
 
 #include <cstdio>
 #include <cstring>
@@ -10,10 +10,6 @@
 namespace cadencora {
 
 static_assert(wordSize == channelNameSize);
-
-const char* const defaultChannels[numDefaultChannels + 1] = {
-    "Position.X", "Position.Y", "Position.Z", "Rotation.H", "Rotation.P",
-    "Rotation.B", "Scale.X",    "Scale.Y",    "Scale.Z",    nullptr};
 
 static void appendChannel(ToolState* state, const char* name) {
     if (state->numChannels < maxChannels)
@@ -129,9 +125,9 @@ void deleteChannel(const char* name, ToolState* state) {
     while (last >= 0 && strcasecmp(name, state->channelNames[last]) != 0)
         --last;
     if (last < 0) return;
-    const int behind = state->numChannels - 1 - last;
+    const int following = state->numChannels - 1 - last;
     std::memmove(state->channelNames[last], state->channelNames[last + 1],
-                 static_cast<std::size_t>(behind) * channelNameSize);
+                 static_cast<std::size_t>(following) * channelNameSize);
     --state->numChannels;
 }
 

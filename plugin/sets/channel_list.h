@@ -5,13 +5,14 @@
 // is changed here lasts, whether or not the dialog is accepted.
 #pragma once
 
+#include "plugin/keys/channel_kinds.h"
 #include "plugin/shell/tool_state.h"
 
 namespace cadencora {
 
-// "Position.X" to "Scale.Z", nine names and a null: 0 to 2 position, 3 to 5 rotation, 6 to 8 scale.
-constexpr int numDefaultChannels = 9;
-extern const char* const defaultChannels[numDefaultChannels + 1];
+// The names that the list begins with: those of the standard channels.
+inline constexpr const char* const (&defaultChannels)[numDefaultChannels + 1] =
+    controllableChannels;
 
 // Fills the list with the default names and forgets the toggles. A null record is ignored.
 void createDefaultChannels(ToolState* state);

@@ -1,6 +1,6 @@
 // Controls: adding, wiring, reading, setting and placing them.
 //
-// Calls the host's panel service and control records alone. A host may refuse a control: every
+// Calls only the host's panel service and control records. A host may refuse a control: every
 // routine takes a null control, does nothing with it and reads the given or the neutral value.
 #pragma once
 
@@ -27,7 +27,7 @@ host::Control* addChoice(host::Panel panel, const char* type, const char* label,
                          const char* const* items);
 
 // User data first, then the handler, so that no event arrives without its record. A null handler
-// leaves the control with its user data alone.
+// leaves the control with its user data only.
 void wireControl(host::Control* control, void* userData, host::EventHandler handler);
 
 int readInteger(host::Control* control, int tag, int ifNone = 0);

@@ -22,7 +22,7 @@ static bool checkRange(double start, double end) {
     return true;
 }
 
-// Collects the table as the user left the toggles, unless the loaded list is to stand.
+// Collects the table as the user left the toggles, unless the loaded list is kept.
 static bool settleObjects(ToolState* state) {
     if (!readInteger(state->customListToggle, host::controlValue)) getSelected(state);
     if (state->numObjects == 0) {

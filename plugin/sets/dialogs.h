@@ -23,12 +23,12 @@ int createDefaultRangeObjectsPanel(const char* title, ToolState* state, double* 
 // Channels and objects.
 int createDefaultFramePanel(const char* title, ToolState* state);
 
-// Objects alone.
+// Only objects.
 int createDefaultObjectPanel(const char* title, ToolState* state);
 int createDefaultMorphPanel(const char* title, ToolState* state);
 
 // Adds the sliders "Start" and "  End", from the first preview frame to the scene's or the
-// preview's last frame, whichever is later. Without the host services there are none.
+// preview's last frame, whichever is later. Without the host services there are no sliders.
 void addFrameSliders(host::Panel panel, ToolState* state);
 
 // Reads the two sliders as seconds. 0 when there is nothing to read: no sliders, no frame rate.

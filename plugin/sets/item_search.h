@@ -1,6 +1,6 @@
 // Finding items by name: one name at a time, or many through an index of the scene's names.
 //
-// Calls the host's item service alone. Names are compared exactly; the first item in scene order
+// Calls only the host's item service. Names are compared exactly; the first item in scene order
 // wins.
 #pragma once
 

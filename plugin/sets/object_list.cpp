@@ -1,11 +1,11 @@
 #include "plugin/sets/object_list.h"
 
+#include "plugin/files/text_files.h"
 #include "plugin/host/lookup.h"
 #include "plugin/sets/channel_list.h"
 #include "plugin/sets/controls.h"
 #include "plugin/sets/item_search.h"
 #include "plugin/sets/object_table.h"
-#include "plugin/sets/set_files.h"
 
 namespace cadencora {
 

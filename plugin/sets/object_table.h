@@ -8,7 +8,7 @@
 
 namespace cadencora {
 
-// Adds one item behind the others; false when the table is full and the item was dropped.
+// Adds one item after the others; false when the table is full and the item was dropped.
 bool appendObject(ToolState* state, host::Item item);
 
 // Collects the table anew as the toggles say: the selection in its order, then, if asked for, all

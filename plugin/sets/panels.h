@@ -1,6 +1,6 @@
 // Panels: making one, putting it in the middle of the display, running it as a modal dialog.
 //
-// Calls the host's panel and message services alone.
+// Calls only the host's panel and message services.
 #pragma once
 
 #include "plugin/host/panel_funcs.h"

@@ -1,5 +1,6 @@
 #include "plugin/transfer/channel_motion.h"
 
+#include "plugin/host/channel_walk.h"
 #include "plugin/keys/single_keys.h"
 #include "plugin/keys/whole_channels.h"
 #include "plugin/sets/controls.h"
@@ -121,12 +122,11 @@ static int walkMotionFiles(const host::ChannelInfo* channels, const host::Envelo
     const ClipRange range = rangeOf(startFrame, endFrame, scene->framesPerSecond);
     const MotionFiles motion = {channels, envelopes, files, group, directory, range};
     int result = 0;
-    for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
-         channel = channels->nextChannel(group, channel)) {
-        if (!visit(motion, channel)) return 0;
+    const bool all = walkGroup(channels, group, [&](host::Channel channel) {
         result = 1;
-    }
-    return result;
+        return visit(motion, channel);
+    });
+    return all ? result : 0;
 }
 
 int saveChannel(const host::ChannelInfo* channels, const host::EnvelopeFuncs* envelopes,
@@ -158,9 +158,9 @@ int countLongPaths(const host::ChannelInfo* channels, host::Group group, const c
     if (!channels || !group) return 0;
     int count = 0;
     char path[pathSize];
-    for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
-         channel = channels->nextChannel(group, channel))
+    walkGroup(channels, group, [&](host::Channel channel) {
         if (!motionPath(channels, group, channel, directory, path)) ++count;
+    });
     return count;
 }
 

@@ -1,7 +1,7 @@
 // "Save Clip data" and "Load Clip data": the motion of the affected items over a frame range, kept
 // in a directory of motion files. The two differ in their texts and in what is done per item.
 
-#include "plugin/host/lookup.h"
+#include "plugin/host/services.h"
 #include "plugin/sets/controls.h"
 #include "plugin/sets/dialogs.h"
 #include "plugin/sets/item_search.h"
@@ -17,16 +17,6 @@
 
 namespace cadencora {
 
-struct ClipServices {
-    const host::ItemInfo* items;
-    const host::InterfaceInfo* interfaceInfo;
-    const host::ChannelInfo* channels;
-    const host::SceneInfo* scene;
-    const host::FileIOFuncs* files;
-    const host::EnvelopeFuncs* envelopes;
-    host::DirInfo directories;
-};
-
 struct ClipCommand {
     const char* dialogTitle;
     const char* directoryTitle;
@@ -38,18 +28,14 @@ struct ClipCommand {
     bool saves;
 };
 
-static bool fetchClipServices(ClipServices* services) {
-    services->items = fetchItemInfo();
-    services->interfaceInfo = fetchInterfaceInfo();
-    services->channels = fetchChannelInfo();
-    services->scene = fetchSceneInfo();
-    services->files = fetchFileIOFuncs();
-    services->envelopes = fetchEnvelopeFuncs();
-    services->directories = fetchDirInfo();
+// Whether the host has what both commands cannot do without.
+static bool fetchClipServices(Services* services) {
+    fetchServices(services);
+    fetchFileServices(services);
     return services->items && services->interfaceInfo && services->directories && services->scene;
 }
 
-// False if the user cancels or names none, or there is no panel to ask on.
+// False if the user cancels or names no directory, or if no panel can be made.
 static bool askDirectory(const ClipCommand& command, host::DirInfo directories,
                          char (&directory)[pathSize]) {
     const host::Panel panel = createPanel(command.directoryTitle);
@@ -75,7 +61,7 @@ static void fillClosingLine(char (&line)[256], const char* words, const char* pa
 
 // Files are found by the items' names, so of several items of one name only the last one's motion
 // is in them.
-static void reportTwins(const ClipServices& services, const ToolState* state) {
+static void reportTwins(const Services& services, const ToolState* state) {
     NameIndex index;
     clearNameIndex(&index);
     LeftOut twins{};
@@ -88,7 +74,7 @@ static void reportTwins(const ClipServices& services, const ToolState* state) {
 }
 
 static void runClip(const ClipCommand& command, ToolState* state) {
-    ClipServices services;
+    Services services;
     if (!fetchClipServices(&services)) return;
     double start = 0;
     double end = 0;

@@ -44,7 +44,7 @@ static bool runOptions(host::Panel panel, ToolState* state, FrameCopy* copy) {
     return readPair(pair, &copy->items);
 }
 
-// The values are worked out before the target is selected; each command line may change the scene.
+// The values are computed before the target is selected; each command line may change the scene.
 static void keyTarget(const FrameCopy& copy, const char* command, double x, double y, double z) {
     selectItem(copy.items.target);
     issueTriple(command, x, y, z);

@@ -4,10 +4,10 @@
 // line is read by the first of these forms that fits its words: two words of an item's name, a
 // channel and a number; one word, a channel and a number; any number of words of a name, a channel
 // and a number at the end. The first two may be followed by anything. Numbers are written with six
-// digits behind the point, and have a point in every locale.
+// decimals, and have a point in every locale.
 #pragma once
 
-#include "plugin/sets/set_files.h"
+#include "plugin/files/text_files.h"
 
 namespace cadencora {
 

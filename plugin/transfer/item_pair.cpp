@@ -13,7 +13,7 @@ PairControls addPairControls(host::Panel panel) {
 }
 
 void presetPair(const PairControls& controls, ToolState* state) {
-    // A list that the user loaded stands, here as in every dialog.
+    // A list that the user loaded is kept, here as in every dialog.
     if (!readInteger(state->customListToggle, host::controlValue)) getSelected(state);
     if (state->numObjects >= 1) setItem(controls.source, state->objects[0]);
     if (state->numObjects >= 2) setItem(controls.target, state->objects[1]);

@@ -17,7 +17,7 @@ void addLeftOut(LeftOut* leftOut, const char* item, const char* channel) {
                                      channel ? "/" : "", channel ? channel : "");
     if (length >= 0 && static_cast<std::size_t>(length) + sizeof more <= room) return;
     leftOut->full = true;
-    std::strcpy(end, more); // there is room for it behind every name before
+    std::strcpy(end, more); // there is room for it after every earlier name
 }
 
 void reportLeftOut(const LeftOut& leftOut, const char* what) {

@@ -1,4 +1,4 @@
-// Names that a command could not do justice to, gathered for one message to the user.
+// Names that a command had to leave out, collected for one message to the user.
 //
 // Calls the host's message service.
 #pragma once

@@ -1,6 +1,6 @@
 // "Node-to-Node Motion Copy": gives the target the whole motion of the source, and on request the
 // target's descendants those of the source's descendants, paired by their places in the families.
-// The host carries each motion over in a scratch file, which stays behind.
+// The host transfers each motion through a temporary file, which is not removed.
 
 #include "plugin/host/command_lines.h"
 #include "plugin/host/lookup.h"

@@ -3,7 +3,8 @@
 
 #include "plugin/transfer/single_frame.h"
 
-#include "plugin/host/lookup.h"
+#include "plugin/host/channel_walk.h"
+#include "plugin/host/services.h"
 #include "plugin/keys/whole_channels.h"
 #include "plugin/sets/controls.h"
 #include "plugin/sets/dialogs.h"
@@ -25,24 +26,13 @@ struct FileQuestion {
     const char* label;
 };
 
-struct FrameServices {
-    const host::ItemInfo* items;
-    const host::InterfaceInfo* interfaceInfo;
-    const host::ChannelInfo* channels;
-    const host::EnvelopeFuncs* envelopes;
-    const host::SceneInfo* scene;
-};
-
-static bool fetchFrameServices(FrameServices* services) {
-    services->items = fetchItemInfo();
-    services->interfaceInfo = fetchInterfaceInfo();
-    services->channels = fetchChannelInfo();
-    services->envelopes = fetchEnvelopeFuncs();
-    services->scene = fetchSceneInfo();
+// Whether the host has what both commands cannot do without.
+static bool fetchFrameServices(Services* services) {
+    fetchServices(services);
     return services->items && services->interfaceInfo && services->scene;
 }
 
-// False if the user cancels, or there is no panel to ask on.
+// False if the user cancels, or if no panel can be made.
 static bool askFile(const FileQuestion& question, char (&path)[pathSize]) {
     const host::Panel panel = createPanel(question.title);
     if (!panel) return false;
@@ -54,7 +44,7 @@ static bool askFile(const FileQuestion& question, char (&path)[pathSize]) {
 }
 
 // "words at frame N", the frame cut to a whole number.
-static void reportFrame(const char* words, const FrameServices& services, double time,
+static void reportFrame(const char* words, const Services& services, double time,
                         const char* line2) {
     char line1[256];
     std::snprintf(line1, sizeof line1, "%s at frame %d", words,
@@ -65,16 +55,16 @@ static void reportFrame(const char* words, const FrameServices& services, double
 // Saving
 
 template <class Visit>
-static void walkGroup(const host::ChannelInfo* channels, host::Group group, Visit visit) {
-    for (host::Channel channel = channels->nextChannel(group, nullptr); channel;
-         channel = channels->nextChannel(group, channel))
+static void walkNamed(const host::ChannelInfo* channels, host::Group group, Visit visit) {
+    walkGroup(channels, group, [&](host::Channel channel) {
         if (const char* name = channels->channelName(channel)) visit(channel, name);
+    });
 }
 
 int saveChannelKeysToFile(const host::ChannelInfo* channels, host::Group group, double time,
                           const char* itemName, std::FILE* file) {
     if (!channels) return 0;
-    walkGroup(channels, group, [=](host::Channel channel, const char* name) {
+    walkNamed(channels, group, [=](host::Channel channel, const char* name) {
         char line[recordLineSize];
         if (readsBack(itemName, name) &&
             formatRecord(itemName, name, channels->channelEvaluate(channel, time), line))
@@ -85,7 +75,7 @@ int saveChannelKeysToFile(const host::ChannelInfo* channels, host::Group group, 
 
 // What saving remembers from item to item.
 struct FrameSaving {
-    const FrameServices& services;
+    const Services& services;
     std::FILE* file;
     double time; // seconds
     NameIndex index;
@@ -94,7 +84,7 @@ struct FrameSaving {
 };
 
 // Whether loading will find the item again: its name is its own in the scene, and does not differ
-// by case alone from the one before it in the file, which would then get its values.
+// only by case from the one before it in the file, which would then get its values.
 static bool isFoundAgain(const FrameSaving& saving, host::Item item, const char* name) {
     const host::ItemInfo* items = saving.services.items;
     if (findIDInIndex(items, &saving.index, name) != item) return false;
@@ -113,7 +103,7 @@ static void saveItem(FrameSaving* saving, host::Item item) {
     }
     saveChannelKeysToFile(channels, group, saving->time, name, saving->file);
     saving->lastItem = item;
-    walkGroup(channels, group, [=](host::Channel, const char* channelName) {
+    walkNamed(channels, group, [=](host::Channel, const char* channelName) {
         if (!readsBack(name, channelName)) addLeftOut(&saving->leftOut, name, channelName);
     });
 }
@@ -128,7 +118,7 @@ static bool mayWrite(const char* path) {
 
 void saveFrameEvent(host::Control*, void* userData) {
     auto* state = static_cast<ToolState*>(userData);
-    FrameServices services;
+    Services services;
     if (!fetchFrameServices(&services)) return;
     if (!createDefaultFramePanel("Select objects + channels to save", state)) return;
     char path[pathSize];
@@ -149,7 +139,7 @@ void saveFrameEvent(host::Control*, void* userData) {
 
 // What loading remembers from line to line: the item that the last line's item field led to.
 struct FrameLoading {
-    const FrameServices& services;
+    const Services& services;
     const ToolState* state;
     NameIndex index;
     char field[wordSize];
@@ -177,7 +167,7 @@ static void takeField(FrameLoading* loading, const char* field) {
 static void loadRecord(FrameLoading* loading, const FrameRecord& record) {
     takeField(loading, record.item);
     if (!loading->item || loading->morphs) return;
-    const FrameServices& services = loading->services;
+    const Services& services = loading->services;
     setChannelKeys(services.envelopes, services.channels, services.items,
                    services.items->channelGroup(loading->item), record.channel,
                    services.interfaceInfo->currentTime, record.value);
@@ -185,7 +175,7 @@ static void loadRecord(FrameLoading* loading, const FrameRecord& record) {
 
 void loadFrameEvent(host::Control*, void* userData) {
     auto* state = static_cast<ToolState*>(userData);
-    FrameServices services;
+    Services services;
     if (!fetchFrameServices(&services)) return;
     if (!createDefaultFramePanel("Select objects + channel to modify", state)) return;
     char path[pathSize];

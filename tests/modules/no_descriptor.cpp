@@ -1,3 +1,5 @@
+// A library that is not a plug-in.
+
 #include "tests/modules/descriptor.h"
 
 EXPORTED int something;

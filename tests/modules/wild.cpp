@@ -43,7 +43,7 @@ void misuseHandles() {
         envelopes->keySet(wildHandle<Envelope>(word), wildHandle<Key>(word), 0, nullptr);
         envelopes->destroyEnvelope(wildHandle<Envelope>(word));
     }
-    // One kind of handle is no other kind.
+    // A handle of one kind is refused for another.
     const Item item = items->firstItem(objectItem, nullptr);
     channels->channelName(reinterpret_cast<Channel>(item));
     items->firstItem(9, nullptr);

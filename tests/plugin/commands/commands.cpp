@@ -34,7 +34,7 @@ TEST_F(Commands, each_changes_something_unless_the_user_declines) {
         EXPECT_TRUE(perform(command, {}, Reply::cancel).empty());
         EXPECT_TRUE(user.said().empty());
         const bool declined = perform(command, {}, Reply::no).empty();
-        EXPECT_EQ(declined, !user.said().empty()) << "whoever asks takes No for an answer";
+        EXPECT_EQ(declined, !user.said().empty()) << "a command that asks accepts No";
         if (declined) {
             EXPECT_EQ(allKeys(host.scene()), before);
             EXPECT_FALSE(perform(command).empty());
@@ -215,7 +215,7 @@ TEST_F(Commands, move_rotate_scale_takes_factors_as_typed_and_names_in_any_case)
     fill(curve("Box", "Scale.Y"), {{0.5, 2}});
     select({"Box"});
     perform("MoveRotateScale",
-            {{"Affected Channels/Load", writeText("set", "")}, // the channel list plays no part
+            {{"Affected Channels/Load", writeText("set", "")}, // the channel list is not used
              {"Method", "Multiply"},
              {"Position.X", "-3"},
              {"Rotation.P", "2"},

@@ -1,5 +1,5 @@
-// Operations on all keys of a range of a channel: clearing, copying behind, moving onto frames,
-// changing by a fixed or a random amount.
+// Operations on all keys of a range of a channel: clearing, copying to later frames, moving onto
+// frames, changing by a fixed or a random amount.
 
 #include "plugin/keys/modify_channel.h"
 #include "plugin/keys/whole_channels.h"
@@ -64,7 +64,7 @@ TEST_F(Ranges, clearChannel_takes_both_ends_and_leaves_keys_a_hair_outside) {
         {1.5, 1.5, {{0, 1}, {1, 3}, {2, 4}, {3, 5}}, 1}, // a visited curve without a key there
         {3, 1, {{0, 1}, {1, 3}, {2, 4}, {3, 5}}, 0},
         {-5, 50, {}, 1},
-        {0.5, 50, {{0, 1}}, 1}, // no key stands at the start
+        {0.5, 50, {{0, 1}}, 1}, // no key at the start
         {-5, 2.5, {{3, 5}}, 1},
     };
     for (const auto& row : rows) {
@@ -75,7 +75,7 @@ TEST_F(Ranges, clearChannel_takes_both_ends_and_leaves_keys_a_hair_outside) {
     EXPECT_EQ(result, 0) << "a curve without keys";
 }
 
-TEST_F(Ranges, copyShiftChannel_copies_the_range_behind_itself) {
+TEST_F(Ranges, copyShiftChannel_copies_the_range_after_itself) {
     const struct {
         const char* what;
         Keys before;
@@ -90,7 +90,7 @@ TEST_F(Ranges, copyShiftChannel_copies_the_range_behind_itself) {
          0,
          {{0, 1}, {5, 2}, {10, 1}, {15, 2}, {20, 1}}},
         {"a gap", {{0, 1}, {10, 3}}, 0, 10, 2, {{0, 1}, {10, 3}, {12, 1}, {22, 3}}},
-        {"keys outside the range, and keys behind it that are in the way",
+        {"keys outside the range, and later keys that are in the way",
          {{-1, 9}, {0, 1}, {12, 8}, {13, 7}},
          0,
          10,
@@ -108,7 +108,7 @@ TEST_F(Ranges, copyShiftChannel_copies_the_range_behind_itself) {
          4,
          -3,
          {{0, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}}},
-        {"a copy onto itself is none", {{0, 1}, {2, 2}}, 0, 2, -2, {{0, 1}, {2, 2}}},
+        {"a copy onto itself changes nothing", {{0, 1}, {2, 2}}, 0, 2, -2, {{0, 1}, {2, 2}}},
         {"start and end on one key", {{1, 5}, {2, 6}}, 1, 1, 3, {{1, 5}, {2, 6}, {4, 5}}},
         {"a reversed range", {{1, 5}, {2, 6}}, 2, 1, 3, {{1, 5}, {2, 6}}},
     };
@@ -216,7 +216,7 @@ TEST_F(Ranges, value_jitter_draws_once_for_each_key_of_the_range_in_order) {
     }
 }
 
-// The walk in plain terms: behind a moved key's new place it goes on, so that keys are jumped over
+// The walk in plain terms: it goes on after a moved key's new place, so that keys are skipped
 // or met again. Counts how often a key is visited, by the value that time jitter leaves it.
 Keys jittered(const Keys& before, double start, double end, double amount, bool both,
               std::map<double, int>& visits) {

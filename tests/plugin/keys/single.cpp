@@ -29,7 +29,7 @@ TEST(RoundTime, goes_to_the_nearest_frame_and_half_way_to_the_lower_one) {
         {0, 24, 0},
         {1.02, 25, 25 / 25.0},
         {2147483647, 1, 2147483647},
-        {1e12, 30, 1e12}, // a frame beyond int is no frame
+        {1e12, 30, 1e12}, // beyond the frames that an int can hold
     };
     for (const auto& row : rows)
         EXPECT_EQ(roundTime(row.time, row.fps), row.expected) << row.time << " at " << row.fps;
@@ -160,7 +160,7 @@ TEST_F(SingleKeys, copyKey_stops_at_a_lost_shape_and_passes_over_other_lost_attr
     }
 }
 
-// Each wrong call comes right behind a right one for the same envelope.
+// Each wrong call comes right after a right one for the same envelope.
 TEST_F(SingleKeys, attributes_are_only_reached_through_a_living_key_and_set_only_in_an_event) {
     const double number = 3;
     double read = -1;

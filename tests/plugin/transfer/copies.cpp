@@ -49,7 +49,7 @@ TEST_F(Copies, a_frame_copy_types_the_source_s_own_values_or_those_of_its_place)
     EXPECT_EQ(host.scene().selection, std::vector{item("Face")});
     EXPECT_EQ(keys("Face", "Position.Y"), (Keys{{0, 2}}));
 
-    // In the world the lid stands beside the turned box; the sun has no parent.
+    // In the world the lid is beside the rotated box; the sun has no parent.
     lines.clear();
     perform(frameCopy, {{"Source", "Lid"}, {"Target", "Sun"}});
     EXPECT_EQ(lines, (Texts{"SelectItem Sun", "Position 1.000000 2.000000 -7.000000",

@@ -104,7 +104,7 @@ TEST_F(SingleFrame, each_line_does_what_its_words_say) {
         {"Hips Position.X" + longBlanks + longBlanks + " 9\n", {}},
         {"Hips " + longName + "n 1\nHips Position.Y 2\n", at("Hips/Position.Y", 2)},
         {std::string("Hips Position.X\0 1\nHips Position.Y 3\n", 37), at("Hips/Position.Y", 3)},
-        // A run of lines whose names differ by case alone belongs to the first.
+        // A run of lines whose names differ only by case belongs to the first.
         {"Hips Position.X 1\nhIPS Position.X 2\n", at("Hips/Position.X", 2)},
         {"hIPS Position.X 1\nHips Position.X 2\n", {}},
         {"[MORPH_MIXER]F Position.X 1\nHips Position.X 2\n", at("Hips/Position.X", 2)},

@@ -1,4 +1,4 @@
-#include "plugin/sets/set_files.h"
+#include "plugin/files/text_files.h"
 
 #include "plugin/host/lookup.h"
 
