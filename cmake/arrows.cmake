@@ -38,8 +38,12 @@ set(cadencora_arrows
     "stage/cli: stage/base stage/scene stage/user stage/formats stage/module stage/cli/report stage/cli/commands"
     "stage/cli/program: stage/cli"
     "stage/desktop/drawing: stage/base stage/scene/math stage/scene/keys stage/scene stage/scene/mesh"
-    "stage/desktop: stage/base stage/scene/math stage/scene/keys stage/scene stage/scene/mesh stage/panels stage/user stage/formats stage/services stage/module stage/desktop/drawing"
-    "stage/desktop/program: stage/desktop")
+    "stage/desktop/widgets: stage/base stage/scene/math stage/scene/keys stage/scene"
+    "stage/desktop/document: stage/base stage/scene/math stage/scene/keys stage/scene stage/panels stage/user stage/formats stage/services stage/module stage/desktop/widgets"
+    "stage/desktop/panels: stage/base stage/scene/math stage/scene/keys stage/scene stage/panels stage/desktop/widgets stage/desktop/document"
+    "stage/desktop/views: stage/base stage/scene/math stage/scene/keys stage/scene stage/scene/mesh stage/plot stage/panels stage/user stage/desktop/drawing stage/desktop/widgets stage/desktop/document"
+    "stage/desktop/app: stage/base stage/scene/math stage/scene/keys stage/scene stage/formats stage/module stage/desktop/drawing stage/desktop/widgets stage/desktop/document stage/desktop/panels stage/desktop/views"
+    "stage/desktop/program: stage/desktop/app")
 
 # "<header>: <the folders that it may include>". Any folder of the same half may include these,
 # whatever its own row says, since they include so little themselves.

@@ -22,7 +22,7 @@ struct Step {
     }
 };
 
-Step stepFor(double span, int most) {
+Step stepFor(double span, double most) {
     Step step{1, static_cast<int>(std::floor(std::log10(span / most)))};
     for (const double mantissa : {1.0, 2.0, 5.0, 10.0}) {
         step.mantissa = mantissa;
@@ -54,6 +54,10 @@ Extent roomFor(Extent values) {
     if (size < 1e-280) return {-1, 1};
     if (values.high - values.low > 1e-9 * size) return values;
     return {values.low - 0.1 * size, values.high + 0.1 * size};
+}
+
+double niceStep(double span, double most) {
+    return span > 0 && most > 0 ? stepFor(span, most).times(1) : 1;
 }
 
 AxisTicks valueAxis(Extent extent, int most) {

@@ -24,8 +24,12 @@ struct Extent {
 // around it, and so does one that only rounding moves.
 Extent roomFor(Extent values);
 
-// At most about `most` ticks. An exponent other than 0, a multiple of 3, stands for values from a
-// million on or all below a thousandth.
+// The smallest step of 1, 2 or 5 times a power of ten that divides `span` into at most `most`
+// parts; 1 where one of them is not positive.
+double niceStep(double span, double most);
+
+// At most about `most` ticks. An exponent other than 0, a multiple of 3, is for values from a
+// million on, or all below a thousandth.
 AxisTicks valueAxis(Extent extent, int most);
 
 // Ticks whose labels, with `suffix`, fit side by side into `width` pixels. Whole numbers only where

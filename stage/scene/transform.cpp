@@ -34,6 +34,19 @@ Affine worldTransform(const Scene& scene, ItemId id, double time) {
     return world;
 }
 
+std::vector<Affine> worldTransforms(const Scene& scene, double time) {
+    std::vector<Affine> world;
+    world.reserve(scene.itemCount());
+    for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+        const ItemId id = Scene::itemAt(i);
+        Affine place = localTransform(scene, id, time);
+        if (const ItemId parent = scene.item(id).parent; parent != ItemId::none)
+            place = product(world[Scene::positionOf(parent)], place); // parents come first
+        world.push_back(place);
+    }
+    return world;
+}
+
 Vec3 worldPosition(const Scene& scene, ItemId id, double time) {
     return transformed(worldTransform(scene, id, time), scene.item(id).pivot);
 }

@@ -31,6 +31,9 @@ Affine localTransform(const Scene& scene, ItemId item, double time);
 // From the item's own space to the world.
 Affine worldTransform(const Scene& scene, ItemId item, double time);
 
+// worldTransform of every item, by its place in the scene; parents are computed once.
+std::vector<Affine> worldTransforms(const Scene& scene, double time);
+
 // Where the item's pivot point is in the world.
 Vec3 worldPosition(const Scene& scene, ItemId item, double time);
 

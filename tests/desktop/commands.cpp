@@ -1,3 +1,5 @@
+// Commands pressed by hand: dialogs, errors, undo, recorded steps.
+
 #include "stage/services/host.h"
 #include "stage/user/recipe.h"
 #include "tests/desktop/desk.h"
@@ -74,12 +76,12 @@ TEST(Commands, a_dialog_a_file_picker_and_a_message_nest) {
             });
         };
         saveTo(desk.file("set"));
-        click(button(dialog, "Save", 1));
+        click(findButton(dialog, "Save", 1));
         QFile set(desk.file("set.lw_items"));
         EXPECT_TRUE(set.open(QIODevice::ReadOnly)) << "with the pattern's ending";
         EXPECT_EQ(set.readAll(), QByteArray("Hips\nSpine\n"));
 
-        // A socket is there but cannot be opened, whoever runs the tests.
+        // A socket is there but cannot be opened, by root either.
         const QString socket = desk.file("socket.lw_items");
         ASSERT_EQ(mknod(qPrintable(socket), S_IFSOCK | 0600, 0), 0);
         desk.hand.then([&](QDialog& picker) {
@@ -94,7 +96,7 @@ TEST(Commands, a_dialog_a_file_picker_and_a_message_nest) {
             EXPECT_FALSE(box.text().isEmpty());
             box.accept();
         });
-        click(button(dialog, "Save", 1));
+        click(findButton(dialog, "Save", 1));
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_TRUE(desk.document().isBusy());
         desk.document().undo(); // not while a command is under way
@@ -120,11 +122,11 @@ TEST(Commands, what_was_recorded_does_the_same_when_a_script_performs_it) {
         QTest::keyClick(part<QSlider>(dialog, "End"), Qt::Key_Left);
         auto* rows = part<QListWidget>(dialog, "Affected Channels");
         click(rows->viewport(), rows->visualItemRect(rows->item(3)).center());
-        click(button(dialog, "Remove"));
+        click(findButton(dialog, "Remove"));
         clickOk(dialog);
     });
     desk.hand.then([](QDialog& dialog) {
-        click(button(dialog, "Multiply"));
+        click(findButton(dialog, "Multiply"));
         type(part<QLineEdit>(dialog, "Position.X"), QStringLiteral("2.5"));
         clickOk(dialog);
     });
@@ -183,7 +185,7 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     desk.hand.then([&](QDialog& picker) {
         pick(dynamic_cast<QFileDialog&>(picker), desk.file("steps.recipe"));
     });
-    click(button(desk.window, "Save Recipe…"));
+    click(findButton(desk.window, "Save Recipe…"));
     const auto saved = readRecipe(desk.file("steps.recipe").toStdString());
     ASSERT_TRUE(saved.ok()) << saved.problem().text();
     ASSERT_EQ(saved.value().size(), 1u);
@@ -191,7 +193,7 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
 
     desk.document().undo();
     EXPECT_EQ(list->topLevelItemCount(), 0);
-    EXPECT_FALSE(button(desk.window, "Save Recipe…")->isEnabled());
+    EXPECT_FALSE(findButton(desk.window, "Save Recipe…")->isEnabled());
     desk.document().redo();
     EXPECT_EQ(list->topLevelItemCount(), 1);
     desk.document().clearRecording();

@@ -1,3 +1,5 @@
+// The controls of panels on the screen.
+
 #include "stage/panels/actions.h"
 #include "tests/desktop/desk.h"
 
@@ -25,9 +27,9 @@ TEST(Controls, tabs_show_their_own_buttons_and_put_the_others_out_of_reach) {
     PanelWindow& panel = desk.panel();
     auto* tabs = panel.findChild<QTabBar*>();
     ASSERT_EQ(tabs->count(), 3);
-    QPushButton* cycle = button(panel, "Cycle (Bake) Keys");
-    QPushButton* frameCopy = button(panel, "Node-to-Node Frame Copy");
-    QPushButton* dissolve = button(panel, "Dissolve");
+    QPushButton* cycle = findButton(panel, "Cycle (Bake) Keys");
+    QPushButton* frameCopy = findButton(panel, "Node-to-Node Frame Copy");
+    QPushButton* dissolve = findButton(panel, "Dissolve");
     EXPECT_TRUE(cycle->isVisible());
     EXPECT_FALSE(frameCopy->isVisible());
     EXPECT_EQ(cycle->parentWidget()->pos(), frameCopy->parentWidget()->pos());
@@ -126,12 +128,12 @@ TEST(Controls, choices_numbers_and_integers_are_taken_over) {
     desk.select("Hips");
     desk.hand.then(&clickOk);
     desk.hand.then([&](QDialog& dialog) {
-        click(button(dialog, "Even Spread"));
+        click(findButton(dialog, "Even Spread"));
         EXPECT_EQ(model(dialog, "Method").integer, 1);
-        EXPECT_TRUE(button(dialog, "Even Spread")->isChecked());
-        EXPECT_FALSE(button(dialog, "Random")->isChecked());
-        button(dialog, "Even Spread")->setFocus();
-        QTest::keyClick(button(dialog, "Even Spread"), Qt::Key_Space);
+        EXPECT_TRUE(findButton(dialog, "Even Spread")->isChecked());
+        EXPECT_FALSE(findButton(dialog, "Random")->isChecked());
+        findButton(dialog, "Even Spread")->setFocus();
+        QTest::keyClick(findButton(dialog, "Even Spread"), Qt::Key_Space);
         EXPECT_EQ(model(dialog, "Method").integer, 1) << "choosing again keeps it chosen";
         type(part<QLineEdit>(dialog, "Max Keys"), QStringLiteral("3"));
         clickOk(dialog);
@@ -158,12 +160,12 @@ TEST(Controls, rows_are_marked_removed_and_drawn_again) {
         ASSERT_EQ(rows->count(), 9);
         click(rows->viewport(), rows->visualItemRect(rows->item(8)).center());
         EXPECT_EQ(model(dialog, "Affected Channels").integer, 8);
-        click(button(dialog, "Remove"));
+        click(findButton(dialog, "Remove"));
         EXPECT_EQ(rows->count(), 8);
         rows->setFocus();
         QTest::keyClick(rows, Qt::Key_Home);
         EXPECT_EQ(model(dialog, "Affected Channels").integer, 0);
-        click(button(dialog, "Default"));
+        click(findButton(dialog, "Default"));
         EXPECT_EQ(rows->count(), 9);
 
         auto* items = part<QListWidget>(dialog, "Affected Objects");
@@ -174,7 +176,7 @@ TEST(Controls, rows_are_marked_removed_and_drawn_again) {
         children->setFocus();
         QTest::keyClick(children, Qt::Key_Space);
         EXPECT_EQ(items->count(), 2);
-        click(button(dialog, "All"));
+        click(findButton(dialog, "All"));
         EXPECT_EQ(items->count(), 7);
         EXPECT_FALSE(children->isChecked()) << "the plug-in has cleared it";
         dialog.reject();
@@ -264,10 +266,10 @@ TEST(Controls, sets_are_loaded_by_a_button_with_mouse_or_keys) {
     set.write("Lid\nSun\n");
     set.close();
     desk.hand.then([&](QDialog& dialog) {
-        auto* load = button(dialog, "Load", 1);
+        auto* load = findButton(dialog, "Load", 1);
         auto* items = part<QListWidget>(dialog, "Affected Objects");
         for (const bool byKey : {false, true}) {
-            click(button(dialog, "All"));
+            click(findButton(dialog, "All"));
             EXPECT_EQ(items->count(), 7);
             desk.hand.then([&](QDialog& picker) {
                 auto& files = dynamic_cast<QFileDialog&>(picker);

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "stage/desktop/app/main_window.h"
-#include "stage/desktop/panels/panel_view.h"
 #include "stage/formats/registry.h"
 #include "tests/desktop/some_scene.h"
+#include "tests/desktop/windows.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>
@@ -44,12 +44,6 @@ Part* part(QWidget& window, const char* label, int nth = 0) {
     return nth < controls.size() ? controls[nth]->findChild<Part*>() : nullptr;
 }
 
-inline QPushButton* button(QWidget& window, const char* text, int nth = 0) {
-    for (QPushButton* found : window.findChildren<QPushButton*>())
-        if (found->text() == QString::fromUtf8(text) && nth-- == 0) return found;
-    return nullptr;
-}
-
 inline void clickOk(QWidget& dialog) {
     click(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok));
 }
@@ -69,29 +63,19 @@ inline void pick(QFileDialog& picker, const QString& path) {
 
 // Acts in each modal dialog that opens, in the order in which the acts were given. What is given
 // within an act is for the dialogs that open within it.
-class Hand : public QObject {
+class Hand : public DialogWatcher {
 public:
     using Act = std::function<void(QDialog&)>;
 
-    Hand() : acts_(1) { qApp->installEventFilter(this); }
-    ~Hand() override {
-        qApp->removeEventFilter(this);
-        checkNoneLeft();
-    }
+    Hand() : acts_(1) {}
+    ~Hand() override { checkNoneLeft(); }
     void then(Act act) { acts_.back().push_back(std::move(act)); }
 
 private:
     void checkNoneLeft() {
         EXPECT_TRUE(acts_.back().empty()) << acts_.back().size() << " dialogs did not open";
     }
-    bool eventFilter(QObject* object, QEvent* event) override {
-        auto* dialog = event->type() == QEvent::Show ? qobject_cast<QDialog*>(object) : nullptr;
-        if (dialog && dialog->isModal())
-            QMetaObject::invokeMethod(
-                dialog, [this, dialog] { act(*dialog); }, Qt::QueuedConnection);
-        return false;
-    }
-    void act(QDialog& dialog) {
+    void opened(QDialog& dialog) override {
         if (acts_.back().empty()) {
             auto* box = qobject_cast<QMessageBox*>(&dialog);
             ADD_FAILURE() << "unexpected: " << dialog.windowTitle().toStdString() << " "
@@ -140,11 +124,10 @@ struct Desk {
         return nullptr;
     }
     PanelWindow& panel() {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* found = dynamic_cast<PanelWindow*>(widget)) return *found;
+        if (PanelWindow* found = findPanelWindow()) return *found;
         throw std::runtime_error("the plug-in has no panel");
     }
-    void press(const char* text) { click(button(panel(), text)); }
+    void press(const char* text) { click(findButton(panel(), text)); }
 
     std::vector<double> times(const char* name, MotionChannel which) {
         std::vector<double> frames;

@@ -1,7 +1,10 @@
+// What is drawn of curves and scenes, without a toolkit.
+
 #include "stage/desktop/drawing/curve_lines.h"
 #include "stage/desktop/drawing/orbit_camera.h"
 #include "stage/desktop/drawing/scene_shapes.h"
 #include "stage/desktop/drawing/selection_order.h"
+#include "stage/plot/axis.h"
 #include "tests/desktop/some_scene.h"
 
 #include <algorithm>
@@ -34,7 +37,7 @@ TEST(Drawing, lines_follow_the_columns_and_show_every_extreme) {
     held.keys.append(0.55, 3, Shape::hold);
     const auto jump = curveLine(held, {0, 1, 10});
     const auto before = std::ranges::find(jump, CurvePoint{0.55, 1});
-    ASSERT_NE(before, jump.end()) << "the old value stands until the key";
+    ASSERT_NE(before, jump.end()) << "the old value is held until the key";
     EXPECT_EQ(*(before + 1), (CurvePoint{0.55, 3}));
 }
 

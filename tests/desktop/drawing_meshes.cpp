@@ -1,3 +1,5 @@
+// What is drawn of meshes, and which item a click picks.
+
 #include "stage/desktop/drawing/screen_shapes.h"
 #include "stage/desktop/drawing/selection_order.h"
 #include "tests/desktop/some_mesh.h"

@@ -1,3 +1,5 @@
+// Opening, saving, importing, exporting; clips and long work.
+
 #include "stage/desktop/app/long_work.h"
 #include "stage/desktop/app/recent_files.h"
 #include "stage/desktop/views/clip_picker.h"
@@ -136,7 +138,7 @@ TEST(Files, losses_are_asked_about_before_a_file_is_replaced_and_once) {
     desk.select("Hips");
     desk.hand.then(&clickOk);
     desk.hand.then([](QDialog& dialog) {
-        click(button(dialog, "Time")); // keys leave their frames, which the format cannot hold
+        click(findButton(dialog, "Time")); // keys leave their frames, which the format cannot hold
         clickOk(dialog);
     });
     desk.press("Randomize/Jitter Keys");
@@ -182,7 +184,7 @@ TEST(Files, another_clip_is_opened_with_the_same_items_selected) {
     QTest::keyClick(clips, Qt::Key_Up);
     EXPECT_EQ(clips->currentText(), QStringLiteral("Clip 1")) << "unsaved changes are asked about";
     ASSERT_TRUE(desk.window.saveFile(desk.file("one.stage")));
-    EXPECT_FALSE(clips->isVisible()) << "this file holds one alone";
+    EXPECT_FALSE(clips->isVisible()) << "this file holds only one";
 }
 
 TEST(Files, a_recipe_of_what_was_done_gives_the_same_file_byte_for_byte) {
@@ -200,7 +202,7 @@ TEST(Files, a_recipe_of_what_was_done_gives_the_same_file_byte_for_byte) {
             clickOk(dialog);
         });
         desk.hand.then([](QDialog& dialog) {
-            click(button(dialog, "Multiply"));
+            click(findButton(dialog, "Multiply"));
             type(part<QLineEdit>(dialog, "Rotation.H"), QStringLiteral("1.1"));
             clickOk(dialog);
         });
@@ -210,7 +212,7 @@ TEST(Files, a_recipe_of_what_was_done_gives_the_same_file_byte_for_byte) {
         desk.hand.then([&](QDialog& picker) {
             pick(dynamic_cast<QFileDialog&>(picker), desk.file("steps.recipe"));
         });
-        click(button(desk.window, "Save Recipe…"));
+        click(findButton(desk.window, "Save Recipe…"));
         ASSERT_TRUE(desk.window.saveFile(after));
 
         QProcess program;
@@ -237,7 +239,7 @@ TEST(LongWork, the_windows_are_alive_meanwhile_and_its_box_cancels_it) {
     desk.hand.then([](QDialog& dialog) {
         auto& box = dynamic_cast<QProgressDialog&>(dialog);
         EXPECT_TRUE(box.labelText().contains(QStringLiteral("Counting")));
-        click(button(box, "Cancel"));
+        click(findButton(box, "Cancel"));
         EXPECT_TRUE(box.isVisible()) << "until the work has stopped";
         EXPECT_TRUE(QTest::qWaitFor([&] { return !box.isVisible(); }));
     });

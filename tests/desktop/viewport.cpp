@@ -1,3 +1,5 @@
+// The viewport by mouse and keys.
+
 #include "stage/desktop/views/viewport.h"
 #include "tests/desktop/desk.h"
 #include "tests/stage/formats/gltf/document.h"

@@ -1,3 +1,5 @@
+// The main window: time, views, menus.
+
 #include "stage/desktop/views/curve_view.h"
 #include "stage/desktop/views/timeline.h"
 #include "tests/desktop/desk.h"
@@ -64,7 +66,7 @@ TEST(Window, keys_move_the_time_and_delete_does_nothing) {
     EXPECT_FALSE(desk.window.isWindowModified());
 }
 
-TEST(Window, playing_shows_the_frame_that_is_due_and_starts_again_behind_the_preview) {
+TEST(Window, playing_shows_the_frame_that_is_due_and_starts_again_after_the_preview) {
     Desk desk;
     Playback& playback = desk.window.playback();
     desk.document().setPreview(10, 19);
@@ -133,11 +135,11 @@ TEST(Window, the_curves_are_scrubbed_panned_and_zoomed) {
     wheel(Qt::ControlModifier);
     EXPECT_NEAR(view->times().timeOf(middle.x()), held, 1e-9) << "what is under the pointer stays";
     EXPECT_LT(view->times().last - view->times().first, before.last - before.first);
-    EXPECT_EQ(view->values().high, values.high) << "with Ctrl the time alone";
+    EXPECT_EQ(view->values().high, values.high) << "with Ctrl only the time";
     const double seconds = view->times().last - view->times().first;
     wheel(Qt::ShiftModifier);
     EXPECT_LT(view->values().high - view->values().low, values.high - values.low);
-    EXPECT_EQ(view->times().last - view->times().first, seconds) << "with Shift the values alone";
+    EXPECT_EQ(view->times().last - view->times().first, seconds) << "with Shift only the values";
 
     const Range zoomed = view->values();
     QTest::mousePress(view, Qt::MiddleButton, {}, middle);

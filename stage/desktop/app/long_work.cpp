@@ -1,6 +1,7 @@
 #include "stage/desktop/app/long_work.h"
 
 #include "stage/desktop/app/busy_cursor.h"
+#include "stage/desktop/document/work_clock.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -15,8 +16,7 @@ namespace cadencora::stage {
 
 namespace {
 
-constexpr int moment = 400, pace = 100; // milliseconds
-constexpr int steps = 1000;             // of the bar
+constexpr int steps = 1000; // of the bar
 
 } // namespace
 
@@ -42,7 +42,7 @@ void LongWork::run(const std::function<void()>& work) {
     });
 
     // Short work shows nothing but the pointer.
-    QTimer::singleShot(moment, &loop, &QEventLoop::quit);
+    QTimer::singleShot(workMoment, &loop, &QEventLoop::quit);
     {
         const BusyCursor busy;
         loop.exec(QEventLoop::ExcludeUserInputEvents);
@@ -68,7 +68,7 @@ void LongWork::run(const std::function<void()>& work) {
             if (share > 0) box.setValue(static_cast<int>(std::lround(share * steps)));
             box.setLabelText(QObject::tr("%1\n%2 s").arg(what_).arg(since.elapsed() / 1000));
         });
-        timer.start(pace);
+        timer.start(workPace);
         box.show();
         if (!ended) loop.exec();
     }

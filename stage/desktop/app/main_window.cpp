@@ -34,6 +34,7 @@ class LineLabel : public QLabel {
 } // namespace
 
 MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
+    frontEnd_.serve(document_);
     frontEnd_.setMainWindow(this);
     setAcceptDrops(true);
     addViews();

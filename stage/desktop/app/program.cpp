@@ -1,7 +1,6 @@
 #include "stage/desktop/app/program.h"
 
 #include "stage/desktop/app/main_window.h"
-#include "stage/desktop/app/pictures.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -32,11 +31,11 @@ bool showPlace(Document& document, const QStringList& names, const QString& fram
     if (isNumber)
         document.goToFrame(number);
     else
-        std::fprintf(stderr, "cadencora-desktop: \"%s\" is no frame\n", qPrintable(frame));
+        std::fprintf(stderr, "cadencora-desktop: \"%s\" is not a frame\n", qPrintable(frame));
     return isNumber;
 }
 
-// The window and its docks lie where they lay at the end of the last start.
+// The window and its docks open where they were when the program ended last.
 const QString geometry = QStringLiteral("geometry"), docks = QStringLiteral("docks");
 
 void savePlaces(const MainWindow& window) {
@@ -72,11 +71,7 @@ int runDesktop(int argc, char** argv) {
                                     QStringLiteral("name"));
     const QCommandLineOption frame(QStringLiteral("frame"), QStringLiteral("the frame to go to"),
                                    QStringLiteral("number"));
-    const QCommandLineOption pictures(
-        QStringLiteral("pictures"),
-        QStringLiteral("draw the windows into PNG files for the manual, and end"),
-        QStringLiteral("folder"));
-    parser.addOptions({start, select, frame, pictures});
+    parser.addOptions({start, select, frame});
     parser.process(application);
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) {
@@ -85,13 +80,11 @@ int runDesktop(int argc, char** argv) {
     }
 
     MainWindow window;
-    const bool draws = parser.isSet(pictures); // in the window's own size
-    if (!draws) restorePlaces(window);
+    restorePlaces(window);
     window.show();
     if (!files.isEmpty() && !window.openFile(files.first())) return 1;
     if (parser.isSet(start) && !window.startPlugin(parser.value(start))) return 1;
     if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;
-    if (draws) return drawPictures(window, parser.value(pictures));
     const int status = QApplication::exec();
     savePlaces(window);
     return status;

@@ -1,8 +1,7 @@
 #include "stage/desktop/document/document.h"
 
 #include "stage/base/text.h"
-#include "stage/desktop/panels/control_view.h"
-#include "stage/desktop/panels/desktop_front_end.h"
+#include "stage/desktop/widgets/qt_text.h"
 #include "stage/panels/actions.h"
 #include "stage/panels/labels.h"
 #include "stage/scene/summary.h"
@@ -11,8 +10,7 @@
 
 namespace cadencora::stage {
 
-Document::Document(DesktopFrontEnd& frontEnd) : frontEnd_(frontEnd) {
-    frontEnd_.serve(*this);
+Document::Document(DocumentFrontEnd& frontEnd) : frontEnd_(frontEnd) {
     Scene empty;
     empty.lastFrame = empty.previewLast = 60;
     adopt(std::move(empty));
@@ -32,7 +30,6 @@ void Document::adopt(Scene scene) {
     frontEnd_.closePanels();
     host_.reset();
     host_ = std::make_unique<Host>(std::move(scene), frontEnd_);
-    lastChange_ = {};
     recorder_.clear();
     position_ = savedPosition_ = 0;
 }
@@ -57,7 +54,7 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
 Result<std::vector<std::string>> Document::save(const std::filesystem::path& path) {
     auto written = writeScene(scene(), path);
     if (!written) return written.problem();
-    if (formatOf(path) != formatOf(path_)) { // which holds this one alone
+    if (formatOf(path) != formatOf(path_)) { // the new file holds only this clip
         clips_.clear();
         clip_.clear();
     }
@@ -99,7 +96,7 @@ Result<> Document::use(ControlModel& control, const Action& action) {
         ++depth_;
         Result<> result = action(control);
         --depth_;
-        // A value that the plug-in complained about is not part of what the user meant.
+        // A value that the plug-in refused with an error is not recorded.
         if (result && errors_ == errors) recorder_.set(control, scene());
         emit controlsChanged();
         return result;
@@ -110,7 +107,7 @@ Result<> Document::use(ControlModel& control, const Action& action) {
     Result<> result = done();
     failed_ = false;
     ++depth_;
-    clock_.start(shown(shownLabel(control)));
+    clock_.start(qtText(shownLabel(control)));
     ChangeReport report = host_->event(
         std::string(shownLabel(control)), [&] { result = action(control); },
         [&] { return !failed_; });
@@ -122,8 +119,7 @@ Result<> Document::use(ControlModel& control, const Action& action) {
         finishFailed(control);
     } else {
         recorder_.end(!report.empty(), scene());
-        if (control.type == ControlType::button || !report.empty())
-            finishEdit(control, std::move(report));
+        if (control.type == ControlType::button || !report.empty()) finishEdit(control, report);
     }
     tellProblems();
     emit changed(what);
@@ -136,21 +132,19 @@ void Document::countError() {
     if (depth_ == 1) failed_ = true;
 }
 
-void Document::finishEdit(const ControlModel& control, ChangeReport report) {
-    lastChange_ = std::move(report);
-    news_ = std::string(shownLabel(control)) + ": " + changeText(lastChange_);
+void Document::finishEdit(const ControlModel& control, const ChangeReport& report) {
+    news_ = std::string(shownLabel(control)) + ": " + changeText(report);
     constexpr double worthTelling = 0.1; // seconds
     if (clock_.seconds() >= worthTelling)
         news_ += ", in " + QString::number(clock_.seconds(), 'f', 1).toStdString() + " s";
-    if (lastChange_.empty()) return;
+    if (report.empty()) return;
     if (savedPosition_ > position_) savedPosition_ = -1; // what was saved could only be redone
     ++position_;
 }
 
-// As the headless program does: the scene is as it was before, and no script would get past it.
+// As the headless program does: the scene is as it was before, and a script would stop here.
 void Document::finishFailed(const ControlModel& control) {
     recorder_.abandon();
-    lastChange_ = {};
     news_ = std::string(shownLabel(control)) + ": ended with an error and changed nothing";
 }
 
@@ -168,7 +162,6 @@ void Document::undo() {
     if (isBusy() || !undone) return;
     news_ = "undid " + inQuotes(*undone);
     host_->undo();
-    host_->forgetEnvelope();
     --position_;
     recorder_.undone();
     emit changed(Change::keys | Change::range);
@@ -179,7 +172,6 @@ void Document::redo() {
     if (isBusy() || !redone) return;
     news_ = "did " + inQuotes(*redone) + " again";
     host_->redo();
-    host_->forgetEnvelope();
     ++position_;
     recorder_.redone();
     emit changed(Change::keys | Change::range);

@@ -1,9 +1,10 @@
 // The open scene with its host, its file and its history: what every view knows.
 //
 // Owns the host and the recorder; calls all of the stage. Views read scene() and listen to
-// changed(); whatever they let the user do goes through the functions below.
+// changed(). Everything that they let the user do goes through the functions below.
 #pragma once
 
+#include "stage/desktop/document/document_front_end.h"
 #include "stage/desktop/document/work_clock.h"
 #include "stage/formats/registry.h"
 #include "stage/module/module.h"
@@ -16,8 +17,6 @@
 #include <memory>
 
 namespace cadencora::stage {
-
-class DesktopFrontEnd;
 
 // What may look different since the last signal.
 enum class Change : unsigned {
@@ -32,7 +31,7 @@ Q_DECLARE_FLAGS(Changes, Change)
 class Document : public QObject {
     Q_OBJECT
 public:
-    explicit Document(DesktopFrontEnd& frontEnd);
+    explicit Document(DocumentFrontEnd& frontEnd); // which must outlive it
     ~Document() override;
 
     const Scene& scene() const { return host_->scene(); }
@@ -58,7 +57,6 @@ public:
 
     // Opens the plug-in's panel; a file opened later opens it again.
     Result<> startPlugin(const std::filesystem::path& path);
-    bool hasPlugin() const { return module_.has_value(); }
 
     // What the user does to a control, one of the functions of actions.h. On a floating panel it is
     // an edit of its own, named after the control; in a dialog it is part of the edit under way.
@@ -76,7 +74,6 @@ public:
 
     // What the last command, undo or file did, for the status line.
     const std::string& news() const { return news_; }
-    const ChangeReport& lastChange() const { return lastChange_; }
 
     Recorder& recorder() { return recorder_; }
     void clearRecording();
@@ -93,12 +90,12 @@ signals:
 
 private:
     void adopt(Scene scene);
-    void finishEdit(const ControlModel& control, ChangeReport report);
+    void finishEdit(const ControlModel& control, const ChangeReport& report);
     void finishFailed(const ControlModel& control);
     void tellProblems();
     Changes differenceFrom(const std::vector<ItemId>& selection, double time) const;
 
-    DesktopFrontEnd& frontEnd_;
+    DocumentFrontEnd& frontEnd_;
     std::unique_ptr<Host> host_;
     std::optional<Module> module_;
     std::filesystem::path path_;
@@ -107,7 +104,6 @@ private:
     std::string clip_;
     WorkClock clock_;
     Recorder recorder_;
-    ChangeReport lastChange_;
     std::string news_;
     int depth_ = 0; // of events
     int errors_ = 0;

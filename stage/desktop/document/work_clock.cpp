@@ -33,9 +33,8 @@ double WorkClock::seconds() const {
 }
 
 void WorkClock::tick() {
-    constexpr qint64 moment = 400, pace = 100; // milliseconds
     const qint64 now = before_ + since_.elapsed();
-    if (!running_ || drawing_ || now < moment || now < shown_ + pace) return;
+    if (!running_ || drawing_ || now < workMoment || now < shown_ + workPace) return;
     shown_ = now;
     drawing_ = true;
     emit working(tr("%1 … %2 s").arg(what_).arg(seconds(), 0, 'f', 1));

@@ -1,6 +1,6 @@
 // How long a command has been at work, without the time that it waited for the user.
 //
-// While it runs, the pointer is the wait cursor. Work that takes longer than a moment shows its
+// While it runs, the pointer is the wait cursor. Work that takes long shows its
 // time on the screen and lets the windows draw, since it runs on their thread.
 #pragma once
 
@@ -9,6 +9,9 @@
 
 namespace cadencora::stage {
 
+// Work that takes longer than workMoment shows how far it is, every workPace; milliseconds.
+constexpr int workMoment = 400, workPace = 100;
+
 class WorkClock : public QObject {
     Q_OBJECT
 public:
@@ -16,13 +19,12 @@ public:
 
     void start(const QString& what);
     void stop();
-    bool isRunning() const { return running_; }
     double seconds() const; // so far; after stop(), in all
 
-    // Told again and again while the work goes on.
+    // Must be called often while the work goes on.
     void tick();
 
-    // The user is asked something: the clock stands still, and the pointer is the usual one.
+    // The user is asked something: the clock is stopped, and the pointer is the usual one.
     class Pause {
     public:
         explicit Pause(WorkClock& clock);

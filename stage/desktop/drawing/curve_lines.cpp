@@ -68,7 +68,7 @@ std::vector<CurvePoint> curveLine(const Envelope& curve, const TimeWindow& windo
         if (!key || key.time() >= end) continue;
         double low = key.value(), high = low, lowTime = key.time(), highTime = lowTime;
         for (; key && key.time() < end; key.advance()) {
-            // A held span ends in a jump: its value stands until just before the key.
+            // A held span ends in a jump: its value is held until just before the key.
             if (key.shape() == Shape::hold && key.time() > window.first)
                 line.push_back({key.time(), line.back().value});
             if (key.value() < low) low = key.value(), lowTime = key.time();
@@ -121,15 +121,6 @@ std::optional<Range> valueRange(const Scene& scene, const std::vector<ShownCurve
                 for (const CurvePoint& point : curveLine(*shown, window))
                     cover(point.value * curve.factor);
     return range;
-}
-
-double niceStep(double span, double most) {
-    if (!(span > 0) || !(most > 0)) return 1;
-    const double least = span / most;
-    const double ten = std::pow(10, std::floor(std::log10(least)));
-    for (const double step : {1.0, 2.0, 5.0})
-        if (step * ten >= least * (1 - 1e-9)) return step * ten;
-    return 10 * ten;
 }
 
 } // namespace cadencora::stage

@@ -1,6 +1,6 @@
 // Curves as points to draw: which ones to show, their lines, their keys, their range.
 //
-// Calls stage/scene alone. Whatever the number of keys, the number of points follows the columns.
+// Calls only stage/scene. Whatever the number of keys, the number of points follows the columns.
 #pragma once
 
 #include "stage/scene/journal.h"
@@ -59,8 +59,5 @@ struct Range {
 // edit; nothing: no curves.
 std::optional<Range> valueRange(const Scene& scene, const std::vector<ShownCurve>& curves,
                                 const TimeWindow& window);
-
-// A step of 1, 2 or 5 times a power of ten, of which `most` or fewer fit into a span.
-double niceStep(double span, double most);
 
 } // namespace cadencora::stage

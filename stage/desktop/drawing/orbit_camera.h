@@ -1,6 +1,6 @@
-// The viewport's camera: circles a point, and carries points of the world to the screen.
+// The viewport's camera: orbits a point, and projects points of the world onto the screen.
 //
-// Right-handed, Y up. Calls stage/scene alone.
+// Right-handed, Y up. Calls only stage/scene.
 #pragma once
 
 #include "stage/scene/math/rotation.h"

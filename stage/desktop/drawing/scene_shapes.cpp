@@ -182,20 +182,6 @@ bool facesEye(const Face& face, const Vec3& eye) {
            (dot(normal, face.corners[0] - face.inside) > 0);
 }
 
-std::vector<Affine> worldTransforms(const Scene& scene, double time) {
-    std::vector<Affine> world;
-    world.reserve(scene.itemCount());
-    for (std::size_t i = 0; i < scene.itemCount(); ++i) {
-        const ItemId id = Scene::itemAt(i);
-        Affine place = localTransform(scene, id, time);
-        if (const ItemId parent = scene.item(id).parent; parent != ItemId::none)
-            place = product(world[Scene::positionOf(parent)],
-                            place); // parents come before their children
-        world.push_back(place);
-    }
-    return world;
-}
-
 SceneShapes shapesAt(const Scene& scene, double time, double unit) {
     return Shaper(scene, time, unit).shapes();
 }

@@ -1,7 +1,7 @@
 // A scene at a time as shapes in the world: meshes where items have them, else cubes for objects;
 // bones taper, lights and cameras have signs.
 //
-// Calls stage/scene alone.
+// Calls only stage/scene.
 #pragma once
 
 #include "stage/scene/mesh/mesh.h"
@@ -39,10 +39,7 @@ struct SceneShapes {
     std::vector<Surface> surfaces;
 };
 
-// The place of every item in the world, by its number from 0.
-std::vector<Affine> worldTransforms(const Scene& scene, double time);
-
-// `unit` is the edge of a cube that stands for an unscaled object. Beside meshes, cubes are small
+// `unit` is the edge of a cube that represents an unscaled object. Beside meshes, cubes are small
 // marks, whatever their scale, and so are those that would hide a whole scene: rigs are often
 // scaled a hundredfold at their root. Objects that are dissolved, and their bones, are left out.
 SceneShapes shapesAt(const Scene& scene, double time, double unit);

@@ -1,7 +1,7 @@
 // The shapes of a scene on the screen, in the order in which they are drawn, and which of them is
 // under the pointer: what is picked is what is seen on top.
 //
-// Calls stage/scene alone.
+// Calls only stage/scene.
 #pragma once
 
 #include "stage/desktop/drawing/orbit_camera.h"
@@ -25,7 +25,7 @@ struct ScreenShape {
     std::vector<ScreenPoint> points;
 
     std::shared_ptr<const MeshShape> mesh; // null: a face or an edge
-    std::vector<ScreenLine> facing, away;  // a mesh's edges on the eye's side, and behind
+    std::vector<ScreenLine> facing, away;  // a mesh's edges on the eye's side, and beyond
 };
 
 // Faces that face away are left out. What is farther away comes first. A mesh, which can be seen

@@ -1,6 +1,6 @@
 // The order of a selection that grows click by click.
 //
-// Calls stage/scene alone.
+// Calls only stage/scene.
 #pragma once
 
 #include "stage/scene/scene.h"

@@ -53,7 +53,7 @@ public:
     ChoiceView(ControlModel& model, const PanelContext& context, QWidget* parent)
         : ControlView(model, context, parent) {
         for (const std::string& choice : model.choices) {
-            auto* button = new QPushButton(withoutShortcut(shown(choice)), this);
+            auto* button = new QPushButton(withoutShortcut(qtText(choice)), this);
             button->setCheckable(true);
             button->setAutoDefault(false);
             choices_.addButton(button, static_cast<int>(choices_.buttons().size()));
@@ -117,7 +117,7 @@ public:
         tabs_->setExpanding(true);
         const QSignalBlocker quiet(tabs_);
         for (const std::string& choice : model.choices)
-            tabs_->addTab(withoutShortcut(shown(choice)));
+            tabs_->addTab(withoutShortcut(qtText(choice)));
         setFocusProxy(tabs_);
         connect(tabs_, &QTabBar::currentChanged, this, [this](int tab) {
             (void)use([tab](ControlModel& control) { return setInteger(control, tab); });

@@ -10,9 +10,9 @@ namespace cadencora::stage {
 
 ControlView::ControlView(ControlModel& model, const PanelContext& context, QWidget* parent)
     : QWidget(parent), model_(model), context_(context) {
-    setObjectName(shown(shownLabel(model)));
+    setObjectName(qtText(shownLabel(model)));
     if (model.labelWidth == 0) return;
-    auto* label = new QLabel(shown(shownLabel(model)), this);
+    auto* label = new QLabel(qtText(shownLabel(model)), this);
     label->setTextFormat(Qt::PlainText);
     label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     label_ = label;
@@ -68,12 +68,8 @@ ControlView* makeControlView(ControlModel& model, const PanelContext& context, Q
     return nullptr;
 }
 
-QString shown(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 QString buttonText(const ControlModel& model) {
-    return withoutShortcut(shown(shownLabel(model)));
+    return withoutShortcut(qtText(shownLabel(model)));
 }
 
 QString withoutShortcut(QString text) {

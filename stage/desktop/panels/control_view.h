@@ -1,10 +1,11 @@
 // One control of a panel on the screen: shows what its model holds and forwards what the user does.
 //
-// The views of all control types are behind makeControlView. They act through Document::use alone.
+// makeControlView makes the view for each type of control. Views act only through Document::use.
 #pragma once
 
 #include "stage/desktop/document/document.h"
 #include "stage/desktop/panels/panel_metrics.h"
+#include "stage/desktop/widgets/qt_text.h"
 
 #include <QWidget>
 
@@ -25,8 +26,8 @@ public:
     // Takes over place, visibility and, where the model was drawn again, the value.
     void refresh();
 
-    // Takes what was typed and not yet entered; false where the model refuses it, with the focus
-    // on it.
+    // Takes what was typed and not yet entered. Where the model refuses it: false, and the field
+    // has the focus.
     virtual bool settle() { return true; }
 
 protected:
@@ -63,8 +64,7 @@ ControlView* makeItemList(ControlModel& model, const PanelContext& context, QWid
 ControlView* makePathField(ControlModel& model, const PanelContext& context, QWidget* parent);
 ControlView* makePathButton(ControlModel& model, const PanelContext& context, QWidget* parent);
 
-// Texts of the model as Qt has them; a label's "&" is no shortcut.
-QString shown(std::string_view text);
+// A label's "&" is a character, not the mark of a shortcut.
 QString withoutShortcut(QString text);
 QString buttonText(const ControlModel& model);
 

@@ -11,7 +11,7 @@ namespace cadencora::stage {
 namespace {
 
 QString line(const Message& message, std::size_t index) {
-    return index < message.lines.size() ? shown(message.lines[index]) : QString();
+    return index < message.lines.size() ? qtText(message.lines[index]) : QString();
 }
 
 } // namespace

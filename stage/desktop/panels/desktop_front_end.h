@@ -3,8 +3,8 @@
 // Made before the document that it serves, since a host measures text from its first moment on.
 #pragma once
 
+#include "stage/desktop/document/document_front_end.h"
 #include "stage/desktop/panels/panel_metrics.h"
-#include "stage/panels/front_end.h"
 
 #include <QMessageBox>
 #include <QPointer>
@@ -17,7 +17,7 @@ namespace cadencora::stage {
 class Document;
 class PanelWindow;
 
-class DesktopFrontEnd : public FrontEnd {
+class DesktopFrontEnd : public DocumentFrontEnd {
 public:
     DesktopFrontEnd();
     ~DesktopFrontEnd() override;
@@ -25,9 +25,10 @@ public:
     void serve(Document& document) { document_ = &document; }
     void setMainWindow(QWidget* window) { mainWindow_ = window; } // parent of what is opened
 
-    // The floating panel opened last, shown again where the user closed it; false: there is none.
+    // The floating panel opened last, shown again where the user closed it; false: no panel was
+    // opened.
     bool bringUpPanel();
-    void closePanels(); // before their models go
+    void closePanels() override;
 
     // FrontEnd; sizes are panel pixels.
     const PanelMetrics& metrics() const override { return metrics_; }

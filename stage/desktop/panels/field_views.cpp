@@ -1,7 +1,7 @@
 // Number fields, and sliders with their value.
 
 #include "stage/desktop/panels/control_view.h"
-#include "stage/desktop/panels/typed_field.h"
+#include "stage/desktop/widgets/typed_field.h"
 #include "stage/panels/actions.h"
 
 #include <QApplication>
@@ -26,7 +26,7 @@ private:
     Result<> enter(const std::string& text) {
         return use([&](ControlModel& control) { return setByText(control, text, scene()); });
     }
-    void showValue() override { field_->showText(shown(valueText(model_, scene()))); }
+    void showValue() override { field_->showText(qtText(valueText(model_, scene()))); }
     void place() override { field_->setGeometry(besideLabel()); }
 
     TypedField* field_;
@@ -69,7 +69,7 @@ private:
     void showValue() override {
         const QSignalBlocker quiet(slider_);
         slider_->setValue(model_.integer);
-        field_->showText(shown(valueText(model_, scene())));
+        field_->showText(qtText(valueText(model_, scene())));
     }
     void place() override {
         QRect box = besideLabel();

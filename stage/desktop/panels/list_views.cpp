@@ -1,7 +1,7 @@
 // List boxes, whose rows the plug-in names, and lists of the scene's items.
 
 #include "stage/desktop/panels/control_view.h"
-#include "stage/desktop/views/item_icons.h"
+#include "stage/desktop/widgets/item_icons.h"
 #include "stage/panels/actions.h"
 #include "stage/panels/labels.h"
 
@@ -21,7 +21,7 @@ public:
           rows_(new QListWidget(this)),
           titleHeight_(context.metrics.toScreen(context.metrics.lineHeight() + 2)) {
         title_->setTextFormat(Qt::PlainText);
-        title_->setText(shown(shownLabel(model)));
+        title_->setText(qtText(shownLabel(model)));
         rows_->setUniformItemSizes(true);
         rows_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         rows_->setTextElideMode(Qt::ElideMiddle);
@@ -49,7 +49,7 @@ private:
         const QSignalBlocker quiet(rows_);
         rows_->clear();
         for (const std::string& row : listRows(model_))
-            rows_->addItem(shown(row));
+            rows_->addItem(qtText(row));
         markRow();
     }
     void place() override {
@@ -70,7 +70,7 @@ public:
         items_->addItem(QStringLiteral("(none)"));
         for (std::size_t i = 0; i < scene().itemCount(); ++i) {
             const Item& item = scene().item(Scene::itemAt(i));
-            items_->addItem(itemIcon(item.type, palette()), shown(item.name));
+            items_->addItem(itemIcon(item.type, palette()), qtText(item.name));
         }
         items_->setMaxVisibleItems(24);
         connect(items_, &QComboBox::activated, this, [this](int row) {

@@ -56,7 +56,7 @@ bool PanelView::settle() {
 
 PanelWindow::PanelWindow(PanelModel& panel, const PanelContext& context, QWidget* parent)
     : QWidget(parent, Qt::Tool), view_(new PanelView(panel, context, this)) {
-    setWindowTitle(shown(panel.title));
+    setWindowTitle(qtText(panel.title));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSizeConstraint(QLayout::SetFixedSize);
@@ -85,7 +85,7 @@ void PanelWindow::closeEvent(QCloseEvent* event) {
 
 PanelDialog::PanelDialog(PanelModel& panel, const PanelContext& context, QWidget* parent)
     : QDialog(parent), view_(new PanelView(panel, context)) {
-    setWindowTitle(shown(panel.title));
+    setWindowTitle(qtText(panel.title));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &PanelDialog::accept);

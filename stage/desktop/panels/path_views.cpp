@@ -1,7 +1,7 @@
 // File and directory fields with a picker, and buttons that load or save a file.
 
 #include "stage/desktop/panels/control_view.h"
-#include "stage/desktop/panels/typed_field.h"
+#include "stage/desktop/widgets/typed_field.h"
 #include "stage/panels/actions.h"
 #include "stage/panels/labels.h"
 
@@ -15,8 +15,8 @@ namespace {
 
 // The path that the user picks for a control; empty: none.
 QString pickPath(const ControlModel& model, QWidget* parent) {
-    const QString pattern = shown(model.pattern);
-    QFileDialog picker(parent, shown(shownLabel(model)));
+    const QString pattern = qtText(model.pattern);
+    QFileDialog picker(parent, qtText(shownLabel(model)));
     if (model.type == ControlType::directory) {
         picker.setFileMode(QFileDialog::Directory);
         picker.setOption(QFileDialog::ShowDirsOnly);
@@ -34,7 +34,7 @@ QString pickPath(const ControlModel& model, QWidget* parent) {
                 picker.setDefaultSuffix(pattern.mid(2));
         }
     }
-    if (!model.text.empty()) picker.selectFile(shown(model.text));
+    if (!model.text.empty()) picker.selectFile(qtText(model.text));
     if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) return {};
     return picker.selectedFiles().first();
 }
@@ -63,8 +63,8 @@ private:
         return use([&](ControlModel& control) { return choosePath(control, path); });
     }
     void showValue() override {
-        field_->showText(shown(model_.text));
-        field_->setPlaceholderText(shown(model_.pattern));
+        field_->showText(qtText(model_.text));
+        field_->setPlaceholderText(qtText(model_.pattern));
     }
     void place() override {
         QRect box = besideLabel();

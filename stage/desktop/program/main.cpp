@@ -1,3 +1,5 @@
+// The desktop program, cadencora-desktop.
+
 #include "stage/desktop/app/program.h"
 
 int main(int argc, char** argv) {

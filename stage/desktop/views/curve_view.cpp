@@ -1,6 +1,7 @@
 #include "stage/desktop/views/curve_view.h"
 
-#include "stage/desktop/views/item_icons.h"
+#include "stage/desktop/widgets/item_icons.h"
+#include "stage/plot/axis.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -18,7 +19,7 @@ constexpr int keySpacing = 5; // pixels
 constexpr std::size_t mostCurves = 1000;
 
 QColor curveColour(int index, bool dark) {
-    // Position, rotation and scale; then the channels that are none of these.
+    // Position, rotation and scale; then all other channels.
     constexpr std::array hues{0,   120, 215, 30,  165, 275, 335, 80,
                               190, 50,  300, 240, 12,  140, 200, 318};
     const int hue = hues[static_cast<std::size_t>(index) % hues.size()];
@@ -154,7 +155,7 @@ void CurveView::paintCurves(QPainter& painter) const {
         if (curve.before) add(ghosts, *curve.before, curve.factor, colour);
     }
 
-    // Smooth lines are dear, and a whole captured body has a hundred times as many points as a
+    // Antialiasing is expensive, and a whole captured body has a hundred times as many points as a
     // curve has columns.
     constexpr qsizetype mostSmooth = 10'000;
     const bool smooth = points <= mostSmooth;

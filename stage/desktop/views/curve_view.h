@@ -1,7 +1,7 @@
 // The curves of the selected items, their keys, and faintly how they were before the last command.
 //
-// Left drags the time, middle or right drags the view; the wheel zooms, with Ctrl the time alone,
-// with Shift the values alone.
+// Left drags the time, middle or right drags the view; the wheel zooms, with Ctrl only the time,
+// with Shift only the values.
 #pragma once
 
 #include "stage/desktop/document/document.h"

@@ -1,7 +1,7 @@
 #include "stage/desktop/views/item_tree.h"
 
 #include "stage/desktop/drawing/selection_order.h"
-#include "stage/desktop/views/item_icons.h"
+#include "stage/desktop/widgets/item_icons.h"
 
 #include <QEvent>
 #include <QHeaderView>

@@ -1,5 +1,6 @@
 #include "stage/desktop/views/timeline.h"
 
+#include "stage/plot/axis.h"
 #include "stage/scene/summary.h"
 
 #include <QMouseEvent>

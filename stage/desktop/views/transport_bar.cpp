@@ -1,7 +1,7 @@
 #include "stage/desktop/views/transport_bar.h"
 
 #include "stage/base/text.h"
-#include "stage/desktop/panels/typed_field.h"
+#include "stage/desktop/widgets/typed_field.h"
 #include "stage/scene/summary.h"
 
 #include <QEvent>
@@ -140,11 +140,8 @@ QSpinBox* TransportBar::addRangeField(const QString& tip) {
 Result<> TransportBar::goTo(const std::string& text) {
     const auto frame = parseNumber(text);
     if (!frame || std::abs(*frame) > 1e9)
-        return Problem{"this is no frame", {}, "a number such as 12 or 12.5"};
-    const FrameRate rate = document_.scene().rate;
-    const bool whole = *frame == std::floor(*frame);
-    document_.setTime(whole ? rate.timeOf(static_cast<std::int64_t>(*frame))
-                            : *frame / rate.perSecond());
+        return Problem{"not a frame number", {}, "expected a number such as 12 or 12.5"};
+    document_.setTime(document_.scene().rate.timeAt(*frame));
     return done();
 }
 

@@ -2,7 +2,8 @@
 
 #include "stage/desktop/drawing/curve_lines.h"
 #include "stage/desktop/drawing/selection_order.h"
-#include "stage/desktop/views/item_icons.h"
+#include "stage/desktop/widgets/item_icons.h"
+#include "stage/plot/axis.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -107,7 +108,7 @@ void Viewport::paintShape(QPainter& painter, const ScreenShape& shape) const {
 }
 
 // What faces away is faint, so that the shape is seen and not the net: the colours are mixed here,
-// since lines that let through what is behind them take twice as long.
+// since transparent lines take twice as long.
 void Viewport::paintMesh(QPainter& painter, const ScreenShape& mesh) const {
     const QColor colour = colourOf(mesh.item), ground = palette().color(QPalette::Base);
     const auto draw = [&](const std::vector<ScreenLine>& lines, float share) {

@@ -76,7 +76,7 @@ bool MainWindow::told(const Result<std::vector<std::string>>& result) {
     if (!result)
         QMessageBox::critical(this, tr("Error"), QString::fromStdString(result.problem().text()));
     else if (!result.value().empty())
-        QMessageBox::warning(this, tr("Not all of it"), lines(result.value()));
+        QMessageBox::warning(this, tr("Some data cannot be saved"), lines(result.value()));
     return result.ok();
 }
 
@@ -91,7 +91,7 @@ bool MainWindow::mayLose(const std::filesystem::path& path) {
     const QString losses = lines(trial->warnings);
     const auto question = std::pair(path, losses);
     if (accepted_ == question) return true;
-    QMessageBox box(QMessageBox::Warning, tr("Not all of it"), losses,
+    QMessageBox box(QMessageBox::Warning, tr("Some data cannot be saved"), losses,
                     QMessageBox::Save | QMessageBox::Cancel, this);
     box.setTextFormat(Qt::PlainText);
     box.setInformativeText(tr("Write %1 nevertheless?").arg(shownName(path)));
@@ -254,7 +254,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
     const QString path = droppedFile(*event);
     event->acceptProposedAction();
     if (path.isEmpty()) return;
-    // Whoever let go of the file need not wait for the answers.
+    // The program that the file was dragged from need not wait for the answers.
     QMetaObject::invokeMethod(
         this,
         [this, path] {

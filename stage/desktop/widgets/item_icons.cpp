@@ -1,4 +1,4 @@
-#include "stage/desktop/views/item_icons.h"
+#include "stage/desktop/widgets/item_icons.h"
 
 #include <QPainter>
 #include <QPainterPath>

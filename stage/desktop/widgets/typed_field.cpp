@@ -1,4 +1,4 @@
-#include "stage/desktop/panels/typed_field.h"
+#include "stage/desktop/widgets/typed_field.h"
 
 #include <QKeyEvent>
 #include <QToolTip>
