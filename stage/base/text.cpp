@@ -71,17 +71,27 @@ bool equalNoCase(std::string_view a, std::string_view b) {
 
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,
                          std::size_t most) {
-    if (names.empty()) return "there are none";
+    if (names.empty()) return "none is known";
     std::ranges::stable_sort(names, {}, [&](const std::string& name) {
         // Long names are compared by their first part: a suggestion need not be exact.
         return distance(wanted.substr(0, 64), std::string_view(name).substr(0, 64));
     });
-    std::string text;
-    const std::size_t shown = std::min(most, names.size());
-    for (std::size_t i = 0; i < shown; ++i)
-        text += (i ? ", " : "") + inQuotes(names[i]);
-    if (names.size() > shown) text += " and " + std::to_string(names.size() - shown) + " more";
-    return text;
+    NameList nearest(most);
+    for (const std::string& name : names)
+        nearest.add(inQuotes(name));
+    return nearest.text();
+}
+
+void NameList::add(std::string_view name) {
+    if (count_++ >= most_) return;
+    if (count_ > 1) text_ += separator_;
+    text_ += name;
+}
+
+std::string NameList::text() const {
+    if (count_ <= most_) return text_;
+    const std::string_view link = separator_ == "\n" ? separator_ : " ";
+    return text_ + std::string(link) + "and " + std::to_string(count_ - most_) + " more";
 }
 
 std::string inQuotes(std::string_view text) {

@@ -24,6 +24,23 @@ bool equalNoCase(std::string_view a, std::string_view b);
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,
                          std::size_t most = 8);
 
+// The first names of a list, for a message, and how many more there are: "a, b and 3 more".
+class NameList {
+public:
+    explicit NameList(std::size_t most = 5, std::string_view separator = ", ")
+        : most_(most), separator_(separator) {}
+
+    void add(std::string_view name);
+    std::size_t count() const { return count_; } // of all names
+    std::string text() const;
+
+private:
+    std::size_t most_;
+    std::string separator_;
+    std::string text_;
+    std::size_t count_ = 0;
+};
+
 std::string inQuotes(std::string_view text);
 
 // `value` in the fewest digits that read back as the same double.

@@ -137,7 +137,7 @@ TEST_F(Walk, defractionalizing_leaves_whole_frames_with_the_last_key_that_came) 
     }
 }
 
-// Copies land at sums of times, a rounding beside the frames; what lay behind the stride goes
+// Copies land at sums of times, a rounding beside the frames; what came after the stride goes
 // first.
 TEST_F(Walk, a_stride_cycles_three_times_and_is_written) {
     press("Destroy Keys", {"Hips"}, {{"Start", "221"}});

@@ -1,5 +1,6 @@
 // Opening and saving in the main window: pickers, dropped files, unsaved changes, messages.
 
+#include "stage/base/text.h"
 #include "stage/desktop/app/busy_cursor.h"
 #include "stage/desktop/app/long_work.h"
 #include "stage/desktop/app/main_window.h"
@@ -57,12 +58,10 @@ QString shownName(const std::filesystem::path& path) {
 
 // A few of them, and how many more there are.
 QString lines(const std::vector<std::string>& warnings) {
-    constexpr std::size_t most = 12;
-    QStringList rows;
-    for (std::size_t i = 0; i < std::min(most, warnings.size()); ++i)
-        rows << QString::fromStdString(warnings[i]);
-    if (warnings.size() > most) rows << QObject::tr("and %1 more").arg(warnings.size() - most);
-    return rows.join(QLatin1Char('\n'));
+    NameList rows(12, "\n");
+    for (const std::string& warning : warnings)
+        rows.add(warning);
+    return QString::fromStdString(rows.text());
 }
 
 QString droppedFile(const QDropEvent& event) {

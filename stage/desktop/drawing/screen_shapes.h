@@ -35,7 +35,7 @@ std::vector<ScreenShape> screenShapes(const SceneShapes& shapes, const OrbitCame
                                       double width, double height);
 
 // The item at a place on the screen: of the faces, edges and insides of meshes there the one drawn
-// last, of meshes alone the nearest. Where nothing is, the same within `reach` pixels; none where
+// last, of meshes only the nearest. Where nothing is, the same within `reach` pixels; none where
 // nothing is that near.
 ItemId pickedItem(std::span<const ScreenShape> drawn, double x, double y, double reach);
 

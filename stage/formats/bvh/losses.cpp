@@ -73,19 +73,15 @@ constexpr std::array losses{
 } // namespace
 
 std::vector<std::string> findLosses(const Scene& scene) {
-    constexpr std::size_t mostNames = 5;
     std::vector<std::string> warnings;
     for (const Loss& loss : losses) {
-        std::string names;
-        std::size_t count = 0;
+        NameList names;
         for (std::size_t i = 0; i < scene.itemCount(); ++i) {
             const Item& item = scene.item(Scene::itemAt(i));
-            if (!loss.lost(scene, item) || ++count > mostNames) continue;
-            names += (names.empty() ? "" : ", ") + std::string(itemTypeName(item.type)) + " " +
-                     inQuotes(item.name);
+            if (loss.lost(scene, item))
+                names.add(std::string(itemTypeName(item.type)) + " " + inQuotes(item.name));
         }
-        if (count > mostNames) names += " and " + std::to_string(count - mostNames) + " more";
-        if (count > 0) warnings.push_back(std::string(loss.what) + ": " + names);
+        if (names.count() > 0) warnings.push_back(std::string(loss.what) + ": " + names.text());
     }
     std::size_t owners = 0;
     for (std::size_t i = 0; i < scene.itemCount(); ++i)

@@ -27,16 +27,11 @@ std::string rounded(double value) {
 // A warning about some of the curves, the first few by name.
 struct Remark {
     std::string text;
-    std::string names;
-    std::size_t count = 0;
+    NameList names{};
 
-    void add(const std::string& name) {
-        constexpr std::size_t mostNames = 5;
-        if (++count <= mostNames) names += (names.empty() ? "" : ", ") + name;
-        if (count == mostNames + 1) names += " and more";
-    }
+    void add(const std::string& name) { names.add(name); }
     void say(std::vector<std::string>& warnings, const std::string& after = {}) const {
-        if (count > 0) warnings.push_back(text + after + ": " + names);
+        if (names.count() > 0) warnings.push_back(text + after + ": " + names.text());
     }
 };
 
@@ -97,10 +92,10 @@ private:
     std::vector<Change> changes_;
     std::map<std::pair<std::size_t, Path>, std::size_t> source_; // the clip's channels
     std::map<std::size_t, Times> times_;                         // by accessor
-    Remark turned_{"between keys these rotations are off", {}, 0};
-    Remark sampled_{"keys were added on frames, since glTF has no curve like this", {}, 0};
-    Remark early_{"keys before frame 0 are left out", {}, 0};
-    Remark close_{"keys that are too close to another key for glTF are left out", {}, 0};
+    Remark turned_{"between keys these rotations are off", NameList()};
+    Remark sampled_{"keys were added on frames, since glTF has no curve like this", NameList()};
+    Remark early_{"keys before frame 0 are left out", NameList()};
+    Remark close_{"keys that are too close to another key for glTF are left out", NameList()};
     double worstTurn_ = 0, worstValue_ = 0; // radians, units
 };
 
@@ -203,9 +198,9 @@ Result<> SceneWriter::merge(std::size_t node, Path path, std::span<const Envelop
 
 // Warnings about what glTF cannot hold, and how curves that it cannot hold were changed.
 void SceneWriter::remarks() {
-    Remark behaviours{
-        "glTF holds the outermost keys' values; other behaviours are left out", {}, 0};
-    Remark further{"glTF does not hold these channels", {}, 0};
+    Remark behaviours{"glTF holds the outermost keys' values; other behaviours are left out",
+                      NameList()};
+    Remark further{"glTF does not hold these channels", NameList()};
     std::vector<bool> isHeld; // by channel
     const auto hold = [&](ChannelId id) {
         const auto at = static_cast<std::size_t>(id);
