@@ -5,6 +5,8 @@
 #include "plugin/keys/modify_channel.h"
 #include "plugin/sets/controls.h"
 
+#include <cmath>
+
 namespace cadencora {
 
 // The positions count from jitterValue.
@@ -19,10 +21,11 @@ void jitterEvent(host::Control*, void* userData) {
     RandomRun run;
     if (!beginRandomCommand(options, static_cast<ToolState*>(userData), &run)) return;
     const double amount = readReal(run.amount);
-    const bool done = walkSelectedChannels(run, [&](host::Envelope envelope) {
-        modifyChannel(run.services.channels, run.services.envelopes, envelope, run.start, run.end,
-                      amount, jitterValue + run.method);
-    });
+    const bool done =
+        std::isfinite(amount) && walkSelectedChannels(run, [&](host::Envelope envelope) {
+            modifyChannel(run.services.channels, run.services.envelopes, envelope, run.start,
+                          run.end, amount, jitterValue + run.method);
+        });
     endRandomCommand(run, done);
 }
 

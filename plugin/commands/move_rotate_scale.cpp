@@ -3,11 +3,10 @@
 
 #include "plugin/commands/commands.h"
 #include "plugin/commands/range_command.h"
+#include "plugin/host/names.h"
 #include "plugin/keys/modify_channel.h"
 #include "plugin/sets/controls.h"
 #include "plugin/sets/panels.h"
-
-#include <strings.h>
 
 namespace cadencora {
 
@@ -32,7 +31,7 @@ static ValueFields addFields(host::Panel panel) {
 // The place of a name among the default channels, or -1.
 static int findDefaultChannel(const char* name) {
     for (int k = 0; name && k < numDefaultChannels; ++k)
-        if (strcasecmp(name, defaultChannels[k]) == 0) return k;
+        if (isSameName(name, defaultChannels[k])) return k;
     return -1;
 }
 

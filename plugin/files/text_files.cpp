@@ -2,6 +2,8 @@
 
 #include "plugin/host/lookup.h"
 
+#include <cstring>
+
 namespace cadencora {
 
 static void reportWriting(const char* path) {
@@ -11,13 +13,16 @@ static void reportWriting(const char* path) {
 std::FILE* tryReading(const char* path) {
     std::FILE* file = std::fopen(path, "r");
     if (!file) return nullptr;
-    // Some systems open a directory and only refuse to read it: one byte tells.
-    const int first = std::getc(file);
-    if (first == EOF && std::ferror(file)) {
+    // Some editors begin a text with a byte-order mark, which belongs to no word. Some systems open
+    // a directory and only refuse to read it, which shows here.
+    constexpr char mark[] = "\xEF\xBB\xBF";
+    char head[3];
+    const std::size_t length = std::fread(head, 1, sizeof head, file);
+    if (length == 0 && std::ferror(file)) {
         std::fclose(file);
         return nullptr;
     }
-    std::ungetc(first, file);
+    if (length != sizeof head || std::memcmp(head, mark, sizeof head) != 0) std::rewind(file);
     return file;
 }
 

@@ -1,6 +1,5 @@
 #include "plugin/keys/channel_kinds.h"
-
-#include <strings.h>
+#include "plugin/host/names.h"
 
 namespace cadencora {
 
@@ -13,7 +12,7 @@ static int isOneOfThree(const host::ChannelInfo* channels, host::Channel channel
     const char* name = channels->channelName(channel);
     if (!name) return 0;
     for (int i = 0; i < 3; ++i)
-        if (strcasecmp(name, names[i]) == 0) return 1;
+        if (isSameName(name, names[i])) return 1;
     return 0;
 }
 

@@ -1,11 +1,11 @@
 #include "plugin/sets/channel_list.h"
 
 #include "plugin/files/text_files.h"
+#include "plugin/host/names.h"
 #include "plugin/sets/controls.h"
 
 #include <cstdio>
 #include <cstring>
-#include <strings.h>
 
 namespace cadencora {
 
@@ -34,7 +34,7 @@ void createDefaultChannels(ToolState* state) {
 bool isActiveChannel(const char* name, const ToolState* state) {
     if (!name || !state) return false;
     for (int i = 0; i < state->numChannels; ++i)
-        if (strcasecmp(name, state->channelNames[i]) == 0) return true;
+        if (isSameName(name, state->channelNames[i])) return true;
     return false;
 }
 
@@ -122,7 +122,7 @@ void saveChannelSets(const char* path, ToolState* state) {
 
 void deleteChannel(const char* name, ToolState* state) {
     int last = state->numChannels - 1;
-    while (last >= 0 && strcasecmp(name, state->channelNames[last]) != 0)
+    while (last >= 0 && !isSameName(name, state->channelNames[last]))
         --last;
     if (last < 0) return;
     const int following = state->numChannels - 1 - last;

@@ -14,7 +14,7 @@ namespace cadencora {
 enum DialogParts : unsigned { frameRange = 1, channelNames = 2 };
 
 static bool checkRange(double start, double end) {
-    if (start > end) {
+    if (!(start <= end)) {
         message->error("End frame must be greater (or equal) than start frame",
                        "Not completing operation");
         return false;
@@ -88,6 +88,7 @@ int getRangeTime(host::Panel, const ToolState* state, double* start, double* end
     const host::SceneInfo* scene = fetchSceneInfo();
     if (!scene || !state->startSlider || !state->endSlider) return 0;
     const double fps = scene->framesPerSecond;
+    if (!(fps > 0)) return 0; // frames have no times
     *start = toTime(readInteger(state->startSlider, host::controlValue), fps);
     *end = toTime(readInteger(state->endSlider, host::controlValue), fps);
     return 1;

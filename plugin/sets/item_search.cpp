@@ -30,29 +30,37 @@ static std::uint32_t hashName(const char* name) { // FNV-1a
     return hash;
 }
 
+static const char* nameOf(const NameIndex* index, host::Item item) {
+    if (!index->groups) return index->services->itemName(item);
+    const host::Group group = index->services->channelGroup(item);
+    return group ? index->groups->groupName(group) : nullptr;
+}
+
 // The slot that holds the name, or the free one where it belongs.
-static std::uint32_t findSlot(const host::ItemInfo* items, const NameIndex* index, const char* name,
-                              std::uint32_t hash) {
+static std::uint32_t findSlot(const NameIndex* index, const char* name, std::uint32_t hash) {
     constexpr std::uint32_t mask = NameIndex::numSlots - 1;
     std::uint32_t slot = hash & mask;
     for (; index->items[slot]; slot = (slot + 1) & mask) {
         if (index->hashes[slot] != hash) continue;
-        const char* itemName = items->itemName(index->items[slot]);
+        const char* itemName = nameOf(index, index->items[slot]);
         if (itemName && std::strcmp(itemName, name) == 0) break;
     }
     return slot;
 }
 
-void clearNameIndex(NameIndex* index) {
+void clearNameIndex(NameIndex* index, const host::ItemInfo* items,
+                    const host::ChannelInfo* groups) {
     std::memset(index, 0, sizeof *index);
+    index->services = items;
+    index->groups = groups;
     index->complete = true;
 }
 
-bool addName(const host::ItemInfo* items, NameIndex* index, host::Item item) {
-    const char* name = items->itemName(item);
+bool addName(NameIndex* index, host::Item item) {
+    const char* name = nameOf(index, item);
     if (!name) return false;
     const std::uint32_t hash = hashName(name);
-    const std::uint32_t slot = findSlot(items, index, name, hash);
+    const std::uint32_t slot = findSlot(index, name, hash);
     if (index->items[slot]) return false;
     if (index->numNames == NameIndex::maxNames) {
         index->complete = false;
@@ -64,17 +72,21 @@ bool addName(const host::ItemInfo* items, NameIndex* index, host::Item item) {
     return true;
 }
 
-void buildNameIndex(const host::ItemInfo* items, NameIndex* index) {
-    clearNameIndex(index);
+host::Item findInIndex(const NameIndex* index, const char* name) {
+    return index->items[findSlot(index, name, hashName(name))];
+}
+
+void buildNameIndex(NameIndex* index, const host::ItemInfo* items) {
+    clearNameIndex(index, items);
     walkScene(items, [=](host::Item item, Place place) {
-        if (isSearched(items, item, place)) addName(items, index, item);
+        if (isSearched(items, item, place)) addName(index, item);
         return index->complete;
     });
 }
 
-host::Item findIDInIndex(const host::ItemInfo* items, const NameIndex* index, const char* name) {
-    const host::Item found = index->items[findSlot(items, index, name, hashName(name))];
-    return found || index->complete ? found : findID(items, name);
+host::Item findIDInIndex(const NameIndex* index, const char* name) {
+    const host::Item found = findInIndex(index, name);
+    return found || index->complete ? found : findID(index->services, name);
 }
 
 } // namespace cadencora

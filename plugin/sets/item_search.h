@@ -4,6 +4,7 @@
 // wins.
 #pragma once
 
+#include "plugin/host/channel_info.h"
 #include "plugin/host/item_info.h"
 
 namespace cadencora {
@@ -14,6 +15,8 @@ host::Item findID(const host::ItemInfo* items, const char* name);
 // A table for one file's worth of names, nearly 400 KB: it lives on the caller's stack and is good
 // only until the scene changes.
 struct NameIndex {
+    const host::ItemInfo* services;
+    const host::ChannelInfo* groups; // not null: items go by the names of their channel groups
     static constexpr std::uint32_t numSlots = 32768; // a power of two
     static constexpr int maxNames = 24576;           // beyond it, searching gets slow
     host::Item items[numSlots];                      // null: a free slot
@@ -22,15 +25,19 @@ struct NameIndex {
     bool complete; // false: the scene has more names than the table takes
 };
 
-void clearNameIndex(NameIndex* index);
+void clearNameIndex(NameIndex* index, const host::ItemInfo* items,
+                    const host::ChannelInfo* groups = nullptr);
 
-// False where an earlier item has that name, and once the table is full.
-bool addName(const host::ItemInfo* items, NameIndex* index, host::Item item);
+// False where another item has that name already, and once the table is full.
+bool addName(NameIndex* index, host::Item item);
+
+// The item of that name in the table, or null.
+host::Item findInIndex(const NameIndex* index, const char* name);
 
 // Every item of the scene, in one walk.
-void buildNameIndex(const host::ItemInfo* items, NameIndex* index);
+void buildNameIndex(NameIndex* index, const host::ItemInfo* items);
 
 // Exactly what findID answers, without walking the scene as long as the index is complete.
-host::Item findIDInIndex(const host::ItemInfo* items, const NameIndex* index, const char* name);
+host::Item findIDInIndex(const NameIndex* index, const char* name);
 
 } // namespace cadencora

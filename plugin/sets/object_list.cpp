@@ -116,11 +116,11 @@ void loadItemSets(const char* path, ToolState* state) {
     std::FILE* file = openForReading(path);
     if (!file) return;
     NameIndex index; // a file may name thousands of items
-    buildNameIndex(items, &index);
+    buildNameIndex(&index, items);
     state->numObjects = 0;
     char word[wordSize];
     while (state->numObjects < maxObjects && readWord(file, word))
-        appendObject(state, findIDInIndex(items, &index, word));
+        appendObject(state, findIDInIndex(&index, word));
     std::fclose(file);
 }
 

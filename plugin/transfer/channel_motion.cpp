@@ -77,9 +77,10 @@ static bool saveOne(const MotionFiles& motion, host::Channel channel) {
 
 static void copySetting(const MotionFiles& motion, host::Envelope to, host::Envelope from,
                         host::EnvelopeSetting setting) {
-    int behaviour = 0;
-    if (motion.envelopes->getEnvelopeValue(from, motion.group, setting, &behaviour))
-        motion.envelopes->setEnvelopeValue(to, motion.group, setting, &behaviour);
+    constexpr int unknown = -1; // no behaviour: a host that delivers none refuses it
+    int behaviour = unknown;
+    motion.envelopes->getEnvelopeValue(from, motion.group, setting, &behaviour);
+    motion.envelopes->setEnvelopeValue(to, motion.group, setting, &behaviour);
 }
 
 // The keys go to their own times: the range that was cleared is the range that is filled, so that

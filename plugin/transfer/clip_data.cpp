@@ -25,14 +25,12 @@ struct ClipCommand {
     int (*transfer)(const host::ChannelInfo*, const host::EnvelopeFuncs*, const host::FileIOFuncs*,
                     const host::SceneInfo*, host::Group, const char* directory, int startFrame,
                     int endFrame);
-    bool saves;
 };
 
-// Whether the host has what both commands cannot do without.
 static bool fetchClipServices(Services* services) {
-    fetchServices(services);
+    if (!fetchServices(services)) return false;
     fetchFileServices(services);
-    return services->items && services->interfaceInfo && services->directories && services->scene;
+    return services->files && services->directories;
 }
 
 // False if the user cancels or names no directory, or if no panel can be made.
@@ -59,16 +57,16 @@ static void fillClosingLine(char (&line)[256], const char* words, const char* pa
     std::snprintf(line, sizeof line, "%s %.*s...%s", words, head, path, path + length - tail);
 }
 
-// Files are found by the items' names, so of several items of one name only the last one's motion
-// is in them.
+// Files are named after the items' channel groups, so items whose groups have one name share them.
 static void reportTwins(const Services& services, const ToolState* state) {
     NameIndex index;
-    clearNameIndex(&index);
+    clearNameIndex(&index, services.items, services.channels);
     LeftOut twins{};
     walkItems(state, [&](host::Item item) {
-        const char* name = services.items->itemName(item);
-        if (!name || addName(services.items, &index, item)) return;
-        if (findIDInIndex(services.items, &index, name) != item) addLeftOut(&twins, name, nullptr);
+        const host::Group group = services.items->channelGroup(item);
+        const char* groupName = group ? services.channels->groupName(group) : nullptr;
+        if (!groupName || addName(&index, item) || findInIndex(&index, groupName) == item) return;
+        if (const char* name = services.items->itemName(item)) addLeftOut(&twins, name, nullptr);
     });
     reportLeftOut(twins, "Items whose name another one has, and thus the same files");
 }
@@ -94,7 +92,7 @@ static void runClip(const ClipCommand& command, ToolState* state) {
             addLeftOut(&tooLong, services.items->itemName(item), nullptr);
     });
     reportLeftOut(tooLong, "Items with files passed over, as their paths are too long");
-    if (command.saves) reportTwins(services, state);
+    reportTwins(services, state);
 
     char where[256], frames[256];
     fillClosingLine(where, command.done, directory);
@@ -104,21 +102,15 @@ static void runClip(const ClipCommand& command, ToolState* state) {
 
 void saveMotionEvent(host::Control*, void* userData) {
     constexpr ClipCommand save = {"Select objects + channels to save",
-                                  "Save Motions to EMPTY directory",
-                                  "New Motion directory",
-                                  "Motion saved to",
-                                  saveChannel,
-                                  true};
+                                  "Save Motions to EMPTY directory", "New Motion directory",
+                                  "Motion saved to", saveChannel};
     runClip(save, static_cast<ToolState*>(userData));
 }
 
 void loadMotionEvent(host::Control*, void* userData) {
     constexpr ClipCommand load = {"Select objects + channels to modify",
-                                  "Load Motions from directory",
-                                  "Motion directory",
-                                  "Motion loaded from",
-                                  loadChannel,
-                                  false};
+                                  "Load Motions from directory", "Motion directory",
+                                  "Motion loaded from", loadChannel};
     runClip(load, static_cast<ToolState*>(userData));
 }
 

@@ -17,7 +17,9 @@ void addLeftOut(LeftOut* leftOut, const char* item, const char* channel) {
                                      channel ? "/" : "", channel ? channel : "");
     if (length >= 0 && static_cast<std::size_t>(length) + sizeof more <= room) return;
     leftOut->full = true;
-    std::strcpy(end, more); // there is room for it after every earlier name
+    // There is room for the dots after every earlier name; a first name that is too long is cut.
+    char* const cut = first ? leftOut->names + sizeof leftOut->names - sizeof more : end;
+    std::strcpy(cut, more);
 }
 
 void reportLeftOut(const LeftOut& leftOut, const char* what) {

@@ -4,6 +4,7 @@
 #include "plugin/transfer/single_frame.h"
 
 #include "plugin/host/channel_walk.h"
+#include "plugin/host/names.h"
 #include "plugin/host/services.h"
 #include "plugin/keys/whole_channels.h"
 #include "plugin/sets/controls.h"
@@ -16,7 +17,6 @@
 #include "plugin/transfer/transfer.h"
 
 #include <cstring>
-#include <strings.h>
 
 namespace cadencora {
 
@@ -26,10 +26,10 @@ struct FileQuestion {
     const char* label;
 };
 
-// Whether the host has what both commands cannot do without.
-static bool fetchFrameServices(Services* services) {
+// Saving needs no envelopes: poses are values.
+static bool fetchSavingServices(Services* services) {
     fetchServices(services);
-    return services->items && services->interfaceInfo && services->scene;
+    return services->items && services->interfaceInfo && services->scene && services->channels;
 }
 
 // False if the user cancels, or if no panel can be made.
@@ -83,21 +83,20 @@ struct FrameSaving {
     LeftOut leftOut;
 };
 
-// Whether loading will find the item again: its name is its own in the scene, and does not differ
-// only by case from the one before it in the file, which would then get its values.
-static bool isFoundAgain(const FrameSaving& saving, host::Item item, const char* name) {
-    const host::ItemInfo* items = saving.services.items;
-    if (findIDInIndex(items, &saving.index, name) != item) return false;
-    if (!saving.lastItem || saving.lastItem == item) return true;
-    return strcasecmp(name, items->itemName(saving.lastItem)) != 0;
+// Whether loading will find the item again: no other item that is saved has its name, and the name
+// does not differ only by case from the one before it in the file, which would then get its values.
+static bool isFoundAgain(FrameSaving* saving, host::Item item, const char* name) {
+    if (!addName(&saving->index, item) && findInIndex(&saving->index, name) != item) return false;
+    if (!saving->lastItem || saving->lastItem == item) return true;
+    return !isSameName(name, saving->services.items->itemName(saving->lastItem));
 }
 
 static void saveItem(FrameSaving* saving, host::Item item) {
     const host::ChannelInfo* channels = saving->services.channels;
     const char* name = saving->services.items->itemName(item);
     const host::Group group = saving->services.items->channelGroup(item);
-    if (!name || !group || !channels) return;
-    if (!readsBack(name, "Channel") || !isFoundAgain(*saving, item, name)) {
+    if (!name || !group) return;
+    if (!readsBack(name, "Channel") || !isFoundAgain(saving, item, name)) {
         addLeftOut(&saving->leftOut, name, nullptr);
         return;
     }
@@ -119,7 +118,7 @@ static bool mayWrite(const char* path) {
 void saveFrameEvent(host::Control*, void* userData) {
     auto* state = static_cast<ToolState*>(userData);
     Services services;
-    if (!fetchFrameServices(&services)) return;
+    if (!fetchSavingServices(&services)) return;
     if (!createDefaultFramePanel("Select objects + channels to save", state)) return;
     char path[pathSize];
     if (!askFile({"Save Frame data to file", "File full path"}, path) || !mayWrite(path)) return;
@@ -127,7 +126,7 @@ void saveFrameEvent(host::Control*, void* userData) {
     if (!file) return;
 
     FrameSaving saving{services, file, services.interfaceInfo->currentTime, {}, nullptr, {}};
-    buildNameIndex(services.items, &saving.index);
+    clearNameIndex(&saving.index, services.items);
     walkItems(state, [&](host::Item item) { saveItem(&saving, item); });
     if (!closeWritten(file, path)) return;
     reportLeftOut(saving.leftOut, "Left out, as their names cannot be read back");
@@ -149,7 +148,7 @@ struct FrameLoading {
 };
 
 static host::Item findAffected(FrameLoading* loading, const char* name) {
-    const host::Item item = findIDInIndex(loading->services.items, &loading->index, name);
+    const host::Item item = findIDInIndex(&loading->index, name);
     if (!item || !affectOnlySelected(loading->state)) return item;
     const int entry = findObject(loading->state, item, loading->entry);
     if (entry < 0) return nullptr;
@@ -158,7 +157,7 @@ static host::Item findAffected(FrameLoading* loading, const char* name) {
 }
 
 static void takeField(FrameLoading* loading, const char* field) {
-    if (strcasecmp(field, loading->field) == 0) return;
+    if (isSameName(field, loading->field)) return;
     std::strcpy(loading->field, field);
     loading->morphs = isMorphRecord(field);
     if (!loading->morphs) loading->item = findAffected(loading, field);
@@ -176,7 +175,7 @@ static void loadRecord(FrameLoading* loading, const FrameRecord& record) {
 void loadFrameEvent(host::Control*, void* userData) {
     auto* state = static_cast<ToolState*>(userData);
     Services services;
-    if (!fetchFrameServices(&services)) return;
+    if (!fetchServices(&services)) return;
     if (!createDefaultFramePanel("Select objects + channel to modify", state)) return;
     char path[pathSize];
     if (!askFile({"Load Frame", "Load file full path"}, path)) return;
@@ -184,7 +183,7 @@ void loadFrameEvent(host::Control*, void* userData) {
     if (!file) return;
 
     FrameLoading loading{services, state, {}, {}, nullptr, false, 0};
-    buildNameIndex(services.items, &loading.index);
+    buildNameIndex(&loading.index, services.items);
     char line[recordLineSize];
     FrameRecord record;
     while (readRecordLine(file, line))

@@ -90,8 +90,8 @@ void NameList::add(std::string_view name) {
 
 std::string NameList::text() const {
     if (count_ <= most_) return text_;
-    const std::string_view link = separator_ == "\n" ? separator_ : " ";
-    return text_ + std::string(link) + "and " + std::to_string(count_ - most_) + " more";
+    return text_ + (separator_ == "\n" ? "\n" : " ") + "and " + std::to_string(count_ - most_) +
+           " more";
 }
 
 std::string inQuotes(std::string_view text) {

@@ -82,6 +82,7 @@ Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& o
         if (loaded && options.clip && loaded->clips.empty())
             return Problem{"no clip is named " + inQuotes(*options.clip), path.string(),
                            "the file holds one animation without a name"};
+        if (loaded) loaded->scene.makeNamesUnique();
         if (loaded && options.rate) loaded->scene.setRate(*options.rate);
         return loaded;
     } catch (const std::bad_alloc&) {

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <unordered_map>
+#include <utility>
 
 namespace cadencora::stage {
 
@@ -46,6 +48,23 @@ ItemId Scene::addItem(ItemType type, std::string itemName, ItemId parent, ItemId
         added.motion[c] =
             addChannel(added.group, std::string(motionChannelNames[c]), c >= scaleX ? 1.0 : 0.0);
     return id;
+}
+
+void Scene::makeNamesUnique() {
+    std::unordered_map<std::string, std::size_t> next; // by name: the first k that was not tried
+    std::vector<Item*> twins;
+    for (Item& item : items_)
+        if (!next.emplace(item.name, 2).second) twins.push_back(&item);
+    for (Item* item : twins) {
+        std::size_t& k = next[item->name];
+        std::string unique;
+        do
+            unique = item->name + "#" + std::to_string(k++);
+        while (next.contains(unique));
+        item->nameInFile = std::exchange(item->name, unique);
+        groups_[index(item->group)].name = unique;
+        next.emplace(std::move(unique), 2);
+    }
 }
 
 GroupId Scene::addGroup(GroupId parent, std::string groupName) {
@@ -117,7 +136,7 @@ std::string Scene::channelPath(ChannelId id) const {
     std::string path = channel(id).name;
     for (GroupId g = channel(id).group; g != GroupId::none; g = group(g).parent) {
         const bool own = group(g).parent == GroupId::none;
-        path = (own ? item(group(g).item).name : group(g).name) + "/" + path;
+        path.insert(0, (own ? item(group(g).item).name : group(g).name) + "/");
     }
     return path;
 }

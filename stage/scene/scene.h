@@ -59,7 +59,8 @@ struct JointLayout {
 
 struct Item {
     ItemType type = ItemType::object;
-    std::string name;
+    std::string name; // unique in a scene that was read from a file; see makeNamesUnique
+    std::optional<std::string> nameInFile; // where `name` is another one
     ItemId parent = ItemId::none;
     ItemId owner = ItemId::none; // of a bone: its object
     ItemId firstChild = ItemId::none, lastChild = ItemId::none, nextSibling = ItemId::none;
@@ -70,6 +71,9 @@ struct Item {
     Vec3 pivot{};
     Vec3 secondRotation{}; // heading, pitch, bank in radians
     JointLayout joint;     // of bones from motion-capture files
+    // Its name as files hold it.
+    const std::string& writtenName() const { return nameInFile ? *nameInFile : name; }
+
     // Its surface where the file has one and meshes were asked for; see mesh.h.
     std::shared_ptr<const Mesh> mesh;
 };
@@ -117,6 +121,11 @@ public:
     ChannelId addChannel(GroupId group, std::string channelName, double rest = 0);
     EnvelopeId addEnvelope(double rest = 0);  // one that no channel owns, for working copies
     void removeEnvelope(EnvelopeId envelope); // only one that no channel owns
+
+    // Gives every item a name of its own, and its group with it: an item whose name an earlier one
+    // has is called NAME#k, with the smallest k from 2 on that makes a name which no item has, as
+    // given or in the file.
+    void makeNamesUnique();
 
     // Reading. The handle must be valid.
     const Item& item(ItemId id) const { return items_[index(id)]; }

@@ -96,7 +96,7 @@ void ScriptedUser::show(const Message& message) {
     messages_.push_back(message);
     if (!standIns_) return;
     for (std::string& line : messages_.back().lines)
-        line = standIns_->named(std::move(line));
+        line = standIns_->named(line);
 }
 
 bool ScriptedUser::ask(const Message& question) {

@@ -24,7 +24,7 @@ Result<std::string> StandIns::of(const std::string& path) {
     return copies_[file] = copy.string();
 }
 
-std::string StandIns::named(std::string text) const {
+std::string StandIns::named(const std::string& text) const {
     const auto known = named_.find(text);
     return known == named_.end() ? text : known->second;
 }

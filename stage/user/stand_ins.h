@@ -19,7 +19,7 @@ public:
     Result<std::string> of(const std::string& path);
 
     // A line of a message: the real path where the line is the path of a copy.
-    std::string named(std::string text) const;
+    std::string named(const std::string& text) const;
 
 private:
     std::optional<TemporaryDirectory> folder_; // once needed

@@ -97,6 +97,7 @@ void runWorkers(std::size_t count, std::size_t atOnce, const Workers& workers) {
                 workers.ended(piece, worker.problem());
         }
         std::vector<pollfd> pipes;
+        pipes.reserve(running.size());
         for (const Worker& worker : running)
             pipes.push_back({worker.pipe, POLLIN, 0});
         if (poll(pipes.data(), pipes.size(), -1) < 0) continue; // interrupted

@@ -97,7 +97,7 @@ void Timeline::paintEvent(QPaintEvent*) {
 void Timeline::paintRuler(QPainter& painter) const {
     const auto first = static_cast<double>(firstShown()), last = static_cast<double>(lastShown());
     const int wide = fontMetrics().horizontalAdvance(QString::number(lastShown())) + 24;
-    const double step = std::max(1.0, niceStep(last - first, width() / wide));
+    const double step = std::max(1.0, niceStep(last - first, static_cast<double>(width() / wide)));
     QColor line = palette().color(QPalette::Text);
     const int top = rangeHeight();
     for (double frame = std::ceil(first / step) * step; frame <= last; frame += step) {

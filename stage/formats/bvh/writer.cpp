@@ -79,7 +79,7 @@ void writeHierarchy(AtomicFile& file, const Scene& scene, Plan& plan) {
     std::size_t renamed = 0;
     for (std::size_t i = 0; i < plan.joints.size(); ++i) {
         const Joint& joint = plan.joints[i];
-        const std::string& name = scene.item(joint.item).name;
+        const std::string& name = scene.item(joint.item).writtenName();
         const std::string written = writableName(name);
         if (written != name) ++renamed;
         appendJoint(text, scene, joint, written);

@@ -127,7 +127,7 @@ void SceneFileWriter::write() {
 void SceneFileWriter::item(const Item& item) {
     place_ = std::string(itemTypeName(item.type)) + ' ' + inQuotes(item.name);
     text_ += "{\"type\": \"" + std::string(itemTypeName(item.type)) +
-             "\", \"name\": " + nameText(item.name);
+             "\", \"name\": " + nameText(item.writtenName());
     const auto reference = [&](std::string_view name, ItemId id) {
         if (id == ItemId::none) return;
         text_.append(", \"").append(name) += "\": ";

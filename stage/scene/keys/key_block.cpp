@@ -72,7 +72,7 @@ void KeyBlock::takeOwnColumns() {
     copy(columns->shape, to.shape);
     for (std::size_t p = 0; p < parameterCount; ++p)
         if (columns->hasColumn(p)) copy(*columns->parameters->columns[p], to.column(p));
-    columns = std::move(own);
+    columns = own;
 }
 
 } // namespace cadencora::stage

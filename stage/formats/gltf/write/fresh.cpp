@@ -58,7 +58,8 @@ void putSkins(const Scene& scene, Json& document, std::vector<std::string>& warn
             haveOneRoot = haveOneRoot && rootOf(scene, bone) == rootOf(scene, first);
         }
         if (haveOneRoot) {
-            document["skins"].push_back({{"name", scene.item(owner).name}, {"joints", joints}});
+            document["skins"].push_back(
+                {{"name", scene.item(owner).writtenName()}, {"joints", joints}});
         } else {
             warnings.push_back("bones with different roots become plain nodes: those "
                                "of " +
@@ -93,7 +94,7 @@ Result<Draft> freshDraft(const Scene& scene, std::vector<std::string>& warnings)
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const Item& item = scene.item(Scene::itemAt(i));
         Json node = Json::object();
-        node["name"] = item.name;
+        node["name"] = item.writtenName();
         if (!putRest(scene, Scene::itemAt(i), node))
             return Problem{"a value is not finite", "", "of the item " + inQuotes(item.name)};
         putKind(item, document, node);

@@ -44,7 +44,8 @@ TEST(Bvh, a_skeleton_becomes_bones_of_one_object_with_a_linear_key_per_row) {
     EXPECT_EQ(scene.item(hips).parent, object);
     EXPECT_EQ(scene.item(leg).parent, hips);
     EXPECT_EQ(scene.item(other).parent, hips);
-    EXPECT_EQ(scene.item(other).name, scene.item(leg).name);
+    EXPECT_EQ(scene.item(other).name, "Left Leg#2");
+    EXPECT_EQ(scene.item(other).writtenName(), scene.item(leg).name);
     EXPECT_EQ(scene.item(prop).parent, object);
     for (const ItemId bone : {hips, leg, other, prop})
         EXPECT_EQ(scene.item(bone).owner, object);

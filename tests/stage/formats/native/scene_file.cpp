@@ -360,5 +360,37 @@ TEST(Format, a_given_rate_replaces_the_files_while_keys_keep_their_times) {
     EXPECT_EQ(file.scene.envelope(file.scene.channel(b).envelope).keys.last().time(), 0.25);
 }
 
+TEST(SceneFile, items_of_one_name_get_names_of_their_own_and_are_written_with_the_old_ones) {
+    const auto item = [](const char* name) {
+        return std::string("{\"type\": \"object\", \"name\": \"") + name + "\"}";
+    };
+    const std::string text = "{\"cadencora\": \"scene\", \"version\": 1, \"items\": [" +
+                             item("Head") + "," + item("Head") + "," + item("Head#2") + "," +
+                             item("Head") + "," + item("Head#2") + "]}";
+    const auto read = loaded("twins.stage", text);
+    std::vector<std::string> names, groups, written;
+    const auto collect = [&](const Scene& scene) {
+        names.clear(), groups.clear(), written.clear();
+        for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+            const Item& one = scene.item(Scene::itemAt(i));
+            names.push_back(one.name);
+            groups.push_back(scene.group(one.group).name);
+            written.push_back(one.writtenName());
+        }
+    };
+    const std::vector<std::string> expected{"Head", "Head#3", "Head#2", "Head#4", "Head#2#2"};
+    const std::vector<std::string> original{"Head", "Head", "Head#2", "Head", "Head#2"};
+    collect(read.scene);
+    EXPECT_EQ(names, expected) << "a name of the file is not given to another item";
+    EXPECT_EQ(groups, expected);
+    EXPECT_EQ(written, original);
+    for (const char* name : {"again.stage", "again.glb"}) {
+        ASSERT_TRUE(writeScene(read.scene, scratch(name)).ok());
+        collect(readScene(scratch(name)).value().scene);
+        EXPECT_EQ(written, original) << name;
+        EXPECT_EQ(names, expected) << name;
+    }
+}
+
 } // namespace
 } // namespace cadencora::stage
