@@ -39,8 +39,9 @@ TEST_F(Refusals, a_command_without_one_of_its_services_opens_no_dialog_and_says_
 
 TEST_F(Refusals, a_byte_order_mark_belongs_to_no_word) {
     char word[wordSize];
-    for (const auto& [text, first] :
-         {std::pair{"\xEF\xBB\xBFPosition.X Y", "Position.X"}, {"\xEF\xBBx", "\xEF\xBBx"}, {"A", "A"}}) {
+    for (const auto& [text, first] : {std::pair{"\xEF\xBB\xBFPosition.X Y", "Position.X"},
+                                      {"\xEF\xBBx", "\xEF\xBBx"},
+                                      {"A", "A"}}) {
         std::FILE* file = tryReading(writeText("marked", text).c_str());
         ASSERT_TRUE(file && readWord(file, word));
         EXPECT_STREQ(word, first);
