@@ -97,7 +97,8 @@ void Timeline::paintEvent(QPaintEvent*) {
 void Timeline::paintRuler(QPainter& painter) const {
     const auto first = static_cast<double>(firstShown()), last = static_cast<double>(lastShown());
     const int wide = fontMetrics().horizontalAdvance(QString::number(lastShown())) + 24;
-    const double step = std::max(1.0, niceStep(last - first, static_cast<double>(width() / wide)));
+    const int labels = width() / wide; // that fit side by side
+    const double step = std::max(1.0, niceStep(last - first, labels));
     QColor line = palette().color(QPalette::Text);
     const int top = rangeHeight();
     for (double frame = std::ceil(first / step) * step; frame <= last; frame += step) {
