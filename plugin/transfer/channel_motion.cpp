@@ -1,6 +1,7 @@
 #include "plugin/transfer/channel_motion.h"
 
 #include "plugin/host/channel_walk.h"
+#include "plugin/keys/frame_time.h"
 #include "plugin/keys/single_keys.h"
 #include "plugin/keys/whole_channels.h"
 #include "plugin/sets/controls.h"
@@ -25,8 +26,8 @@ struct MotionFiles {
 };
 
 static ClipRange rangeOf(int startFrame, int endFrame, double fps) {
-    const double start = startFrame / fps;
-    const double end = endFrame / fps;
+    const double start = toTime(startFrame, fps);
+    const double end = toTime(endFrame, fps);
     const double step = 1.0 / fps;
     return {start, end, start - step, end + step};
 }

@@ -3,8 +3,8 @@
 #include "stage/cli/commands/run_file.h"
 #include "stage/cli/explore/explore.h"
 #include "stage/cli/many/workers.h"
-#include "stage/cli/report/file_report.h"
 #include "stage/cli/report/progress.h"
+#include "stage/cli/report/run_report.h"
 #include "stage/formats/registry.h"
 #include "stage/user/recipe.h"
 

@@ -1,7 +1,7 @@
 // Which parts of a scene go into a BVH file, decided before anything is written.
 #pragma once
 
-#include "stage/formats/bvh/bvh.h"
+#include "stage/formats/bvh/layout.h"
 
 namespace cadencora::stage::bvh {
 

@@ -2,6 +2,8 @@
 
 #include "stage/formats/bvh/bvh.h"
 
+#include "stage/formats/bvh/layout.h"
+
 #include "stage/base/text.h"
 #include "stage/formats/text/text_reader.h"
 
@@ -332,6 +334,10 @@ void Reader::finish() {
 }
 
 } // namespace
+
+bool isText(std::string_view head) {
+    return TextReader(head, {}).word("HIERARCHY");
+}
 
 Result<Loaded> read(std::string_view text, const std::filesystem::path& path,
                     const ReadOptions& options) {

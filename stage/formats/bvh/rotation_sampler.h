@@ -1,7 +1,7 @@
 // Rotations for columns that are not heading, pitch and bank: sampled and converted for the file.
 #pragma once
 
-#include "stage/formats/bvh/bvh.h"
+#include "stage/formats/bvh/layout.h"
 #include "stage/scene/keys/frame_sampler.h"
 
 namespace cadencora::stage::bvh {

@@ -1,5 +1,6 @@
 // Writing BVH: the hierarchy, then a row for each frame.
 
+#include "stage/formats/bvh/bvh.h"
 #include "stage/formats/bvh/plan.h"
 
 #include "stage/base/file.h"

@@ -3,7 +3,7 @@
 #include "stage/formats/gltf/gltf.h"
 
 #include "stage/base/text.h"
-#include "stage/formats/gltf/animation/track.h"
+#include "stage/formats/gltf/animation/samplers.h"
 #include "stage/formats/gltf/document/memory.h"
 #include "stage/formats/gltf/mesh/mesh.h"
 

@@ -6,7 +6,7 @@
 // too much get further keys on frames. Nothing here uses documents.
 #pragma once
 
-#include "stage/formats/gltf/animation/track.h"
+#include "stage/formats/gltf/animation/samplers.h"
 #include "stage/scene/keys/envelope.h"
 
 namespace cadencora::stage::gltf {

@@ -5,7 +5,7 @@
 // may use them in unknown ways, everything new is added at the end instead.
 #pragma once
 
-#include "stage/formats/gltf/animation/track.h"
+#include "stage/formats/gltf/animation/samplers.h"
 #include "stage/formats/gltf/write/draft.h"
 
 namespace cadencora::stage::gltf {

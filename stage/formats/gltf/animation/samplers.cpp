@@ -1,4 +1,4 @@
-#include "stage/formats/gltf/animation/track.h"
+#include "stage/formats/gltf/animation/samplers.h"
 
 #include "stage/base/text.h"
 #include "stage/formats/gltf/document/quaternion.h"

@@ -1,4 +1,5 @@
-// The numbers of an animation sampler, and the keys that they are.
+// The samplers of a clip: their key times and values as the file has them, and the keys that they
+// become.
 #pragma once
 
 #include "stage/formats/gltf/document/clock.h"

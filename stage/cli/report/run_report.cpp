@@ -1,4 +1,4 @@
-#include "stage/cli/report/file_report.h"
+#include "stage/cli/report/run_report.h"
 
 #include "stage/base/text.h"
 #include "stage/cli/report/json.h"

@@ -1,6 +1,4 @@
-#include "stage/formats/bvh/bvh.h"
-
-#include "stage/formats/text/text_reader.h"
+#include "stage/formats/bvh/layout.h"
 
 #include <algorithm>
 
@@ -12,10 +10,6 @@ namespace {
 constexpr std::array<Axis, 3> axes{Axis::y, Axis::x, Axis::z};
 
 } // namespace
-
-bool isText(std::string_view head) {
-    return TextReader(head, {}).word("HIERARCHY");
-}
 
 bool isOpeningWord(std::string_view line, std::size_t at) {
     const auto isBlank = [&](std::size_t i) { return line[i] == ' ' || line[i] == '\t'; };
