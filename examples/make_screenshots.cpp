@@ -119,7 +119,12 @@ int makeScreenshots(int argc, char** argv) {
     window.show();
     if (!QDir().mkpath(words[4]) || !window.openFile(words[1]) || !window.startPlugin()) return 1;
     Document& document = window.document();
-    document.select({document.scene().findItem(words[2].toStdString())});
+    const ItemId item = document.scene().findItem(words[2].toStdString());
+    if (item == ItemId::none) {
+        std::fprintf(stderr, "no item is named \"%s\"\n", qPrintable(words[2]));
+        return 2;
+    }
+    document.select({item});
     document.goToFrame(words[3].toInt());
     return drawPictures(window, words[4]);
 }

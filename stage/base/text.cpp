@@ -90,8 +90,7 @@ void NameList::add(std::string_view name) {
 
 std::string NameList::text() const {
     if (count_ <= most_) return text_;
-    return text_ + (separator_ == "\n" ? "\n" : " ") + "and " + std::to_string(count_ - most_) +
-           " more";
+    return text_ + separator_.back() + "and " + std::to_string(count_ - most_) + " more";
 }
 
 std::string inQuotes(std::string_view text) {

@@ -24,7 +24,8 @@ bool equalNoCase(std::string_view a, std::string_view b);
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,
                          std::size_t most = 8);
 
-// The first names of a list, for a message, and how many more there are: "a, b and 3 more".
+// The first names of a list, for a message, and how many more there are: "a, b and 3 more". The
+// separator is not empty; its last character stands before "and".
 class NameList {
 public:
     explicit NameList(std::size_t most = 5, std::string_view separator = ", ")

@@ -140,6 +140,17 @@ struct Rig {
         return changes;
     }
 
+    // Without one of its services a command opens no dialog, says nothing and changes nothing.
+    void expectNothingWithout(const std::string& service, const std::string& command) {
+        SCOPED_TRACE(command + " without " + service);
+        user.titles.clear();
+        host.faults.withheldServices = {service};
+        EXPECT_TRUE(perform(command).empty());
+        EXPECT_EQ(user.titles, Texts());
+        EXPECT_EQ(user.said(), Texts());
+        host.faults.withheldServices.clear();
+    }
+
     // The value that a control of the newest dialogs holds now.
     int value(host::Control* control) {
         const ControlModel* model = host.panels().find(control);

@@ -9,7 +9,7 @@ namespace cadencora::stage {
 
 using Json = nlohmann::ordered_json;
 
-// A whole frame as a whole number; null where there is none.
+// A whole frame becomes a whole number, no frame null.
 Json frameJson(const std::optional<double>& frame);
 
 // On one line, for one program to another. Names come from files and may hold any bytes: what is

@@ -49,13 +49,8 @@ TEST_F(Commands, end_without_a_word_where_a_service_is_missing) {
                                 "Channel Info 2", "Animation Envelopes"})
         for (const char* command : commands) {
             SCOPED_TRACE(testing::Message() << command << " without " << service);
-            user.titles.clear();
-            host.faults.withheldServices = {service};
-            EXPECT_TRUE(perform(command).empty());
-            EXPECT_EQ(user.titles, Texts());
-            EXPECT_EQ(user.said(), Texts());
+            expectNothingWithout(service, command);
             // The service goes while the dialog is open.
-            host.faults.withheldServices.clear();
             user.inDialog = [&](PanelModel& panel) {
                 host.faults.withheldServices = {service};
                 for (const ControlModel* control : panel.controls)

@@ -20,15 +20,10 @@ bool decompose(const std::array<double, 16>& m, Node& node) {
         for (std::size_t r = 0; r < 3; ++r)
             axes[c][r] = m[c * 4 + r];
         node.translation[c] = m[12 + c];
-        node.scale[c] = std::hypot(axes[c][0], axes[c][1], axes[c][2]);
+        node.scale[c] = length(axes[c]);
     }
-    const auto dot = [&](std::size_t a, std::size_t b) {
-        return axes[a][0] * axes[b][0] + axes[a][1] * axes[b][1] + axes[a][2] * axes[b][2];
-    };
-    const Vec3 cross{axes[1][1] * axes[2][2] - axes[1][2] * axes[2][1],
-                     axes[1][2] * axes[2][0] - axes[1][0] * axes[2][2],
-                     axes[1][0] * axes[2][1] - axes[1][1] * axes[2][0]};
-    const double volume = axes[0][0] * cross[0] + axes[0][1] * cross[1] + axes[0][2] * cross[2];
+    using stage::dot; // of vectors, beside that of quaternions
+    const double volume = dot(axes[0], cross(axes[1], axes[2]));
     if (volume == 0) return true; // flat: its rotation is undefined
     if (volume < 0) node.scale[0] = -node.scale[0];
     const Vec3& s = node.scale;
@@ -38,9 +33,9 @@ bool decompose(const std::array<double, 16>& m, Node& node) {
             turn[r][c] = axes[c][r] / s[c];
     node.rotation = quaternionOfMatrix(turn);
     constexpr double slack = 1e-4; // of the product of two axes' lengths
-    return std::abs(dot(0, 1)) <= slack * std::abs(s[0] * s[1]) &&
-           std::abs(dot(0, 2)) <= slack * std::abs(s[0] * s[2]) &&
-           std::abs(dot(1, 2)) <= slack * std::abs(s[1] * s[2]);
+    return std::abs(dot(axes[0], axes[1])) <= slack * std::abs(s[0] * s[1]) &&
+           std::abs(dot(axes[0], axes[2])) <= slack * std::abs(s[0] * s[2]) &&
+           std::abs(dot(axes[1], axes[2])) <= slack * std::abs(s[1] * s[2]);
 }
 
 // The primitives of one mesh. Its problems go to the mesh, so places are without the file.
