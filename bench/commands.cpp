@@ -172,7 +172,7 @@ void memory(benchmark::State& state) {
     for (auto _ : state) {
         const Scene scene = makeScene(shape, false);
         bytes = 0;
-        for (std::size_t e = 1; e <= scene.envelopeCount(); ++e)
+        for (std::size_t e = 1; e <= scene.channelCount(); ++e)
             bytes += scene.envelope(static_cast<EnvelopeId>(e)).keys.bytes();
     }
     state.counters["bytes_per_key"] =

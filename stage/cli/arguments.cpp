@@ -7,6 +7,7 @@
 #include "stage/cli/commands/plot.h"
 #include "stage/cli/commands/plugin_path.h"
 #include "stage/cli/commands/run.h"
+#include "stage/module/module.h"
 #include "stage/user/recipe.h"
 
 #include <CLI/CLI.hpp>
@@ -19,13 +20,13 @@ namespace {
 
 struct Arguments {
     std::vector<std::string> inputs;
-    std::string output, outputFolder, plugin, motions, report = "text";
+    std::string output, outputFolder, plugin, server, motions, report = "text";
     std::string recipe, saveRecipe;
     ReadingArguments reading;
     std::size_t jobs = 1;
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
-    bool dryRun = false, cancel = false;
+    bool dryRun = false, cancel = false, start = false, inProcess = false;
 };
 
 // Puts the options of the steps back into the order in which they were given: each --press begins a
@@ -50,6 +51,12 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
             next.press = arguments.presses[presses++];
             steps.push_back(std::move(next));
             pressed = true;
+        } else if (name == "start") {
+            if (pressed || !recipe.empty())
+                return Problem{"the start is the first step", "--start", {}};
+            steps.push_back(std::exchange(early, {}));
+            steps.back().isStart = true;
+            pressed = true;
         } else if (name == "select") {
             if (!step.select) step.select.emplace();
             step.select->push_back(arguments.selects[selects++]);
@@ -73,8 +80,12 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
                            "before the first --press, only --select and --time"};
         steps.insert(steps.begin(), recipe.begin(), recipe.end());
     }
-    if (steps.empty())
+    if (steps.empty() && Module::isOwn(pluginPath(arguments.plugin)))
         return Problem{"there is no step", "run", "expected --press \"BUTTON\" or --recipe FILE"};
+    if (steps.empty()) { // the other plug-in may do its work at its start
+        early.isStart = true;
+        steps.push_back(std::move(early));
+    }
     return steps;
 }
 
@@ -98,6 +109,8 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
     options.jobs = arguments.jobs;
     options.report = arguments.report == "json" ? ReportForm::json : ReportForm::text;
     options.plugin = pluginPath(arguments.plugin);
+    options.server = arguments.server;
+    options.inProcess = arguments.inProcess;
     options.motionsFolder = arguments.motions;
     return run(options);
 }
@@ -105,7 +118,12 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
 CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Press the plug-in's buttons on animation files");
     run->add_option("FILE", arguments.inputs, "Input files")->required();
-    run->add_option("--press", arguments.presses, "Begin a step: press the button of this label");
+    run->add_option("--press", arguments.presses,
+                    "Begin a step: press the button of this label; LABEL=VALUE sets another "
+                    "control of a floating panel");
+    run->add_flag("--start", arguments.start,
+                  "Begin a step before the first --press: for the dialogs that open when the "
+                  "plug-in starts");
     run->add_option("--select", arguments.selects, "Select an item by name (repeat for several)");
     run->add_option("--time", arguments.times, "Move the current time to a frame");
     run->add_option("--set", arguments.settings,
@@ -134,7 +152,9 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
         run->get_option(repeated)->expected(1)->multi_option_policy(
             CLI::MultiOptionPolicy::TakeAll);
     addReading(*run, arguments.reading);
-    addPlugin(*run, arguments.plugin);
+    addPlugin(*run, arguments.plugin, arguments.server);
+    run->add_flag("--in-process", arguments.inProcess,
+                  "Run the plug-in in this process, for a debugger; a crash ends the program");
     run->footer("A step is --press and the --select, --time, --set, --answer and --cancel that\n"
                 "follow it, up to the next --press; what stands before the first --press belongs\n"
                 "to the first step. Example:\n"

@@ -11,7 +11,16 @@ namespace cadencora::stage {
 namespace {
 
 void fire(ControlModel& control) {
-    if (control.handler) control.handler(&control.record, control.userData);
+    if (!control.handler) return;
+    try {
+        control.handler(&control.record, control.userData);
+    } catch (const HandlerThrew&) { // of a dialog within
+        throw;
+    } catch (const std::exception& exception) {
+        throw HandlerThrew{std::string(shownLabel(control)), exception.what()};
+    } catch (...) {
+        throw HandlerThrew{std::string(shownLabel(control)), "of an unknown type"};
+    }
 }
 
 Problem refused(const ControlModel& control, std::string what, std::string detail) {
@@ -82,7 +91,7 @@ Result<> setInteger(ControlModel& control, int value) {
         break;
     case ControlType::listBox:
         low = -1;
-        high = control.count ? control.count(control.userData) - 1 : -1;
+        high = listRowCount(control) - 1;
         break;
     default:
         return refused(control, "this takes no whole number", "");
@@ -141,7 +150,11 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
     }
     case ControlType::listBox: {
         const auto row = pick(control, listRows(control), text);
-        return row ? setInteger(control, row.value()) : row.problem();
+        if (row) return setInteger(control, row.value());
+        if (const int count = listRowCount(control); count > mostListRows)
+            return refused(control, "the list has " + std::to_string(count) + " rows",
+                           "the first " + std::to_string(mostListRows) + " are looked through");
+        return row.problem();
     }
     case ControlType::item: {
         const ItemId item = scene.findItem(text);

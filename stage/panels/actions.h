@@ -10,6 +10,12 @@
 
 namespace cadencora::stage {
 
+// An exception of a handler leaves the action as this one. The host reports it.
+struct HandlerThrew {
+    std::string control; // its label
+    std::string what;
+};
+
 Result<> press(ControlModel& control);                   // buttons
 Result<> setInteger(ControlModel& control, int value);   // integer, slider, choice, toggle, row
 Result<> setNumber(ControlModel& control, double value); // number; integer types when whole

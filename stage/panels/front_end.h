@@ -23,6 +23,8 @@ public:
 
     virtual void showFloating(PanelModel& panel) = 0; // returns at once
     virtual bool runModal(PanelModel& panel) = 0;     // returns when it closes: true for OK
+    virtual void
+    panelClosed(PanelModel& panel) = 0; // floating or closed by the user; it may open again
     virtual void panelDestroyed(PanelModel& panel) = 0;
 
     virtual void show(const Message& message) = 0; // an error or an information

@@ -2,20 +2,47 @@
 
 #include "stage/base/text.h"
 
+#include <algorithm>
+
 namespace cadencora::stage {
 
 namespace {
 
-// Controls without a label cannot be named.
-bool hasName(const ControlModel& control) {
-    return !shownLabel(control).empty();
+// Each way to name a control, the shortest first. Controls without a label have none.
+std::vector<std::string> namesOf(const ControlModel& control) {
+    const std::string label(shownLabel(control));
+    if (label.empty()) return {};
+    std::vector<std::string> names{label};
+    const std::string section(trimmed(control.section)), panel(trimmed(control.panel->title));
+    if (!section.empty()) names.push_back(section + "/" + label);
+    if (!panel.empty()) names.push_back(panel + "/" + label);
+    if (!section.empty() && !panel.empty()) names.push_back(panel + "/" + section + "/" + label);
+    return names;
 }
 
 template <class Matches>
-std::vector<ControlModel*> filtered(const PanelModel& panel, Matches matches) {
+std::vector<ControlModel*> filtered(const Panels& panels, Matches matches) {
     std::vector<ControlModel*> found;
-    for (ControlModel* control : panel.controls)
-        if (hasName(*control) && matches(*control)) found.push_back(control);
+    for (const PanelModel* panel : panels)
+        for (ControlModel* control : panel->controls)
+            if (matches(*control)) found.push_back(control);
+    return found;
+}
+
+// A short name goes before a long one, and exact spelling before any other.
+std::vector<ControlModel*> namedExactly(const Panels& panels, std::string_view wanted) {
+    std::vector<ControlModel*> found;
+    constexpr std::size_t mostNames = 4;
+    for (std::size_t i = 0; i < mostNames && found.empty(); ++i)
+        found = filtered(panels, [&](const ControlModel& control) {
+            const auto names = namesOf(control);
+            return i < names.size() && names[i] == wanted;
+        });
+    if (found.empty())
+        found = filtered(panels, [&](const ControlModel& control) {
+            return std::ranges::any_of(namesOf(control),
+                                       [&](const auto& name) { return equalNoCase(name, wanted); });
+        });
     return found;
 }
 
@@ -26,46 +53,53 @@ std::string_view shownLabel(const ControlModel& control) {
 }
 
 std::string qualifiedLabel(const ControlModel& control) {
-    const std::string label(shownLabel(control));
-    return control.section.empty() ? label : std::string(trimmed(control.section)) + "/" + label;
+    const auto names = namesOf(control);
+    if (names.empty()) return {};
+    return trimmed(control.section).empty() ? names.front() : names[1];
 }
 
-std::vector<ControlModel*> controlsNamed(const PanelModel& panel, std::string_view label) {
+std::vector<ControlModel*> controlsNamed(const Panels& panels, std::string_view label) {
     const std::string_view wanted = trimmed(label);
-    auto found = filtered(panel, [&](const ControlModel& c) { return shownLabel(c) == wanted; });
-    if (found.empty())
-        found = filtered(panel, [&](const ControlModel& c) { return qualifiedLabel(c) == wanted; });
-    if (found.empty())
-        found = filtered(panel, [&](const ControlModel& c) {
-            return equalNoCase(shownLabel(c), wanted) || equalNoCase(qualifiedLabel(c), wanted);
-        });
-    return found;
+    auto found = namedExactly(panels, wanted);
+    const auto mark = wanted.rfind('#');
+    if (!found.empty() || mark == wanted.npos) return found;
+    const auto turn = parseInteger(wanted.substr(mark + 1));
+    found = namedExactly(panels, wanted.substr(0, mark));
+    if (!turn || *turn < 1 || *turn > static_cast<long long>(found.size())) return {};
+    return {found[static_cast<std::size_t>(*turn) - 1]};
 }
 
-Result<ControlModel*> findControl(const PanelModel& panel, std::string_view label) {
-    const auto found = controlsNamed(panel, label);
+Result<ControlModel*> findControl(const Panels& panels, std::string_view label) {
+    const auto found = controlsNamed(panels, label);
     if (found.size() == 1) return found.front();
     const std::string wanted = inQuotes(trimmed(label));
+    const std::string where = panels.size() == 1 ? panels.front()->title : std::string();
     if (found.empty())
-        return Problem{"no control is labelled " + wanted, panel.title,
-                       alternatives(trimmed(label), labels(panel), 20)};
+        return Problem{"no control is labelled " + wanted, where,
+                       alternatives(trimmed(label), labels(panels), 20)};
     std::vector<std::string> names;
     for (const ControlModel* control : found)
-        names.push_back(qualifiedLabel(*control));
-    return Problem{"several controls are labelled " + wanted, panel.title,
+        names.push_back(uniqueLabel(panels, *control));
+    return Problem{"several controls are labelled " + wanted, where,
                    alternatives(trimmed(label), std::move(names))};
 }
 
-std::vector<std::string> labels(const PanelModel& panel) {
+std::string uniqueLabel(const Panels& panels, const ControlModel& control) {
+    const auto names = namesOf(control);
+    for (const std::string& name : names)
+        if (controlsNamed(panels, name).size() == 1) return name;
+    if (names.empty()) return {};
+    const auto same = controlsNamed(panels, names.back());
+    const auto turn = std::ranges::find(same, &control) - same.begin() + 1;
+    return names.back() + "#" + std::to_string(turn);
+}
+
+std::vector<std::string> labels(const Panels& panels) {
     std::vector<std::string> names;
-    for (const ControlModel* control : panel.controls) {
-        if (!hasName(*control)) continue;
-        const auto same = filtered(panel, [&](const ControlModel& other) {
-            return shownLabel(other) == shownLabel(*control);
-        });
-        names.push_back(same.size() > 1 ? qualifiedLabel(*control)
-                                        : std::string(shownLabel(*control)));
-    }
+    for (const PanelModel* panel : panels)
+        for (const ControlModel* control : panel->controls)
+            if (auto name = uniqueLabel(panels, *control); !name.empty())
+                names.push_back(std::move(name));
     return names;
 }
 

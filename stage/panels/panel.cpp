@@ -44,8 +44,10 @@ int boxWidth(const ControlModel& control, int asked, const TextMetrics& metrics)
     case ControlType::choice:
     case ControlType::tabs: {
         int width = 0;
-        for (const auto& choice : control.choices)
-            width += metrics.width(choice) + 4 * gap;
+        for (const auto& choice : control.choices) {
+            const int own = metrics.width(choice) + 4 * gap;
+            width = control.isVertical ? std::max(width, own) : width + own;
+        }
         return std::max(asked, width);
     }
     default:
@@ -94,7 +96,7 @@ void PanelSet::destroyPanel(PanelModel& panel) {
     }
 }
 
-ControlModel& PanelSet::addControl(PanelModel& panel, ControlModel model, int width, int rows) {
+ControlModel& PanelSet::addControl(PanelModel& panel, ControlModel model, AskedSize asked) {
     ControlModel& control = controls_.emplace_back(std::move(model));
     control.panel = &panel;
     byRecord_.emplace(&control.record, &control);
@@ -111,14 +113,21 @@ ControlModel& PanelSet::addControl(PanelModel& panel, ControlModel model, int wi
         control.rect.y = above.rect.y + above.rect.height + gap;
         control.section = above.type == ControlType::listBox ? above.label : above.section;
     }
-    control.rect.width = control.labelWidth + boxWidth(control, width, metrics_);
-    control.rect.height = line + padding;
+    control.rect.width = control.labelWidth + boxWidth(control, asked.width, metrics_);
+    const int lines =
+        control.isVertical ? std::max(static_cast<int>(control.choices.size()), 1) : 1;
+    control.rect.height = std::max(lines * (line + padding), asked.height);
     if (control.type == ControlType::listBox) {
-        control.rect.height = line + std::max(rows, 1) * line + padding; // the label is above
+        control.rect.height = line + std::max(asked.rows, 1) * line + padding; // the label is above
         control.section.clear();
     }
     panel.controls.push_back(&control);
     return control;
+}
+
+void PanelSet::forgetItems() {
+    for (ControlModel& control : controls_)
+        control.item = ItemId::none;
 }
 
 ControlModel* PanelSet::find(const host::Control* record) {
@@ -136,13 +145,24 @@ host::Panel PanelSet::handleOf(const PanelModel& panel) {
     return reinterpret_cast<host::Panel>(const_cast<PanelModel*>(&panel));
 }
 
+int listRowCount(const ControlModel& control) {
+    if (!control.count || !control.name) return 0;
+    try {
+        return std::max(control.count(control.userData), 0);
+    } catch (...) { // of the plug-in
+        return 0;
+    }
+}
+
 std::vector<std::string> listRows(const ControlModel& control) {
     std::vector<std::string> rows;
-    if (!control.count || !control.name) return rows;
-    const int count = control.count(control.userData);
-    for (int row = 0; row < count; ++row) {
-        const char* text = control.name(control.userData, row);
-        rows.emplace_back(text ? text : "");
+    const int count = std::min(listRowCount(control), mostListRows);
+    try {
+        for (int row = 0; row < count; ++row) {
+            const char* text = control.name(control.userData, row);
+            rows.emplace_back(text ? text : "");
+        }
+    } catch (...) { // the rows so far
     }
     return rows;
 }

@@ -48,8 +48,9 @@ struct ControlModel {
     std::string label;   // as the plug-in gave it
     std::string section; // label of the list box above, for controls that belong to it
     Rect rect;
-    int labelWidth = 0; // of a label to the left of the control's box
-    bool drawn = true;  // an erased control is invisible and out of the user's reach
+    int labelWidth = 0;      // of a label to the left of the control's box
+    bool drawn = true;       // an erased control is invisible and out of the user's reach
+    bool isVertical = false; // a choice: its entries are one below the other
 
     // The value, by type.
     int integer = 0;              // integer, toggle (0, 1), choice, slider, selected row (-1: none)
@@ -94,7 +95,14 @@ struct FixedMetrics : TextMetrics {
     int lineHeight() const override { return 16; }
 };
 
-// The panels of one host. Destroyed panels stay in the set, marked, until the set is destroyed.
+// What a plug-in asks of a control's size; 0: the type's own.
+struct AskedSize {
+    int width = 0;
+    int rows = 0; // visible ones
+    int height = 0;
+};
+
+// The panels of a host. Destroyed panels stay in the set, marked, until the set is destroyed.
 class PanelSet {
 public:
     explicit PanelSet(const TextMetrics& metrics) : metrics_(metrics) {}
@@ -102,16 +110,18 @@ public:
     PanelModel& createPanel(std::string title);
     void destroyPanel(PanelModel& panel);
 
-    // Adds a control below the one added before it, with `model`'s type, label and value, and the
-    // width and visible rows asked for (0: the type's own).
-    ControlModel& addControl(PanelModel& panel, ControlModel model, int width, int rows);
+    // Adds a control below the one added before it, with `model`'s type, label and value.
+    ControlModel& addControl(PanelModel& panel, ControlModel model, AskedSize asked = {});
 
     // Null where no panel or control was ever known by that record.
     ControlModel* find(const host::Control* record);
     PanelModel* find(host::Panel handle);
     static host::Panel handleOf(const PanelModel& panel);
 
-    const std::deque<PanelModel>& panels() const { return panels_; }
+    // The items that were chosen in controls are of a scene that ends.
+    void forgetItems();
+
+    std::deque<PanelModel>& panels() { return panels_; }
 
 private:
     const TextMetrics& metrics_;
@@ -121,7 +131,11 @@ private:
     std::unordered_map<const void*, PanelModel*> byHandle_;
 };
 
-// The rows of a list box, as its callbacks give them now.
+// How many rows a list box has, as its callback says now; 0 where that fails.
+int listRowCount(const ControlModel& control);
+
+// The rows of a list box, as its callbacks give them now: at most so many.
+constexpr int mostListRows = 100'000;
 std::vector<std::string> listRows(const ControlModel& control);
 
 } // namespace cadencora::stage

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cassert>
+#include <iterator>
 
 namespace cadencora::stage {
 
@@ -71,34 +71,46 @@ EditScope::EditScope(Scene& scene, std::string name) : scene_(scene) {
 }
 
 void EditScope::keep(EnvelopeId id, Envelope& envelope) {
+    if (envelope.keptBy == Envelope::inNoJournal) return;
     constexpr std::size_t few = 16; // a small edit is done with room for so many
     if (entry_.envelopes.empty()) entry_.envelopes.reserve(few);
-    if (!made_.contains(id)) entry_.envelopes.push_back({id, envelope});
+    entry_.envelopes.push_back({id, envelope});
     envelope.keptBy = serial_;
 }
 
-ChannelId EditScope::addChannel(GroupId group, std::string channelName, double rest) {
+void EditScope::keepChannels(GroupId group) {
     if (groups_.insert(group).second)
         entry_.groups.push_back({group, scene_.group(group).channels});
-    return scene_.addChannel(group, std::move(channelName), rest);
 }
 
-EnvelopeId EditScope::addEnvelope(double rest) {
-    const EnvelopeId id = scene_.addEnvelope(rest);
-    made_.insert(id);
+ChannelId EditScope::addChannel(GroupId group, std::string channelName, double rest) {
+    keepChannels(group);
+    const ChannelId id = scene_.addChannel(group, std::move(channelName), rest);
+    added_.insert(id);
     return id;
 }
 
-void EditScope::removeEnvelope(EnvelopeId id) {
-    assert(made(id));
-    made_.erase(id);
-    scene_.removeEnvelope(id);
+void EditScope::removeChannel(ChannelId id) {
+    const Channel channel = scene_.channel(id);
+    keepChannels(channel.group);
+    auto& listed = scene_.groups_[Scene::index(channel.group)].channels;
+    listed.erase(listed.begin() + static_cast<std::ptrdiff_t>(channel.indexInGroup));
+    scene_.numberChannels(channel.group);
+    if (added_.erase(id) == 0) { // an undo brings its keys back
+        envelope(channel.envelope).keys.clear();
+        return;
+    }
+    const auto copy = std::find_if(entry_.envelopes.rbegin(), entry_.envelopes.rend(),
+                                   [&](const auto& kept) { return kept.id == channel.envelope; });
+    if (copy != entry_.envelopes.rend()) entry_.envelopes.erase(std::next(copy).base());
+    scene_.envelopes_[Scene::index(id)].reset();
+    scene_.channels_[Scene::index(id)].name.clear();
 }
 
 ChangeReport EditScope::report() const {
     // By envelope: its copy, if one was kept. Which channel an envelope belongs to is asked for
     // once per report, not kept in each envelope.
-    std::vector<const Envelope*> before(entry_.envelopes.empty() ? 0 : scene_.envelopeCount() + 1);
+    std::vector<const Envelope*> before(entry_.envelopes.empty() ? 0 : scene_.channelCount() + 1);
     for (const auto& copy : entry_.envelopes)
         before[static_cast<std::size_t>(copy.id)] = &copy.other;
 
@@ -130,10 +142,17 @@ ChangeReport EditScope::report() const {
         for (std::size_t i = 0; i < scene_.itemCount(); ++i)
             visitChannels(scene_, scene_.item(Scene::itemAt(i)).group, visit);
 
-    for (const auto& list : entry_.groups)
-        for (const ChannelId id : scene_.group(list.id).channels)
-            if (std::ranges::find(list.other, id) == list.other.end())
-                report.channelsAdded.push_back(id);
+    const auto addMissing = [](const std::vector<ChannelId>& from, const std::vector<ChannelId>& in,
+                               std::vector<ChannelId>& missing) {
+        const std::unordered_set<ChannelId> known(in.begin(), in.end());
+        std::ranges::copy_if(from, std::back_inserter(missing),
+                             [&](ChannelId id) { return !known.contains(id); });
+    };
+    for (const auto& list : entry_.groups) {
+        const auto& now = scene_.group(list.id).channels;
+        addMissing(now, list.other, report.channelsAdded);
+        addMissing(list.other, now, report.channelsRemoved);
+    }
     if (report.keysAdded + report.keysRemoved + report.keysChanged > 0) {
         report.firstFrame = scene_.rate.frameOf(first);
         report.lastFrame = scene_.rate.frameOf(last);
@@ -141,13 +160,7 @@ ChangeReport EditScope::report() const {
     return report;
 }
 
-void Journal::removeWorkingCopies(EditScope& scope) {
-    while (!scope.made_.empty())
-        scope.removeEnvelope(*scope.made_.begin());
-}
-
 ChangeReport Journal::commit(EditScope&& scope) {
-    removeWorkingCopies(scope);
     for (const auto& copy : scope.entry_.envelopes)
         scope.scene_.mutableEnvelope(copy.id).keptBy = 0;
     ChangeReport report = scope.report();
@@ -160,7 +173,6 @@ ChangeReport Journal::commit(EditScope&& scope) {
 }
 
 void Journal::rollBack(EditScope&& scope) {
-    removeWorkingCopies(scope);
     exchange(scope.scene_, scope.entry_);
 }
 
@@ -182,9 +194,7 @@ void Journal::exchange(Scene& scene, JournalEntry& entry) {
         std::swap(scene.mutableEnvelope(copy.id), copy.other);
     for (auto& list : entry.groups) {
         scene.groups_[Scene::index(list.id)].channels.swap(list.other);
-        const auto& listed = scene.group(list.id).channels;
-        for (std::size_t i = 0; i < listed.size(); ++i)
-            scene.channels_[Scene::index(listed[i])].indexInGroup = i;
+        scene.numberChannels(list.id);
     }
 }
 

@@ -24,13 +24,15 @@ struct ChannelChange {
 
 struct ChangeReport {
     std::vector<ChannelChange> channels; // those that changed, in the scene's order
-    std::vector<ChannelId> channelsAdded;
+    std::vector<ChannelId> channelsAdded, channelsRemoved;
     std::size_t items = 0; // how many items the channels belong to
     std::size_t keysAdded = 0, keysRemoved = 0, keysChanged = 0;
     // Frames at the scene's rate, fractions included; nothing where no key was touched.
     std::optional<double> firstFrame, lastFrame;
 
-    bool empty() const { return channels.empty() && channelsAdded.empty(); }
+    bool empty() const {
+        return channels.empty() && channelsAdded.empty() && channelsRemoved.empty();
+    }
 };
 
 // One edit that can be taken back. Made by Journal; holds the state on the other side of the edit.
@@ -57,8 +59,7 @@ class EditScope {
 public:
     explicit EditScope(Scene& scene, std::string name);
 
-    // The envelope for editing, kept as it was if this is the first touch. Envelopes made within
-    // the scope by addEnvelope need no copy.
+    // The envelope for editing, kept as it was if this is the first touch.
     Envelope& envelope(EnvelopeId id) { return edited(id, scene_.mutableEnvelope(id)); }
     Envelope& edited(EnvelopeId id, Envelope& envelope) { // where the caller has it at hand
         if (envelope.keptBy != serial_) keep(id, envelope);
@@ -66,20 +67,20 @@ public:
     }
 
     ChannelId addChannel(GroupId group, std::string channelName, double rest);
-    EnvelopeId addEnvelope(double rest);
-    void removeEnvelope(EnvelopeId id); // only one that addEnvelope of this scope made
-    bool made(EnvelopeId id) const { return made_.contains(id); }
+    // Takes a channel out of its group. One that this scope has added leaves no trace.
+    void removeChannel(ChannelId id);
 
     ChangeReport report() const;
 
 private:
     friend class Journal;
     void keep(EnvelopeId id, Envelope& envelope);
+    void keepChannels(GroupId group);
 
     Scene& scene_;
     JournalEntry entry_;
     std::uint64_t serial_;                // different for every scope of the process
-    std::unordered_set<EnvelopeId> made_; // working copies, gone at the end of the scope
+    std::unordered_set<ChannelId> added_; // and not removed again
     std::unordered_set<GroupId> groups_;
 };
 
@@ -103,7 +104,6 @@ public:
 private:
     static void exchange(Scene& scene, JournalEntry& entry);
     static void coverLastKeys(Scene& scene, const ChangeReport& report);
-    static void removeWorkingCopies(EditScope& scope);
 
     std::vector<JournalEntry> done_, undone_;
 };

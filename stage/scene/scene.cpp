@@ -77,29 +77,20 @@ GroupId Scene::addGroup(GroupId parent, std::string groupName) {
 
 ChannelId Scene::addChannel(GroupId group, std::string channelName, double rest) {
     auto& listed = groups_[index(group)].channels;
-    channels_.push_back({std::move(channelName), group, listed.size(), addEnvelope(rest)});
-    const auto id = static_cast<ChannelId>(channels_.size());
+    const auto number = channels_.size() + 1;
+    channels_.push_back(
+        {std::move(channelName), group, listed.size(), static_cast<EnvelopeId>(number)});
+    envelopes_.push_back(std::make_unique<Envelope>());
+    envelopes_.back()->rest = rest;
+    const auto id = static_cast<ChannelId>(number);
     listed.push_back(id);
     return id;
 }
 
-EnvelopeId Scene::addEnvelope(double rest) {
-    EnvelopeId id = EnvelopeId::none;
-    if (freeEnvelopes_.empty()) {
-        envelopes_.emplace_back();
-        id = static_cast<EnvelopeId>(envelopes_.size());
-    } else {
-        id = freeEnvelopes_.back();
-        freeEnvelopes_.pop_back();
-    }
-    envelopes_[index(id)] = std::make_unique<Envelope>();
-    envelopes_[index(id)]->rest = rest;
-    return id;
-}
-
-void Scene::removeEnvelope(EnvelopeId envelope) {
-    envelopes_[index(envelope)].reset();
-    freeEnvelopes_.push_back(envelope);
+void Scene::numberChannels(GroupId id) {
+    const auto& listed = group(id).channels;
+    for (std::size_t i = 0; i < listed.size(); ++i)
+        channels_[index(listed[i])].indexInGroup = i;
 }
 
 std::size_t Scene::itemCount(ItemType type) const {

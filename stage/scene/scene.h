@@ -91,7 +91,8 @@ struct Channel {
     std::string name;
     GroupId group = GroupId::none;
     std::size_t indexInGroup = 0;
-    EnvelopeId envelope = EnvelopeId::none;
+    EnvelopeId envelope = EnvelopeId::none; // has the channel's number
+    bool isOfPlugin = false;                // made by a plug-in, which may destroy it
 };
 
 // What a format remembers of the file that a scene was read from, to write it the same way.
@@ -119,8 +120,7 @@ public:
                    ItemId owner = ItemId::none);
     GroupId addGroup(GroupId parent, std::string groupName);
     ChannelId addChannel(GroupId group, std::string channelName, double rest = 0);
-    EnvelopeId addEnvelope(double rest = 0);  // one that no channel owns, for working copies
-    void removeEnvelope(EnvelopeId envelope); // only one that no channel owns
+    void markAsOfPlugin(ChannelId id) { channels_[index(id)].isOfPlugin = true; }
 
     // Gives every item a name of its own, and its group with it: an item whose name an earlier one
     // has is called NAME#k, with the smallest k from 2 on that makes a name which no item has, as
@@ -141,15 +141,18 @@ public:
     bool has(ChannelId id) const {
         return inRange(id, channels_.size()) && isListed(channels_[index(id)], id);
     }
-    bool has(EnvelopeId id) const {
-        return inRange(id, envelopes_.size()) && envelopes_[index(id)] != nullptr;
-    }
+    bool has(EnvelopeId id) const { return has(channelOf(id)); }
 
     ItemId firstOfType(ItemType type) const { return first_[static_cast<std::size_t>(type)]; }
     std::size_t itemCount() const { return items_.size(); }
     std::size_t itemCount(ItemType type) const;
     std::size_t keyCount() const;
-    std::size_t envelopeCount() const { return envelopes_.size(); } // the highest EnvelopeId
+    // The highest numbers, also of what is no longer in the scene.
+    std::size_t groupCount() const { return groups_.size(); }
+    std::size_t channelCount() const { return channels_.size(); }
+
+    // The channel that an envelope is of.
+    static ChannelId channelOf(EnvelopeId id) { return static_cast<ChannelId>(id); }
 
     // Every item in the order in which it was added, which is parents before children.
     static ItemId itemAt(std::size_t position) { return static_cast<ItemId>(position + 1); }
@@ -198,17 +201,18 @@ private:
     static bool inRange(Id id, std::size_t count) {
         return id != Id::none && index(id) < count;
     }
-    // A channel that an undo took away is in the table still, but in no group.
+    // A channel that was taken away, by an undo or by its maker, is in the table still, but in no
+    // group.
     bool isListed(const Channel& channel, ChannelId id) const {
         const auto& listed = groups_[index(channel.group)].channels;
         return channel.indexInGroup < listed.size() && listed[channel.indexInGroup] == id;
     }
+    void numberChannels(GroupId id); // after a change of the group's list
 
     std::deque<Item> items_;
     std::deque<ChannelGroup> groups_;
     std::deque<Channel> channels_;
-    std::vector<std::unique_ptr<Envelope>> envelopes_; // null: removed, free for the next one
-    std::vector<EnvelopeId> freeEnvelopes_;
+    std::vector<std::unique_ptr<Envelope>> envelopes_; // by channel; null: gone for good
     std::array<ItemId, 4> first_{}, last_{};
 };
 

@@ -27,6 +27,8 @@ std::string changeText(const ChangeReport& changes) {
             ", frames " + frameText(*changes.firstFrame) + " to " + frameText(*changes.lastFrame);
     if (!changes.channelsAdded.empty())
         text += ", " + counted(changes.channelsAdded.size(), "channel") + " added";
+    if (!changes.channelsRemoved.empty())
+        text += ", " + counted(changes.channelsRemoved.size(), "channel") + " removed";
     return text;
 }
 

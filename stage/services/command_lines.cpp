@@ -109,6 +109,8 @@ std::string saveMotion(Host& host, std::string_view rest) {
     const auto written =
         host.options().writeFiles ? writeFile(path.value(), text) : checkWritable(path.value());
     if (!written) return written.problem().text();
+    if (host.options().writeFiles && path.value() != host.files.savedMotionPath)
+        host.files.written.push_back(path.value());
     host.files.savedMotionPath = path.value();
     host.files.savedMotion = std::move(text);
     return {};

@@ -8,7 +8,8 @@ namespace cadencora::stage {
 namespace {
 
 const char* directory(Host& host, std::string_view kind) {
-    const auto& path = host.options().motionsDirectory;
+    const auto& motions = host.options().motionsDirectory;
+    const auto& path = motions.empty() ? host.sceneDirectory : motions;
     return kind == host::motionsDirectory && !path.empty() ? path.c_str() : nullptr;
 }
 

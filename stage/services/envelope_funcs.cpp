@@ -1,5 +1,6 @@
 // "Animation Envelopes": envelopes and their keys.
 
+#include "stage/base/text.h"
 #include "stage/formats/native/motion_file.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
@@ -13,32 +14,53 @@ namespace {
 
 constexpr SlotName service = "Animation Envelopes";
 
-EnvelopeId createEnvelope(Host& host, GroupId, std::string_view, int type) {
-    if (type != host::floatEnvelope) throw MisuseError{"envelope type " + std::to_string(type)};
-    return host.edit().addEnvelope(0);
+// A name that no channel of the group has: the wanted one, else "NAME#2" and on.
+std::string freeName(const Scene& scene, GroupId group, std::string_view wanted) {
+    std::string name(wanted);
+    for (int k = 2; scene.findChannel(group, name) != ChannelId::none; ++k)
+        name = std::string(wanted) + "#" + std::to_string(k);
+    return name;
 }
 
-void destroyEnvelope(Host& host, EnvelopeId envelope) {
-    if (!host.edit().made(envelope))
-        throw MisuseError{"the envelope was not made by createEnvelope in this event"};
-    host.edit().removeEnvelope(envelope);
+host::Envelope createEnvelope(Host& host, OrNone<GroupId> group, std::string_view name, int type) {
+    if (type != host::floatEnvelope) throw MisuseError{"envelope type " + std::to_string(type)};
+    if (group.id == GroupId::none)
+        return reinterpret_cast<host::Envelope>(handleWord(ownEnvelopeKind, host.addOwnEnvelope()));
+    EditScope& edit = host.edit();
+    const ChannelId made = edit.addChannel(group.id, freeName(host.scene(), group.id, name), 0);
+    host.mutableScene().markAsOfPlugin(made);
+    return encode(host.scene().channel(made).envelope);
+}
+
+void destroyEnvelope(Host& host, host::Envelope raw) {
+    const auto word = reinterpret_cast<std::uintptr_t>(raw);
+    if (kindOf(word) == ownEnvelopeKind && host.ownEnvelope(numberOf(word)))
+        return host.destroyOwnEnvelope(numberOf(word));
+    const ChannelId channel = Scene::channelOf(Wire<EnvelopeId>::in(host, raw));
+    if (!host.scene().channel(channel).isOfPlugin)
+        throw MisuseError{"the envelope was not made by createEnvelope"};
+    host.edit().removeChannel(channel);
     host.forgetEnvelope();
 }
 
-void copyEnvelope(Host& host, EnvelopeId to, EnvelopeId from) {
-    if (to != from) assign(host.edit().envelope(to), host.scene().envelope(from));
+void copyEnvelope(Host& host, EnvelopeRef to, EnvelopeRef from) {
+    if (&to.envelope != &from.envelope) assign(edited(host, to), from.envelope);
 }
 
-void loadEnvelope(Host& host, EnvelopeId envelope, host::LoadState state) {
+void loadEnvelope(Host& host, EnvelopeRef envelope, host::LoadState state) {
     const auto file = host.files.loads.find(reinterpret_cast<std::uintptr_t>(state));
     if (file == host.files.loads.end()) throw MisuseError{"not an open load state"};
-    assign(host.edit().envelope(envelope), file->second.envelope);
+    LoadFile& load = file->second;
+    if (load.next == load.envelopes.size())
+        throw MisuseError{"no envelope is left in " + inQuotes(load.path.string()) +
+                          ", which has " + std::to_string(load.next)};
+    assign(edited(host, envelope), load.envelopes[load.next++]);
 }
 
-void saveEnvelope(Host& host, EnvelopeId envelope, host::SaveState state) {
+void saveEnvelope(Host& host, EnvelopeRef envelope, host::SaveState state) {
     const auto file = host.files.saves.find(reinterpret_cast<std::uintptr_t>(state));
     if (file == host.files.saves.end()) throw MisuseError{"not an open save state"};
-    file->second.text += envelopeText(host.scene().envelope(envelope));
+    file->second.text += envelopeText(envelope.envelope);
 }
 
 double evaluate(Host&, EnvelopeRef envelope, double time) {
@@ -48,8 +70,8 @@ double evaluate(Host&, EnvelopeRef envelope, double time) {
 KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
     if (!std::isfinite(time) || !std::isfinite(value))
         throw MisuseError{"a key needs a finite time and value"};
-    Envelope& edited = host.edit().edited(envelope.id, envelope.envelope);
-    return edited.keys.handle(edited.placeKey(time, value));
+    Envelope& target = edited(host, envelope);
+    return target.keys.handle(target.placeKey(time, value));
 }
 
 // The refusals are functions of their own, so that the usual calls stay short: they are made for
@@ -68,7 +90,7 @@ KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value)
 
 void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
     requireKey(envelope->keys, key);
-    host.edit().edited(envelope.id, envelope.envelope).keys.erase(key);
+    edited(host, envelope).keys.erase(key);
 }
 
 KeyHandle findKey(Host&, EnvelopeRef envelope, double time) {
@@ -109,7 +131,7 @@ int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const
     const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
     if (!host.faults.refusedAttributes.empty() && host.faults.refusedAttributes.contains(attribute))
         return 0;
-    KeyStore& keys = host.edit().edited(envelope.id, envelope.envelope).keys;
+    KeyStore& keys = edited(host, envelope).keys;
     if (attribute == host::keyShape) {
         const int shape = read<int>(in);
         if (!isShape(shape)) return 0;
@@ -231,7 +253,7 @@ int setEnvelopeValue(Host& host, EnvelopeRef envelope, OrNone<GroupId>, int tag,
     if (!value) throw MisuseError{"null setting"};
     Behaviour Envelope::*const setting = settingOf(tag);
     if (!isBehaviour(*value)) return 0;
-    host.edit().edited(envelope.id, envelope.envelope).*setting = static_cast<Behaviour>(*value);
+    edited(host, envelope).*setting = static_cast<Behaviour>(*value);
     return 1;
 }
 

@@ -62,7 +62,8 @@ void closeSave(Host& host, host::SaveState state) {
     save.file->write(save.text);
     // A clip is hundreds of small files: waiting for the disk at each would be most of the time.
     if (auto written = save.file->commit(AtomicFile::Sync::later); !written)
-        host.report(written.problem());
+        return host.report(written.problem());
+    host.files.written.push_back(save.path);
 }
 
 Result<std::string> motionText(Host& host, const std::filesystem::path& path) {
@@ -81,10 +82,10 @@ host::LoadState openLoad(Host& host, std::string_view text, int mode) {
     if (!path) return refuse(path.problem());
     auto bytes = motionText(host, path.value());
     if (!bytes) return refuse(bytes.problem());
-    auto envelope = parseEnvelope(bytes.value(), path.value().string());
-    if (!envelope) return refuse(envelope.problem());
+    auto envelopes = parseEnvelopes(bytes.value(), path.value().string());
+    if (!envelopes) return refuse(envelopes.problem());
     const std::uintptr_t handle = host.files.nextHandle++;
-    host.files.loads.emplace(handle, LoadFile{path.value(), std::move(envelope.value())});
+    host.files.loads.emplace(handle, LoadFile{path.value(), std::move(envelopes.value())});
     return reinterpret_cast<host::LoadState>(handle);
 }
 

@@ -20,8 +20,10 @@ struct OrNone {
     Id id = Id::none;
 };
 
-// Handles are the scene's numbers with their kind in the top four of 32 bits, so that a handle of
-// one kind is never taken for another, and "%x" prints an item's handle whole.
+// Handles are the scene's numbers, plus the host's offset, with their kind in the top four of the
+// lower 32 bits, so that a handle of one kind is never taken for another, and "%x" prints an item's
+// handle whole. Numbers beyond 28 bits go on in the upper word.
+static_assert(sizeof(void*) == 8);
 template <class Id>
 struct HandleKind;
 template <>
@@ -29,48 +31,64 @@ struct HandleKind<ItemId> {
     using Raw = host::Item;
     static constexpr std::uint32_t kind = 1;
     static constexpr const char* name = "item";
+    static std::uint64_t offset() { return Host::offsets().items; }
 };
 template <>
 struct HandleKind<GroupId> {
     using Raw = host::Group;
     static constexpr std::uint32_t kind = 2;
     static constexpr const char* name = "channel group";
+    static std::uint64_t offset() { return Host::offsets().groups; }
 };
 template <>
 struct HandleKind<ChannelId> {
     using Raw = host::Channel;
     static constexpr std::uint32_t kind = 3;
     static constexpr const char* name = "channel";
+    static std::uint64_t offset() { return Host::offsets().channels; }
 };
 template <>
 struct HandleKind<EnvelopeId> {
     using Raw = host::Envelope;
     static constexpr std::uint32_t kind = 4;
     static constexpr const char* name = "envelope";
+    static std::uint64_t offset() { return Host::offsets().channels; }
 };
+
+// Envelopes of the plug-in's own are no scene's.
+constexpr std::uint32_t ownEnvelopeKind = 5;
 
 // An envelope together with its number, looked up once per call.
 struct EnvelopeRef {
-    EnvelopeId id;
+    EnvelopeId id; // `none`: one of the plug-in's own
     Envelope& envelope;
 
     const Envelope* operator->() const { return &envelope; }
 };
 
-constexpr std::uint32_t handleNumberMask = 0x0fffffffu;
+constexpr std::uint64_t handleWord(std::uint32_t kind, std::uint64_t number) {
+    return (number >> 28 << 32) | std::uint64_t{kind} << 28 | (number & 0x0fffffff);
+}
+constexpr std::uint32_t kindOf(std::uint64_t word) {
+    return static_cast<std::uint32_t>(word >> 28) & 15;
+}
+constexpr std::uint64_t numberOf(std::uint64_t word) {
+    return (word >> 32 << 28) | (word & 0x0fffffff);
+}
 
 template <class Id>
 typename HandleKind<Id>::Raw encode(Id id) {
     if (id == Id::none) return nullptr;
-    const std::uint32_t word = (HandleKind<Id>::kind << 28) | static_cast<std::uint32_t>(id);
-    return reinterpret_cast<typename HandleKind<Id>::Raw>(static_cast<std::uintptr_t>(word));
+    const auto number = HandleKind<Id>::offset() + static_cast<std::uint64_t>(id);
+    return reinterpret_cast<typename HandleKind<Id>::Raw>(handleWord(HandleKind<Id>::kind, number));
 }
 
-// The scene's number of a handle; `none` where it is not a valid handle of that kind.
+// The scene's number of a handle; `none` where it is not a handle of that kind in this scene.
 template <class Id>
 Id decode(const Scene& scene, std::uintptr_t word) {
-    const auto id = static_cast<Id>(word & handleNumberMask);
-    const bool known = (word >> 28) == HandleKind<Id>::kind && scene.has(id);
+    const std::uint64_t number = numberOf(word) - HandleKind<Id>::offset();
+    const auto id = static_cast<Id>(number);
+    const bool known = kindOf(word) == HandleKind<Id>::kind && number >> 32 == 0 && scene.has(id);
     return known ? id : Id::none;
 }
 
@@ -95,8 +113,9 @@ struct Wire<Id> {
         return id;
     }
     [[noreturn, gnu::cold, gnu::noinline]] static void wrong(bool given) {
-        throw MisuseError{std::string(given ? "not a handle of this scene's: " : "null ") +
-                          HandleKind<Id>::name};
+        throw MisuseError{given ? std::string("the ") + HandleKind<Id>::name +
+                                      " is gone, or not of this scene"
+                                : std::string("null ") + HandleKind<Id>::name};
     }
     static Raw out(Id id) { return encode(id); }
 };
@@ -108,13 +127,27 @@ struct Wire<EnvelopeRef> {
     static EnvelopeRef in(Host& host, Raw raw) {
         const LastEnvelopes::Entry* last = host.lastEnvelopes.find(raw);
         if (!last) [[unlikely]] {
-            const EnvelopeId id = Wire<EnvelopeId>::in(host, raw);
-            last =
-                &host.lastEnvelopes.remember({raw, id, &host.mutableScene().mutableEnvelope(id)});
+            last = &host.lastEnvelopes.remember(look(host, raw));
         }
         return {last->id, *last->envelope};
     }
+
+private:
+    static LastEnvelopes::Entry look(Host& host, Raw raw) {
+        const auto word = reinterpret_cast<std::uintptr_t>(raw);
+        if (kindOf(word) == ownEnvelopeKind)
+            if (Envelope* own = host.ownEnvelope(numberOf(word)))
+                return {raw, EnvelopeId::none, own};
+        const EnvelopeId id = Wire<EnvelopeId>::in(host, raw);
+        return {raw, id, &host.mutableScene().mutableEnvelope(id)};
+    }
 };
+
+// The envelope for editing. The plug-in may edit its own ones at any time.
+inline Envelope& edited(Host& host, const EnvelopeRef& ref) {
+    if (ref.id == EnvelopeId::none) return ref.envelope;
+    return host.edit().edited(ref.id, ref.envelope);
+}
 
 template <class Id>
 struct Wire<OrNone<Id>> {

@@ -1,10 +1,13 @@
 #include "stage/services/host.h"
 
+#include "stage/base/text.h"
+#include "stage/panels/actions.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <limits>
 
 namespace cadencora::stage {
@@ -45,11 +48,59 @@ void* lookUp(Host& host, std::string_view name, int) {
 Host::Host(Scene scene, FrontEnd& frontEnd, HostOptions options)
     : scene_(std::move(scene)), frontEnd_(frontEnd), options_(std::move(options)),
       panels_(frontEnd.metrics()), previous_(active_) {
-    makeActive();
+    active_ = this;
 }
 
 Host::~Host() {
+    closePanels();
+    passNumbers();
     if (active_ == this) active_ = previous_;
+}
+
+// The next scene's numbers come after those of this one. An item's handle has 32 bits, for command
+// lines: after 268 million items in one process the numbers start again.
+void Host::passNumbers() {
+    constexpr std::uint64_t mostItems = std::uint64_t{1} << 28;
+    offsets_.items += scene_.itemCount();
+    if (offsets_.items > mostItems / 2) offsets_.items = 0;
+    offsets_.groups += scene_.groupCount();
+    offsets_.channels += scene_.channelCount();
+}
+
+void Host::closePanels() {
+    for (PanelModel& panel : panels_.panels()) {
+        if (panel.destroyed) continue;
+        panel.state = PanelState::closed;
+        frontEnd_.panelClosed(panel);
+    }
+}
+
+void Host::load(Scene scene) {
+    assert(!scope_);
+    closePanels();
+    panels_.forgetItems();
+    passNumbers();
+    scene_ = std::move(scene);
+    journal_.clear();
+    forgetEnvelope();
+    files.savedMotionPath.clear();
+    files.written.clear();
+    refreshRecords();
+}
+
+std::uint64_t Host::addOwnEnvelope() {
+    ownEnvelopes_[++lastOwnEnvelope_].keptBy = Envelope::inNoJournal;
+    return lastOwnEnvelope_;
+}
+
+Envelope* Host::ownEnvelope(std::uint64_t number) {
+    const auto found = ownEnvelopes_.find(number);
+    return found == ownEnvelopes_.end() ? nullptr : &found->second;
+}
+
+void Host::destroyOwnEnvelope(std::uint64_t number) {
+    ownEnvelopes_.erase(number);
+    forgetEnvelope();
 }
 
 void* Host::lookup(const char* service, int use) {
@@ -60,16 +111,31 @@ void* Host::layoutGeneric() {
     return &layoutGenericRecord();
 }
 
+void Host::reportThrown(const HandlerThrew& thrown) {
+    threw_ = true;
+    report({"the plug-in threw an exception", inQuotes(thrown.control), thrown.what});
+}
+
+// No exception of a plug-in goes on into the stage, or into a toolkit below it.
+void Host::guarded(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const HandlerThrew& thrown) {
+        reportThrown(thrown);
+    }
+}
+
 ChangeReport Host::event(std::string name, const std::function<void()>& action,
                          const std::function<bool()>& keep) {
     if (scope_) { // an event inside an event, such as a button of an open dialog
-        action();
+        guarded(action);
         return {};
     }
     scope_.emplace(scene_, std::move(name));
-    action();
+    threw_ = false;
+    guarded(action);
     ChangeReport report;
-    if (keep()) {
+    if (!threw_ && keep()) {
         report = journal_.commit(std::move(*scope_));
     } else {
         Journal::rollBack(std::move(*scope_));
@@ -104,10 +170,17 @@ void Host::report(Problem problem) {
 
 std::vector<Problem> Host::takeProblems() {
     std::vector<Problem> taken = std::exchange(problems, {});
-    for (const Misuse& misuse : std::exchange(misuses, {}))
-        taken.push_back({"the plug-in misused a service: " + misuse.reason,
-                         misuse.service + "." + misuse.slot,
-                         {}});
+    std::map<std::string, std::pair<std::size_t, int>> known; // by text: the place, and how often
+    for (const Misuse& misuse : std::exchange(misuses, {})) {
+        Problem problem{"the plug-in misused a service: " + misuse.reason,
+                        misuse.service + "." + misuse.slot,
+                        {}};
+        auto& [place, times] = known.try_emplace(problem.text(), taken.size(), 0).first->second;
+        if (++times == 1)
+            taken.push_back(std::move(problem));
+        else
+            taken[place].detail = std::to_string(times) + " times";
+    }
     return taken;
 }
 
@@ -123,6 +196,8 @@ void Host::recordThrown(const char* service, const char* slot) noexcept {
         throw;
     } catch (const MisuseError& misuse) {
         recordMisuse(service, slot, misuse.reason);
+    } catch (const HandlerThrew& thrown) {
+        reportThrown(thrown);
     } catch (const std::exception& failure) {
         recordMisuse(service, slot, failure.what());
     } catch (...) {

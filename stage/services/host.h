@@ -1,8 +1,9 @@
 // The host that a plug-in talks to: a scene, a journal, panels and a front end. The C tables of the
 // services are its interface.
 //
-// One host is active at a time per process: the tables carry no context, so their slots work on the
-// active host. Everything runs on one thread.
+// A process has one host, since the tables carry no context: their slots work on the active one.
+// Scenes are loaded into it one after the other; what the plug-in keeps for itself, its panels and
+// its own envelopes, stays. Everything runs on one thread.
 #pragma once
 
 #include "plugin/host/types.h"
@@ -16,6 +17,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace cadencora::stage {
@@ -68,8 +70,17 @@ struct HostFaults {
 };
 
 struct HostOptions {
-    std::filesystem::path motionsDirectory; // what "Directory Info" answers; empty: none
+    // What "Directory Info" answers, and where motions without a directory are; empty: none.
+    std::filesystem::path motionsDirectory;
     bool writeFiles = true; // false: files are written into the void, as in a dry run
+};
+
+struct HandlerThrew;
+
+// What is added to the scene's numbers in handles. It grows with each scene, so that a handle from
+// an earlier one is recognised.
+struct HandleOffsets {
+    std::uint64_t items = 0, groups = 0, channels = 0; // envelopes have their channels' numbers
 };
 
 class Host {
@@ -79,9 +90,14 @@ public:
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    // The host that the tables work on: the one made or made active last.
+    // The host that the tables work on: the one made last; after its end, the one before it.
     static Host* active() { return active_; }
-    void makeActive() { active_ = this; }
+
+    // Takes another scene in place of the one before, which ends with its history. Panels close and
+    // forget the items that were chosen in them. Not within an event.
+    void load(Scene scene);
+
+    static const HandleOffsets& offsets() { return offsets_; }
 
     // The service lookup that the plug-in is given; null for what the host does not have.
     static void* lookup(const char* service, int use);
@@ -95,8 +111,12 @@ public:
     FrontEnd& frontEnd() { return frontEnd_; }
     const HostOptions& options() const { return options_; }
 
+    // What "Directory Info" answers where there is no motions directory: the scene file's own.
+    std::filesystem::path sceneDirectory;
+
     // Runs one thing that the user does, as one edit under `name`; events inside it are part of it.
-    // `keep` is asked at the end whether to keep the edit; otherwise the scene is as before.
+    // `keep` is asked at the end whether to keep the edit; otherwise the scene is as before. So it
+    // is after an exception of the plug-in's, which becomes a problem.
     ChangeReport event(
         std::string name, const std::function<void()>& action,
         const std::function<bool()>& keep = [] { return true; });
@@ -126,6 +146,12 @@ public:
     void recordMisuse(std::string_view service, std::string_view slot, std::string reason);
     void recordThrown(const char* service, const char* slot) noexcept; // in a catch block
 
+    // An envelope of the plug-in's own: it belongs to no scene and no journal, and lives until it
+    // is destroyed or the host ends. Null for a number that has none.
+    std::uint64_t addOwnEnvelope();
+    Envelope* ownEnvelope(std::uint64_t number);
+    void destroyOwnEnvelope(std::uint64_t number);
+
     HostFaults faults;
 
     // Must be forgotten whenever an envelope is removed.
@@ -145,7 +171,13 @@ public:
     void refreshRecords();
 
 private:
+    void closePanels();
+    void passNumbers();
+    void guarded(const std::function<void()>& action);
+    void reportThrown(const HandlerThrew& thrown);
+
     static inline Host* active_ = nullptr;
+    static inline HandleOffsets offsets_;
 
     Scene scene_;
     FrontEnd& frontEnd_;
@@ -153,8 +185,11 @@ private:
     PanelSet panels_;
     Journal journal_;
     std::optional<EditScope> scope_;
+    bool threw_ = false;                      // the plug-in, within the event
     std::vector<host::Item> selectedHandles_; // ends with null
     Host* previous_ = nullptr;
+    std::unordered_map<std::uint64_t, Envelope> ownEnvelopes_;
+    std::uint64_t lastOwnEnvelope_ = 0;
     unsigned calls_ = 0; // through gates
 };
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace cadencora::stage {
 
@@ -23,7 +24,8 @@ struct SaveFile {
 // known before anything is changed.
 struct LoadFile {
     std::filesystem::path path;
-    Envelope envelope;
+    std::vector<Envelope> envelopes;
+    std::size_t next = 0; // the one that is loaded next
 };
 
 struct HostFiles {
@@ -32,6 +34,7 @@ struct HostFiles {
     std::map<std::uintptr_t, LoadFile> loads;
     std::uintptr_t nextHandle = 1;
 
+    std::vector<std::filesystem::path> written;       // by the plug-in, in the order of writing
     std::map<std::filesystem::path, std::string> dry; // what a dry run would have written
     // The motion that the event saved last, which it reads back as it was saved: other processes
     // may use the same file at the same time.

@@ -60,7 +60,13 @@ int openPanel(Host& host, PanelModel* panel, int flags) {
     }
     if (flags != host::openModal) throw MisuseError{"open flags " + std::to_string(flags)};
     panel->state = PanelState::modal;
-    const bool accepted = host.frontEnd().runModal(*panel);
+    bool accepted = false;
+    try {
+        accepted = host.frontEnd().runModal(*panel);
+    } catch (...) { // of the plug-in's handlers: it may open the panel again
+        panel->state = PanelState::closed;
+        throw;
+    }
     panel->state = PanelState::closed;
     return accepted ? 1 : 0;
 }
@@ -121,6 +127,17 @@ void draw(Host&, ControlModel* control, int mode) {
     ++control->redraws;
 }
 
+bool holdsText(ControlType type) {
+    return type == ControlType::directory || type == ControlType::file ||
+           type == ControlType::loadButton || type == ControlType::saveButton;
+}
+
+host::ValueType valueTypeOf(ControlType type) {
+    if (holdsText(type)) return host::textValue;
+    if (type == ControlType::number) return host::floatValue;
+    return type == ControlType::item ? host::itemValue : host::integerValue;
+}
+
 // Writes the chosen path into the caller's buffer. A path is never cut: one that does not fit is
 // reported, and the caller learns that nothing was chosen.
 void giveText(Host& host, const ControlModel& control, host::ControlValue& out) {
@@ -136,7 +153,15 @@ void giveText(Host& host, const ControlModel& control, host::ControlValue& out) 
     *std::ranges::copy(text, buffer).out = '\0';
 }
 
+// A record of zeros asks for the control's own type; of a text it gets the size.
 void giveValue(Host& host, const ControlModel& control, host::ControlValue& out) {
+    if (out.type == 0 && control.type != ControlType::button) {
+        out.type = valueTypeOf(control.type);
+        if (out.type == host::textValue) {
+            out.text = {nullptr, static_cast<std::int32_t>(control.text.size() + 1)};
+            return;
+        }
+    }
     switch (control.type) {
     case ControlType::number:
         if (out.type != host::floatValue) throw MisuseError{"the value is a floating-point number"};
@@ -262,26 +287,27 @@ ControlModel* addControl(Host& host, PanelModel* panel, std::string_view type,
     control.label = label ? label : "";
     control.record = {gate<service, "Control.draw", &draw>, gate<service, "Control.get", &get>,
                       gate<service, "Control.set", &set>};
-    int width = 0, rows = 0;
+    AskedSize asked;
     switch (row.kind) {
     case host::pathKind:
-        width = desc->path.width;
+        asked.width = desc->path.width;
         break;
     case host::sliderKind:
-        width = desc->slider.width;
+        asked.width = desc->slider.width;
         control.minimum = desc->slider.minimum;
         control.maximum = desc->slider.maximum;
         control.integer = control.minimum;
         break;
     case host::itemListKind:
-        width = desc->itemList.width;
+        asked.width = desc->itemList.width;
         break;
     case host::buttonKind:
-        width = desc->button.width;
+        asked.width = desc->button.width;
+        asked.height = desc->button.height;
         break;
     case host::listBoxKind:
-        width = desc->listBox.width;
-        rows = desc->listBox.rows;
+        asked.width = desc->listBox.width;
+        asked.rows = desc->listBox.rows;
         control.integer = -1;
         control.count = desc->listBox.count;
         control.name = desc->listBox.name;
@@ -290,11 +316,12 @@ ControlModel* addControl(Host& host, PanelModel* panel, std::string_view type,
         if (!desc->choice.items) throw MisuseError{"null list of choices"};
         for (const char* const* item = desc->choice.items; *item; ++item)
             control.choices.emplace_back(*item);
+        control.isVertical = row.type == ControlType::choice && desc->choice.orientation != 0;
         break;
     default:
         break;
     }
-    return &host.panels().addControl(*panel, std::move(control), width, rows);
+    return &host.panels().addControl(*panel, std::move(control), asked);
 }
 
 const host::DrawFuncs drawFuncs{

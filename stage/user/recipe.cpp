@@ -24,7 +24,11 @@ public:
         if (!json_.is_object()) return wrong("", "expected an object");
         for (const auto& [name, value] : json_.items())
             if (auto read = member(name, value); !read) return read.problem();
-        if (!json_.contains("press")) return wrong(".press", "it is missing");
+        if (json_.contains("press") == step_.isStart)
+            return step_.isStart ? wrong(".press", "a start has no button")
+                                 : wrong(".press", "it is missing");
+        if (step_.isStart && place_ != "steps[0]")
+            return wrong(".start", "the start is the first step");
         return std::move(step_);
     }
 
@@ -49,6 +53,9 @@ private:
         if (name == "press") {
             if (!value.is_string()) return wrong(at, "expected a button's label");
             step_.press = value.get<std::string>();
+        } else if (name == "start") {
+            if (!value.is_boolean()) return wrong(at, "expected true or false");
+            step_.isStart = value.get<bool>();
         } else if (name == "select") {
             step_.select.emplace();
             return texts(at, value, [&](std::string item, const std::string&) {
@@ -87,7 +94,7 @@ private:
 };
 
 Json stepJson(const Step& step) {
-    Json json = {{"press", step.press}};
+    Json json = step.isStart ? Json{{"start", true}} : Json{{"press", step.press}};
     if (step.select) json["select"] = *step.select;
     if (step.time) json["time"] = *step.time;
     Json settings = Json::array(), answers = Json::array();

@@ -19,11 +19,11 @@ bool isTyped(ControlType type) {
 
 } // namespace
 
-void Recorder::begin(const ControlModel& control, const Scene& scene) {
+void Recorder::begin(const ControlModel& control, const Panels& floating, const Scene& scene) {
     RecordedStep recorded;
-    recorded.step.press = shownLabel(control);
-    pressed_ = control.type == ControlType::button;
-    if (!pressed_) recorded.shortfall = inQuotes(recorded.step.press) + " is not a button";
+    recorded.step.press = uniqueLabel(floating, control);
+    if (recorded.step.press.empty()) recorded.shortfall = "the control has no label";
+    pressed_ = &control;
     if (!before_ || before_->selection != scene.selection) {
         auto& names = recorded.step.select.emplace();
         std::unordered_map<std::string_view, ItemId> first; // of a name, whom a script finds
@@ -55,15 +55,16 @@ void Recorder::dialogOpened(const PanelModel& panel) {
 // Whether a script would make a setting of this label in a dialog before the newest.
 bool Recorder::isTaken(std::string_view label) const {
     return std::any_of(dialogs_.begin(), dialogs_.end() - 1,
-                       [&](const PanelModel* dialog) { return findControl(*dialog, label).ok(); });
+                       [&](const PanelModel* dialog) { return findControl({dialog}, label).ok(); });
 }
 
 void Recorder::set(const ControlModel& control, const Scene& scene) {
     if (!open_ || dialogs_.empty()) return;
     auto& settings = steps_.back().step.settings;
     // Qualified wherever it can be: an earlier dialog may have several controls of the short label.
-    const std::string label = qualifiedLabel(control);
-    const auto found = findControl(*control.panel, label);
+    std::string label = qualifiedLabel(control);
+    if (isTaken(label)) label = std::string(trimmed(control.panel->title)) + "/" + label;
+    const auto found = findControl({control.panel}, label);
     if (!found || found.value() != &control)
         return fallShort(inQuotes(label) + " does not name one control of the dialog");
     if (isTaken(label)) fallShort("two dialogs have a control " + inQuotes(label));
@@ -107,10 +108,13 @@ void Recorder::end(bool changed, const Scene& scene) {
     open_ = false;
     if (changed) undone_.clear();
     changed_.back() = changed;
-    if (!pressed_ && !changed) {
-        steps_.pop_back();
-        changed_.pop_back();
-        return;
+    if (pressed_->type != ControlType::button) {
+        if (!changed) {
+            steps_.pop_back();
+            changed_.pop_back();
+            return;
+        }
+        steps_.back().step.press += "=" + valueText(*pressed_, scene);
     }
     before_ = Before{scene.selection, scene.currentTime};
 }

@@ -17,8 +17,9 @@ struct RecordedStep {
 class Recorder {
 public:
     // The step records the selection and the time where they differ from what the last step left.
-    // A control other than a button makes a step only if it edits, and a step with a shortfall.
-    void begin(const ControlModel& control, const Scene& scene);
+    // `floating`: the open panels, among which a script finds the control. A control other than a
+    // button makes a step with its value, and only if it edits.
+    void begin(const ControlModel& control, const Panels& floating, const Scene& scene);
 
     // Within a step. `set` is told after the value was taken; a button counts as a setting. Of
     // several values slid or typed in the same control, only the last one is kept.
@@ -61,7 +62,7 @@ private:
     std::optional<Before> before_;
 
     // Of the step under way.
-    bool pressed_ = false;                   // by a button
+    const ControlModel* pressed_ = nullptr;  // by which it began
     std::vector<const PanelModel*> dialogs_; // all that opened
     const ControlModel* last_ = nullptr;     // of the last setting
     std::size_t madeHere_ = 0;               // settings made in the newest dialog

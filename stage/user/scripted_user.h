@@ -5,19 +5,23 @@
 
 #include "stage/base/result.h"
 #include "stage/panels/front_end.h"
+#include "stage/panels/labels.h"
 #include "stage/user/stand_ins.h"
 
+#include <functional>
 #include <optional>
 
 namespace cadencora::stage {
 
-// One press of a button of the main panel, and what the user does until it is over.
+// One press of a button of a floating panel, and what the user does until it is over.
 struct Step {
     struct Setting {
         std::string label; // "Start", "Affected Objects/Load"
         std::string value; // as setByText takes it
     };
+    // The button's label; "LABEL=VALUE" sets another control of a floating panel.
     std::string press;
+    bool isStart = false; // not a press: the settings are for the start of the plug-in
     std::optional<std::vector<std::string>> select; // names of items; nothing: as it was
     std::optional<double> time;                     // frame; nothing: as it was
     std::vector<Setting> settings;                  // in the order in which they are made
@@ -35,9 +39,17 @@ public:
     // Whose items the settings name; must be given before the first step, and outlive the steps.
     void lookAt(const Scene& scene) { scene_ = &scene; }
 
-    // Presses the step's button on the floating panel opened last, changing tabs to reach it.
-    // Answers what the step got wrong; what the plug-in said is in messages().
+    // Makes the settings that name controls of the floating panels, and presses the step's button,
+    // changing tabs to reach it. Answers what the step got wrong; what the plug-in said is in
+    // messages().
     Result<> perform(const Step& step);
+
+    // Answers the dialogs of something else that the plug-in does, as the step says.
+    Result<> perform(const Step& step, const std::function<Result<>()>& action);
+
+    // What to do with a plug-in that goes on asking although each answer is "no": called with the
+    // reason, it must not return. By default the process is aborted.
+    std::function<void(const Problem&)> giveUp;
 
     // Of the step: the titles of the dialogs that opened, and what the plug-in said.
     const std::vector<std::string>& dialogs() const { return dialogs_; }
@@ -48,19 +60,23 @@ public:
     const TextMetrics& metrics() const override { return metrics_; }
     int displayWidth() const override { return 1920; }
     int displayHeight() const override { return 1080; }
-    void showFloating(PanelModel& panel) override { main_ = &panel; }
+    void showFloating(PanelModel& panel) override { floating_.push_back(&panel); }
     bool runModal(PanelModel& panel) override;
-    void panelDestroyed(PanelModel&) override {}
+    void panelClosed(PanelModel& panel) override { std::erase(floating_, &panel); }
+    void panelDestroyed(PanelModel& panel) override { std::erase(floating_, &panel); }
     void show(const Message& message) override;
     bool ask(const Message& question) override;
 
 private:
     Result<> set(ControlModel& control, const std::string& value);
+    Result<> pressStep();
+    Result<> setOnPanels();
+    bool isPastLimit();
 
     FixedMetrics metrics_;
     std::optional<StandIns> standIns_;
     const Scene* scene_ = nullptr;
-    PanelModel* main_ = nullptr;
+    Panels floating_; // open, in the order of opening
 
     // The step under way.
     Step step_;
@@ -68,6 +84,7 @@ private:
     std::vector<std::string> offered_; // labels of the dialogs shown
     std::optional<Problem> problem_;
     std::size_t questions_ = 0;
+    std::size_t shown_ = 0; // dialogs and messages
     std::vector<std::string> dialogs_;
     std::vector<Message> messages_;
 };

@@ -79,7 +79,9 @@ private:
         if (acts_.back().empty()) {
             auto* box = qobject_cast<QMessageBox*>(&dialog);
             ADD_FAILURE() << "unexpected: " << dialog.windowTitle().toStdString() << " "
-                          << (box ? box->text().toStdString() : "");
+                          << (box ? box->text().toStdString() + ": " +
+                                        box->informativeText().toStdString()
+                                  : "");
             return dialog.reject();
         }
         EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog)); // so that the focus is where it belongs

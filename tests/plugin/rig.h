@@ -198,7 +198,7 @@ struct Rig {
 using SceneKeys = std::map<std::string, Keys>;
 inline SceneKeys allKeys(const Scene& scene) {
     SceneKeys all;
-    for (std::uint32_t i = 1; i <= scene.envelopeCount(); ++i)
+    for (std::uint32_t i = 1; i <= scene.channelCount(); ++i)
         if (const auto id = static_cast<ChannelId>(i); scene.has(id))
             if (Keys keys = keysOf(scene.envelope(scene.channel(id).envelope)); !keys.empty())
                 all[scene.channelPath(id)] = std::move(keys);

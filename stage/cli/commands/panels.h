@@ -1,4 +1,4 @@
-// `panels`: lists the plug-in's buttons and dialogs.
+// `panels`: lists the plug-in's panels, buttons and dialogs.
 #pragma once
 
 #include "stage/cli/commands/reading.h"
@@ -9,7 +9,9 @@ namespace cadencora::stage {
 
 struct PanelsOptions {
     std::string plugin; // as typed; empty: the default
+    std::string server; // empty: the first
     bool json = false;
+    bool explore = false; // press the buttons of a plug-in that is not the program's own
 };
 
 // Adds the command, which parses into `options`; they must live as long as `app`.

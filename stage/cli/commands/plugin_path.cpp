@@ -6,9 +6,10 @@
 
 namespace cadencora::stage {
 
-void addPlugin(CLI::App& app, std::string& plugin) {
+void addPlugin(CLI::App& app, std::string& plugin, std::string& server) {
     app.add_option("--plugin", plugin,
                    "The plug-in file (default: CADENCORA_PLUGIN, else beside the program)");
+    app.add_option("--server", server, "Which of the plug-in's servers (default: the first)");
 }
 
 std::filesystem::path pluginPath(const std::string& plugin) {

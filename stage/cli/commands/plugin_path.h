@@ -1,4 +1,5 @@
-// Which plug-in file the commands use: the option --plugin, or the default.
+// Which plug-in file and server the commands use: the options --plugin and --server, or the
+// default.
 #pragma once
 
 #include <filesystem>
@@ -10,8 +11,8 @@ class App;
 
 namespace cadencora::stage {
 
-// Adds --plugin, which parses into `plugin`; it must live as long as `app`.
-void addPlugin(CLI::App& app, std::string& plugin);
+// Adds the options, which parse into `plugin` and `server`; they must live as long as `app`.
+void addPlugin(CLI::App& app, std::string& plugin, std::string& server);
 
 // `plugin` as typed; empty: the default.
 std::filesystem::path pluginPath(const std::string& plugin);

@@ -1,7 +1,7 @@
 #include "stage/cli/commands/run.h"
 
+#include "stage/cli/commands/check.h"
 #include "stage/cli/commands/run_file.h"
-#include "stage/cli/explore/explore.h"
 #include "stage/cli/many/workers.h"
 #include "stage/cli/report/progress.h"
 #include "stage/cli/report/run_report.h"
@@ -59,42 +59,75 @@ private:
     ExitStatus status_ = exitDone;
 };
 
+// A report of the failure, for a plug-in that has to be stopped within its call.
+FileReport stopped(const RunOptions& options, std::size_t input, const Problem& problem) {
+    return reportOf(failedOutcome(options.inputs[input], problem), options.dryRun);
+}
+
+FileReport endSession(const RunOptions& options, Session& session, FileOutcome outcome) {
+    if (auto ended = session.module->shutDown(); !ended) {
+        outcome.problems.push_back(ended.problem());
+        outcome.status = exitFailed;
+    }
+    return reportOf(outcome, options.dryRun);
+}
+
 // Each file is worked on in a process of its own, so that not even a crash stops the others.
-void runMany(const RunOptions& options, const Module& module, Reports& reports) {
+void runInWorkers(const RunOptions& options, Reports& reports) {
     Progress progress(std::cerr, isatty(STDERR_FILENO) != 0, options.inputs.size());
     Workers workers;
-    workers.work = [&](std::size_t i) {
-        return packed(reportOf(runFile(options, module, options.inputs[i]), options.dryRun));
+    workers.work = [&](std::size_t i, const Workers::EndWith& endWith) {
+        auto session = Session::open(options);
+        if (!session) return packed(stopped(options, i, session.problem()));
+        session.value()->user.giveUp = [&](const Problem& problem) {
+            endWith(packed(stopped(options, i, problem)));
+        };
+        auto outcome = runFile(options, *session.value(), options.inputs[i]);
+        return packed(endSession(options, *session.value(), std::move(outcome)));
     };
-    workers.started = [&](std::size_t i) { progress.started(options.inputs[i].string()); };
+    const bool several = options.inputs.size() > 1;
+    workers.started = [&](std::size_t i) {
+        if (several) progress.started(options.inputs[i].string());
+    };
     workers.ended = [&](std::size_t i, const Result<std::string>& answer) {
-        progress.finished(options.inputs[i].string());
-        if (answer) {
-            reports.add(i, unpacked(answer.value()));
-        } else {
-            FileOutcome outcome;
-            outcome.input = options.inputs[i];
-            outcome.problems = {answer.problem()};
-            outcome.status = exitFailed;
-            reports.add(i, reportOf(outcome, options.dryRun));
-        }
-        progress.show();
+        if (several) progress.finished(options.inputs[i].string());
+        reports.add(i, answer ? unpacked(answer.value()) : stopped(options, i, answer.problem()));
+        if (several) progress.show();
     };
     const std::size_t jobs = options.jobs > 0 ? options.jobs : std::thread::hardware_concurrency();
     runWorkers(options.inputs.size(), std::max<std::size_t>(jobs, 1), workers);
 }
 
+void runHere(const RunOptions& options, Reports& reports) {
+    auto session = Session::open(options);
+    for (std::size_t i = 0; i < options.inputs.size(); ++i) {
+        if (!session) {
+            reports.add(i, stopped(options, i, session.problem()));
+            continue;
+        }
+        auto outcome = runFile(options, *session.value(), options.inputs[i]);
+        const bool isLast = i + 1 == options.inputs.size();
+        reports.add(i, isLast ? endSession(options, *session.value(), std::move(outcome))
+                              : reportOf(outcome, options.dryRun));
+    }
+}
+
+// A step of the program's own plug-in that cannot work is found before any file is opened. Nothing
+// of another plug-in is started for that.
+std::optional<Refusal> checkSteps(const RunOptions& options) {
+    std::error_code ignored;
+    if (!std::filesystem::exists(options.plugin, ignored))
+        return Refusal{
+            exitFailed,
+            {"cannot use the plug-in", options.plugin.string(), "there is no such file"}};
+    if (!Module::isOwn(options.plugin)) return std::nullopt;
+    return checkInProcess(options.plugin, options.server, options.steps);
+}
+
 } // namespace
 
 ExitStatus run(const RunOptions& options) {
-    auto module = Module::open(options.plugin);
-    if (!module) return fail(exitFailed, module.problem());
-    const auto offer = explore(module.value());
-    if (!offer) return fail(exitFailed, offer.problem());
-    // A step that cannot work is found before any file is opened.
-    for (const Step& step : options.steps)
-        if (auto possible = checkStep(offer.value(), step); !possible)
-            return fail(exitUsage, possible.problem());
+    if (const auto refusal = checkSteps(options)) return fail(refusal->status, refusal->problem);
     if (auto possible = checkOutputs(options); !possible)
         return fail(exitUsage, possible.problem());
     if (!options.outputFolder.empty() && !options.dryRun) {
@@ -110,11 +143,7 @@ ExitStatus run(const RunOptions& options) {
             return fail(exitFailed, saved.problem());
 
     Reports reports(options);
-    if (options.inputs.size() == 1)
-        reports.add(0,
-                    reportOf(runFile(options, module.value(), options.inputs[0]), options.dryRun));
-    else
-        runMany(options, module.value(), reports);
+    options.inProcess ? runHere(options, reports) : runInWorkers(options, reports);
     return reports.finish();
 }
 

@@ -24,6 +24,9 @@ struct RunOptions {
     std::size_t jobs = 1; // inputs worked on at a time; 0: as many as there are processors
     ReportForm report = ReportForm::text;
     std::filesystem::path plugin;
+    std::string server; // of the plug-in's; empty: the first
+    // Work in this process, without those that keep a plug-in's crash away: for debuggers.
+    bool inProcess = false;
     std::filesystem::path motionsFolder; // of "Directory Info"
 };
 

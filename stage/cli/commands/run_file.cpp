@@ -3,7 +3,8 @@
 #include "stage/base/text.h"
 #include "stage/formats/registry.h"
 #include "stage/scene/summary.h"
-#include "stage/services/host.h"
+
+#include <algorithm>
 
 namespace cadencora::stage {
 
@@ -30,8 +31,11 @@ Result<> prepare(Host& host, const Step& step) {
     return done();
 }
 
-// Presses one button. False: the run of this file ends here.
-bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outcome) {
+// Takes one step, which is `action` as the user sees it. False: the run of this file ends here.
+bool takeStep(Session& session, const Step& step, const std::function<Result<>()>& action,
+              FileOutcome& outcome) {
+    Host& host = session.host;
+    const ScriptedUser& user = session.user;
     if (auto ready = prepare(host, step); !ready) {
         outcome.problems.push_back(ready.problem());
         outcome.status = exitUsage;
@@ -40,11 +44,13 @@ bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outc
     StepOutcome result{step.press, {}, {}, {}};
     Result<> performed = done();
     result.changes = host.event(
-        step.press, [&] { performed = user.perform(step); },
+        step.press, [&] { performed = action(); },
         [&] { return performed.ok() && !user.sawError(); });
     result.dialogs = user.dialogs();
     result.messages = user.messages();
-    outcome.steps.push_back(std::move(result));
+    const bool isSilent =
+        result.dialogs.empty() && result.messages.empty() && result.changes.empty();
+    if (!step.isStart || !isSilent) outcome.steps.push_back(std::move(result));
 
     const auto problems = host.takeProblems();
     outcome.problems.insert(outcome.problems.end(), problems.begin(), problems.end());
@@ -57,45 +63,86 @@ bool runStep(Host& host, ScriptedUser& user, const Step& step, FileOutcome& outc
     return outcome.status == exitDone;
 }
 
+// Starts the plug-in on the scene: by the first step, if that is about the start.
+bool startPlugin(Session& session, const std::vector<Step>& steps, FileOutcome& outcome) {
+    Step start;
+    if (!steps.empty() && steps.front().isStart) start = steps.front();
+    start.isStart = true;
+    start.press = "start of " + session.module->serverName();
+    Result<> activated = done();
+    const auto activate = [&] {
+        activated = session.module->activate(&Host::lookup, Host::layoutGeneric());
+        return done();
+    };
+    const bool taken = takeStep(
+        session, start,
+        [&] {
+            const auto performed = session.user.perform(start, activate);
+            return activated ? performed : activated;
+        },
+        outcome);
+    if (!activated) outcome.status = exitFailed;
+    return taken;
+}
+
+// What a failed run leaves on the disk all the same.
+void nameWrittenFiles(const Host& host, FileOutcome& outcome) {
+    constexpr std::size_t most = 5;
+    const auto& files = host.files.written;
+    std::string names;
+    for (std::size_t i = 0; i < std::min(files.size(), most); ++i)
+        names += (i == 0 ? "" : ", ") + files[i].string();
+    if (files.size() > most) names += " and " + std::to_string(files.size() - most) + " more";
+    if (!names.empty()) outcome.warnings.push_back("the plug-in had already written " + names);
+}
+
+bool takeSteps(const RunOptions& options, Session& session, FileOutcome& outcome) {
+    if (!startPlugin(session, options.steps, outcome)) return false;
+    return std::ranges::all_of(options.steps, [&](const Step& step) {
+        return step.isStart ||
+               takeStep(
+                   session, step, [&] { return session.user.perform(step); }, outcome);
+    });
+}
+
 } // namespace
+
+FileOutcome failedOutcome(const std::filesystem::path& input, Problem problem) {
+    FileOutcome outcome;
+    outcome.input = input;
+    outcome.problems = {std::move(problem)};
+    outcome.status = exitFailed;
+    return outcome;
+}
 
 std::filesystem::path outputOf(const RunOptions& options, const std::filesystem::path& input) {
     if (!options.outputFolder.empty()) return options.outputFolder / input.filename();
     return options.output;
 }
 
-FileOutcome runFile(const RunOptions& options, const Module& module,
+FileOutcome runFile(const RunOptions& options, Session& session,
                     const std::filesystem::path& input) {
+    session.returnToFolder();
+    auto loaded = readScene(input, options.reading);
+    if (!loaded) return failedOutcome(input, loaded.problem());
     FileOutcome outcome;
     outcome.input = input;
-    const auto fail = [&](const Problem& problem) {
-        outcome.problems.push_back(problem);
-        outcome.status = exitFailed;
-    };
-    auto loaded = readScene(input, options.reading);
-    if (!loaded) {
-        fail(loaded.problem());
-        return outcome;
-    }
     outcome.warnings = std::move(loaded->warnings);
     outcome.summary = summary(loaded->scene);
-
-    ScriptedUser user(options.dryRun);
-    Host host(std::move(loaded->scene), user,
-              {.motionsDirectory = options.motionsFolder, .writeFiles = !options.dryRun});
-    user.lookAt(host.scene());
-    if (auto active = module.activate(&Host::lookup, Host::layoutGeneric()); !active) {
-        fail(active.problem());
+    session.host.load(std::move(loaded->scene));
+    const bool taken = takeSteps(options, session, outcome);
+    session.returnToFolder();
+    if (!taken) {
+        nameWrittenFiles(session.host, outcome);
         return outcome;
     }
-    for (const Step& step : options.steps)
-        if (!runStep(host, user, step, outcome)) return outcome;
 
     const auto output = outputOf(options, input);
     if (options.dryRun || output.empty()) return outcome;
-    auto written = writeScene(host.scene(), output);
+    auto written = writeScene(session.host.scene(), output);
     if (!written) {
-        fail(written.problem());
+        outcome.problems.push_back(written.problem());
+        outcome.status = exitFailed;
         return outcome;
     }
     outcome.written = output;

@@ -1,6 +1,5 @@
 #include "stage/cli/explore/explore.h"
 
-#include "stage/base/text.h"
 #include "stage/panels/actions.h"
 #include "stage/panels/labels.h"
 #include "stage/services/host.h"
@@ -11,24 +10,28 @@ namespace cadencora::stage {
 
 namespace {
 
-// Accepts the first `depth` dialogs of a press and cancels the rest, keeping a copy of each.
+// Accepts the first `depth` dialogs of an action and cancels the rest, keeping a copy of each.
 class Explorer : public FrontEnd {
 public:
     int depth = 0;
-    std::deque<DialogCopy>* dialogs = nullptr; // of the press under way
-    PanelModel* main = nullptr;
+    bool accepts = false;                     // questions
+    std::deque<PanelCopy>* dialogs = nullptr; // of the action under way
+    std::vector<PanelModel*> panels;          // floating, in the order of opening
 
     const TextMetrics& metrics() const override { return metrics_; }
     int displayWidth() const override { return 1920; }
     int displayHeight() const override { return 1080; }
-    void showFloating(PanelModel& panel) override { main = &panel; }
+    void showFloating(PanelModel& panel) override {
+        if (std::ranges::find(panels, &panel) == panels.end()) panels.push_back(&panel);
+    }
     bool runModal(PanelModel& panel) override {
         dialogs->emplace_back(panel);
         return static_cast<int>(dialogs->size()) <= depth;
     }
-    void panelDestroyed(PanelModel&) override {}
+    void panelClosed(PanelModel&) override {}
+    void panelDestroyed(PanelModel& panel) override { std::erase(panels, &panel); }
     void show(const Message&) override {}
-    bool ask(const Message&) override { return true; }
+    bool ask(const Message&) override { return accepts; }
 
 private:
     FixedMetrics metrics_;
@@ -47,7 +50,7 @@ Scene scratchScene() {
 void exploreButton(Explorer& user, Host& host, ControlModel& button, ButtonOffer& offer) {
     constexpr int deepest = 8;
     for (user.depth = 0; user.depth < deepest; ++user.depth) {
-        std::deque<DialogCopy> seen;
+        std::deque<PanelCopy> seen;
         user.dialogs = &seen;
         host.event(
             offer.label, [&] { (void)press(button); }, [] { return false; });
@@ -57,9 +60,39 @@ void exploreButton(Explorer& user, Host& host, ControlModel& button, ButtonOffer
     }
 }
 
+// Each button once, on the first tab that shows it. A handler may add controls to the panel or
+// destroy it.
+void exploreButtons(Explorer& user, Host& host, PanelModel& panel, PanelOffer& offer) {
+    const std::vector<ControlModel*> atStart = panel.controls;
+    const auto tabs = std::ranges::find(atStart, ControlType::tabs, &ControlModel::type);
+    const bool hasTabs = tabs != atStart.end();
+    const std::size_t tabCount = hasTabs ? (*tabs)->choices.size() : 1;
+    const std::vector<std::string> names = hasTabs ? (*tabs)->choices : std::vector<std::string>(1);
+    for (std::size_t tab = 0; tab < tabCount && !panel.destroyed; ++tab) {
+        std::deque<PanelCopy> unseen;
+        user.dialogs = &unseen;
+        if (hasTabs)
+            host.event(
+                "tab", [&] { (void)setInteger(**tabs, static_cast<int>(tab)); },
+                [] { return false; });
+        for (std::size_t i = 0; i < panel.controls.size() && !panel.destroyed; ++i) {
+            ControlModel& control = *panel.controls[i];
+            const bool isKnown =
+                std::ranges::find(offer.buttons, i, &ButtonOffer::index) != offer.buttons.end();
+            if (control.type != ControlType::button || !control.drawn || isKnown) continue;
+            ButtonOffer& button = offer.buttons.emplace_back();
+            button.tab = names[tab];
+            button.label = shownLabel(control);
+            button.index = i;
+            button.connected = control.handler != nullptr;
+            exploreButton(user, host, control, button);
+        }
+    }
+}
+
 } // namespace
 
-DialogCopy::DialogCopy(const PanelModel& original) : panel(original) {
+PanelCopy::PanelCopy(const PanelModel& original) : panel(original) {
     panel.controls.clear();
     for (const ControlModel* control : original.controls) {
         controls.push_back(*control);
@@ -68,69 +101,31 @@ DialogCopy::DialogCopy(const PanelModel& original) : panel(original) {
     }
 }
 
-Result<PluginOffer> explore(const Module& module) {
+Result<PluginOffer> explore(const Module& module, bool press) {
     Explorer user;
     HostOptions options;
     options.writeFiles = false;
     Host host(scratchScene(), user, options);
-    if (auto active = module.activate(&Host::lookup, Host::layoutGeneric()); !active)
-        return active.problem();
-    if (!user.main) return Problem{"the plug-in has opened no panel", module.path().string(), {}};
 
     PluginOffer offer;
-    offer.title = user.main->title;
-    const auto& controls = user.main->controls;
-    const auto tabs = std::ranges::find(controls, ControlType::tabs, &ControlModel::type);
-    const int tabCount = tabs == controls.end() ? 1 : static_cast<int>((*tabs)->choices.size());
-    for (int tab = 0; tab < tabCount; ++tab) {
-        if (tabs != controls.end()) (void)setInteger(**tabs, tab);
-        for (ControlModel* control : controls) {
-            if (control->type != ControlType::button || !control->drawn) continue;
-            ButtonOffer& button = offer.buttons.emplace_back();
-            if (tabs != controls.end())
-                button.tab = (*tabs)->choices[static_cast<std::size_t>(tab)];
-            button.label = shownLabel(*control);
-            button.connected = control->handler != nullptr;
-            exploreButton(user, host, *control, button);
-        }
+    offer.server = module.serverName();
+    offer.servers = module.serverNames();
+    offer.isExplored = press;
+    user.accepts = press;
+    user.depth = press ? 100 : 0;
+    user.dialogs = &offer.dialogs;
+    Result<> active = done();
+    host.event(
+        "start", [&] { active = module.activate(&Host::lookup, Host::layoutGeneric()); },
+        [] { return false; });
+    if (!active) return active.problem();
+    for (std::size_t i = 0; i < user.panels.size(); ++i) { // a button may open another one
+        PanelModel& panel = *user.panels[i];
+        PanelOffer& known = offer.panels.emplace_back(panel);
+        if (!press) continue;
+        exploreButtons(user, host, panel, known);
     }
     return offer;
-}
-
-Result<> checkStep(const PluginOffer& offer, const Step& step) {
-    const auto matches = [&](const ButtonOffer& button) {
-        return equalNoCase(button.label, trimmed(step.press));
-    };
-    const auto button = std::ranges::find_if(offer.buttons, matches);
-    if (button == offer.buttons.end()) {
-        std::vector<std::string> names;
-        for (const ButtonOffer& known : offer.buttons)
-            names.push_back(known.label);
-        return Problem{"no button is labelled " + inQuotes(step.press), offer.title,
-                       alternatives(step.press, std::move(names), 20)};
-    }
-    if (!button->connected)
-        return Problem{"the button has no command yet", inQuotes(button->label), {}};
-    for (const Step::Setting& setting : step.settings) {
-        std::vector<std::string> offered;
-        std::optional<Problem> problem;
-        bool found = false;
-        for (const DialogCopy& dialog : button->dialogs) {
-            const auto named = controlsNamed(dialog.panel, setting.label);
-            found = found || named.size() == 1;
-            if (named.size() > 1) problem = findControl(dialog.panel, setting.label).problem();
-            for (auto& label : labels(dialog.panel))
-                offered.push_back(std::move(label));
-        }
-        if (found) continue;
-        if (!problem)
-            problem = Problem{"no dialog has a control labelled " + inQuotes(setting.label),
-                              {},
-                              alternatives(setting.label, std::move(offered), 30)};
-        problem->where = inQuotes(button->label);
-        return *problem;
-    }
-    return done();
 }
 
 } // namespace cadencora::stage

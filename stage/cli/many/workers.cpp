@@ -2,9 +2,13 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
+#include <optional>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -31,9 +35,19 @@ bool writeAll(int descriptor, std::string_view bytes) {
 }
 
 // A last byte marks the answer as whole, so that one that was cut off is recognised.
-[[noreturn]] void workAndExit(const Workers& workers, std::size_t piece, int pipe) {
-    const bool sent = writeAll(pipe, workers.work(piece) + "!");
+[[noreturn]] void answerAndExit(const std::string& answer, int pipe) {
+    const bool sent = writeAll(pipe, answer + "!");
+    std::cout.flush(); // what a plug-in has printed
+    std::fflush(nullptr);
     _exit(sent ? 0 : 1); // without what the parent has registered for its own exit
+}
+
+[[noreturn]] void workAndExit(const Workers& workers, std::size_t piece, int pipe, pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // work that never returns ends with the program
+    if (getppid() != parent) _exit(1);
+    answerAndExit(
+        workers.work(piece, [pipe](const std::string& answer) { answerAndExit(answer, pipe); }),
+        pipe);
 }
 
 Result<Worker> startWorker(const Workers& workers, std::size_t piece) {
@@ -42,11 +56,13 @@ Result<Worker> startWorker(const Workers& workers, std::size_t piece) {
     };
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) return fail();
+    std::cout.flush();
     std::fflush(nullptr);
+    const pid_t parent = getpid();
     const pid_t process = fork();
     if (process == 0) {
         close(ends[0]);
-        workAndExit(workers, piece, ends[1]);
+        workAndExit(workers, piece, ends[1], parent);
     }
     close(ends[1]); // or the end of the answer would never be seen
     if (process > 0) return Worker{piece, process, ends[0], {}};
@@ -83,6 +99,16 @@ bool readMore(Worker& worker) {
 
 } // namespace
 
+Result<std::string> workApart(const std::function<std::string()>& work) {
+    std::optional<Result<std::string>> answer;
+    runWorkers(
+        1, 1,
+        {.work = [&](std::size_t, const Workers::EndWith&) { return work(); },
+         .started = [](std::size_t) {},
+         .ended = [&](std::size_t, Result<std::string> given) { answer = std::move(given); }});
+    return std::move(*answer);
+}
+
 void runWorkers(std::size_t count, std::size_t atOnce, const Workers& workers) {
     std::vector<Worker> running;
     std::size_t next = 0;
@@ -96,6 +122,7 @@ void runWorkers(std::size_t count, std::size_t atOnce, const Workers& workers) {
             else
                 workers.ended(piece, worker.problem());
         }
+        if (running.empty()) continue; // none could be started
         std::vector<pollfd> pipes;
         pipes.reserve(running.size());
         for (const Worker& worker : running)

@@ -2,6 +2,7 @@
 
 #include "stage/base/text.h"
 #include "stage/cli/report/json.h"
+#include "stage/cli/report/packed_texts.h"
 #include "stage/scene/summary.h"
 
 #include <sstream>
@@ -101,24 +102,15 @@ FileReport reportOf(const FileOutcome& outcome, bool dryRun) {
             lineOf(outcomeJson(outcome))};
 }
 
-// The texts go as byte strings, since they may hold names that are not UTF-8.
 std::string packed(const FileReport& report) {
-    const auto bytes = [](const std::string& text) {
-        return Json::binary({text.begin(), text.end()});
-    };
-    const auto packet =
-        Json::to_cbor(Json::array({bytes(report.file), int{report.status}, bytes(report.text),
-                                   bytes(report.errors), bytes(report.json)}));
-    return {packet.begin(), packet.end()};
+    return packedTexts(
+        {report.file, std::to_string(report.status), report.text, report.errors, report.json});
 }
 
 FileReport unpacked(std::string_view bytes) {
-    const Json packet = Json::from_cbor(bytes);
-    const auto text = [&](std::size_t i) {
-        const auto& binary = packet.at(i).get_binary();
-        return std::string(binary.begin(), binary.end());
-    };
-    return {text(0), static_cast<ExitStatus>(packet.at(1).get<int>()), text(2), text(3), text(4)};
+    const auto texts = unpackedTexts(bytes);
+    return {texts.at(0), static_cast<ExitStatus>(std::stoi(texts.at(1))), texts.at(2), texts.at(3),
+            texts.at(4)};
 }
 
 void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostream& out) {

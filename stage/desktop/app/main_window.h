@@ -30,7 +30,8 @@ public:
                   Document::Origin origin = Document::Origin::opened);
     bool saveFile(const QString& path);
     bool exportFile(const QString& path);
-    bool startPlugin(const QString& path = {}); // empty: the usual one
+    // Empty: the usual plug-in, and the server that the user picks where there are several.
+    bool startPlugin(const QString& path = {}, const QString& server = {});
 
     Document& document() { return document_; }
     Playback& playback() { return playback_; }

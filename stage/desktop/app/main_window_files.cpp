@@ -5,11 +5,13 @@
 #include "stage/desktop/app/long_work.h"
 #include "stage/desktop/app/main_window.h"
 #include "stage/desktop/app/recent_files.h"
+#include "stage/desktop/widgets/qt_text.h"
 #include "stage/formats/registry.h"
 
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QRegularExpression>
@@ -146,9 +148,30 @@ void MainWindow::openClip(const QString& clip) {
         document_.select(selection);
 }
 
-bool MainWindow::startPlugin(const QString& path) {
-    const auto started = document_.startPlugin(
-        path.isEmpty() ? Module::defaultPath() : std::filesystem::path(path.toStdString()));
+// Of several servers the user picks one, unless it is named.
+bool MainWindow::startPlugin(const QString& path, const QString& server) {
+    const auto start = [&]() -> Result<> {
+        const auto opened = document_.openPlugin(
+            path.isEmpty() ? Module::defaultPath() : std::filesystem::path(path.toStdString()));
+        if (!opened) return opened.problem();
+        Module& module = *opened.value();
+        QStringList names;
+        for (const std::string& name : module.serverNames())
+            names.append(qtText(name));
+        bool isPicked = true;
+        const QString picked =
+            server.isEmpty() && names.size() > 1
+                ? QInputDialog::getItem(
+                      this, tr("Start a Plug-in"), tr("Server"), names,
+                      static_cast<int>(names.indexOf(qtText(module.serverName()))), false,
+                      &isPicked)
+                : server;
+        if (!isPicked) return done();
+        if (!picked.isEmpty())
+            if (auto used = module.useServer(picked.toStdString()); !used) return used;
+        return document_.startPlugin(module);
+    };
+    const auto started = start();
     if (!started)
         QMessageBox::critical(this, tr("Error"), QString::fromStdString(started.problem().text()));
     return started.ok();

@@ -77,7 +77,7 @@ void MainWindow::addViewMenu() {
 void MainWindow::addPluginMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&Plug-in"));
     menu->addAction(tr("&Cadencora"), QKeySequence(Qt::Key_F2), this, [this] {
-        if (!frontEnd_.bringUpPanel()) startPlugin();
+        if (!frontEnd_.bringUpPanels()) startPlugin();
     });
     menu->addAction(tr("&Start Another…"), this, [this] {
         const QString path = QFileDialog::getOpenFileName(this, tr("Start a Plug-in"), {},

@@ -66,12 +66,15 @@ int runDesktop(int argc, char** argv) {
     const QCommandLineOption start(QStringLiteral("start"),
                                    QStringLiteral("a plug-in to start at once"),
                                    QStringLiteral("path"));
+    const QCommandLineOption server(QStringLiteral("server"),
+                                    QStringLiteral("which of the plug-in's servers"),
+                                    QStringLiteral("name"));
     const QCommandLineOption select(QStringLiteral("select"),
                                     QStringLiteral("an item to select; may be given again"),
                                     QStringLiteral("name"));
     const QCommandLineOption frame(QStringLiteral("frame"), QStringLiteral("the frame to go to"),
                                    QStringLiteral("number"));
-    parser.addOptions({start, select, frame});
+    parser.addOptions({start, server, select, frame});
     parser.process(application);
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) {
@@ -83,7 +86,8 @@ int runDesktop(int argc, char** argv) {
     restorePlaces(window);
     window.show();
     if (!files.isEmpty() && !window.openFile(files.first())) return 1;
-    if (parser.isSet(start) && !window.startPlugin(parser.value(start))) return 1;
+    if (parser.isSet(start) && !window.startPlugin(parser.value(start), parser.value(server)))
+        return 1;
     if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;
     const int status = QApplication::exec();
     savePlaces(window);

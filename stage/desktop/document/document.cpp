@@ -10,34 +10,35 @@
 
 namespace cadencora::stage {
 
-Document::Document(DocumentFrontEnd& frontEnd) : frontEnd_(frontEnd) {
+namespace {
+
+Scene emptyScene() {
     Scene empty;
     empty.lastFrame = empty.previewLast = 60;
-    adopt(std::move(empty));
+    return empty;
 }
 
-Document::~Document() {
-    frontEnd_.closePanels();
-}
+} // namespace
+
+Document::Document(FrontEnd& frontEnd) : frontEnd_(frontEnd), host_(emptyScene(), frontEnd) {}
 
 std::string Document::name() const {
     if (path_.empty()) return "Untitled";
     return path_.filename().string() + (imported_ ? " (imported)" : "");
 }
 
-// Hosts hand the tables back to the one before them, so the old one goes first.
-void Document::adopt(Scene scene) {
-    frontEnd_.closePanels();
-    host_.reset();
-    host_ = std::make_unique<Host>(std::move(scene), frontEnd_);
-    recorder_.clear();
-    position_ = savedPosition_ = 0;
+void Document::setPath(const std::filesystem::path& path) {
+    std::error_code ignored;
+    path_ = path;
+    host_.sceneDirectory = std::filesystem::absolute(path, ignored).parent_path();
 }
 
 Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesystem::path& path,
                                                 Origin origin) {
-    adopt(std::move(loaded.scene));
-    path_ = path;
+    host_.load(std::move(loaded.scene));
+    recorder_.clear();
+    position_ = savedPosition_ = 0;
+    setPath(path);
     imported_ = origin == Origin::imported;
     clips_ = std::move(loaded.clips);
     clip_ = std::move(loaded.clip);
@@ -46,8 +47,7 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
         news_ += "; " + note;
     emit changed(Change::scene);
     if (module_)
-        if (auto active = module_->activate(&Host::lookup, Host::layoutGeneric()); !active)
-            return active.problem();
+        if (auto active = startPlugin(*module_); !active) return active.problem();
     return std::move(loaded.warnings);
 }
 
@@ -58,7 +58,7 @@ Result<std::vector<std::string>> Document::save(const std::filesystem::path& pat
         clips_.clear();
         clip_.clear();
     }
-    path_ = path;
+    setPath(path);
     imported_ = false;
     savedPosition_ = position_;
     news_ = "wrote " + path.string();
@@ -74,13 +74,38 @@ Result<std::vector<std::string>> Document::exportTo(const std::filesystem::path&
     return std::move(written->warnings);
 }
 
-Result<> Document::startPlugin(const std::filesystem::path& path) {
+Result<Module*> Document::openPlugin(const std::filesystem::path& path) {
+    std::error_code ignored;
+    const auto file = std::filesystem::weakly_canonical(path, ignored);
+    if (const auto known = modules_.find(file); known != modules_.end()) return &known->second;
     auto module = Module::open(path);
     if (!module) return module.problem();
-    auto active = module->activate(&Host::lookup, Host::layoutGeneric());
-    if (active) module_ = std::move(module.value());
+    return &modules_.emplace(file, std::move(module.value())).first->second;
+}
+
+Result<> Document::startPlugin(Module& module) {
+    const std::string name = "Start of " + module.serverName();
+    Result<> active = done();
+    const ChangeReport report = edit(name, [&] {
+        active = module.activate(&Host::lookup, Host::layoutGeneric());
+        failed_ = failed_ || !active;
+    });
+    if (active) module_ = &module;
+    if (!report.empty()) finishEdit(name, report);
     tellProblems();
+    emit changed(Change::keys | Change::range | Change::selection | Change::time);
     return active;
+}
+
+// Runs something of the plug-in's as one edit. After an error there is none, and failed_ is set.
+ChangeReport Document::edit(const std::string& name, const std::function<void()>& action) {
+    failed_ = false;
+    ++depth_;
+    clock_.start(qtText(name));
+    ChangeReport report = host_.event(name, action, [&] { return !failed_; });
+    clock_.stop();
+    --depth_;
+    return report;
 }
 
 Changes Document::differenceFrom(const std::vector<ItemId>& selection, double time) const {
@@ -94,32 +119,31 @@ Result<> Document::use(ControlModel& control, const Action& action) {
     if (depth_ > 0) { // in a dialog
         const int errors = errors_;
         ++depth_;
-        Result<> result = action(control);
+        Result<> result = done();
+        host_.event(std::string(shownLabel(control)), [&] { result = action(control); });
         --depth_;
         // A value that the plug-in refused with an error is not recorded.
         if (result && errors_ == errors) recorder_.set(control, scene());
         emit controlsChanged();
         return result;
     }
+    const std::string name(shownLabel(control));
     const auto selection = scene().selection;
     const double time = scene().currentTime;
-    recorder_.begin(control, scene());
+    Panels floating;
+    for (const PanelModel& panel : host_.panels().panels())
+        if (panel.state == PanelState::floating) floating.push_back(&panel);
+    recorder_.begin(control, floating, scene());
     Result<> result = done();
-    failed_ = false;
-    ++depth_;
-    clock_.start(qtText(shownLabel(control)));
-    ChangeReport report = host_->event(
-        std::string(shownLabel(control)), [&] { result = action(control); },
-        [&] { return !failed_; });
-    clock_.stop();
-    --depth_;
+    const ChangeReport report = edit(name, [&] { result = action(control); });
     Changes what = differenceFrom(selection, time);
     if (!report.empty() || failed_) what |= Change::keys | Change::range;
-    if (failed_) {
-        finishFailed(control);
+    if (failed_) { // as in the headless program: a script would stop here
+        recorder_.abandon();
+        news_ = name + ": ended with an error and changed nothing";
     } else {
         recorder_.end(!report.empty(), scene());
-        if (control.type == ControlType::button || !report.empty()) finishEdit(control, report);
+        if (control.type == ControlType::button || !report.empty()) finishEdit(name, report);
     }
     tellProblems();
     emit changed(what);
@@ -132,8 +156,8 @@ void Document::countError() {
     if (depth_ == 1) failed_ = true;
 }
 
-void Document::finishEdit(const ControlModel& control, const ChangeReport& report) {
-    news_ = std::string(shownLabel(control)) + ": " + changeText(report);
+void Document::finishEdit(const std::string& name, const ChangeReport& report) {
+    news_ = name + ": " + changeText(report);
     constexpr double worthTelling = 0.1; // seconds
     if (clock_.seconds() >= worthTelling)
         news_ += ", in " + QString::number(clock_.seconds(), 'f', 1).toStdString() + " s";
@@ -142,14 +166,8 @@ void Document::finishEdit(const ControlModel& control, const ChangeReport& repor
     ++position_;
 }
 
-// As the headless program does: the scene is as it was before, and a script would stop here.
-void Document::finishFailed(const ControlModel& control) {
-    recorder_.abandon();
-    news_ = std::string(shownLabel(control)) + ": ended with an error and changed nothing";
-}
-
 void Document::tellProblems() {
-    const std::vector<Problem> problems = host_->takeProblems();
+    const std::vector<Problem> problems = host_.takeProblems();
     if (problems.empty()) return;
     std::string text;
     for (const Problem& problem : problems)
@@ -158,20 +176,20 @@ void Document::tellProblems() {
 }
 
 void Document::undo() {
-    const std::string* undone = host_->journal().undoName();
+    const std::string* undone = host_.journal().undoName();
     if (isBusy() || !undone) return;
     news_ = "undid " + inQuotes(*undone);
-    host_->undo();
+    host_.undo();
     --position_;
     recorder_.undone();
     emit changed(Change::keys | Change::range);
 }
 
 void Document::redo() {
-    const std::string* redone = host_->journal().redoName();
+    const std::string* redone = host_.journal().redoName();
     if (isBusy() || !redone) return;
     news_ = "did " + inQuotes(*redone) + " again";
-    host_->redo();
+    host_.redo();
     ++position_;
     recorder_.redone();
     emit changed(Change::keys | Change::range);
@@ -179,14 +197,14 @@ void Document::redo() {
 
 void Document::select(std::vector<ItemId> items) {
     if (items == scene().selection) return;
-    host_->select(std::move(items));
+    host_.select(std::move(items));
     emit changed(Change::selection);
 }
 
 void Document::setTime(double seconds) {
     if (seconds == scene().currentTime) return;
-    host_->mutableScene().currentTime = seconds;
-    host_->refreshRecords();
+    host_.mutableScene().currentTime = seconds;
+    host_.refreshRecords();
     emit changed(Change::time);
 }
 
@@ -197,11 +215,11 @@ void Document::stepFrames(int frames) {
 }
 
 void Document::setPreview(std::int64_t first, std::int64_t last) {
-    Scene& scene = host_->mutableScene();
+    Scene& scene = host_.mutableScene();
     if (first > last || (scene.previewFirst == first && scene.previewLast == last)) return;
     scene.previewFirst = first;
     scene.previewLast = last;
-    host_->refreshRecords();
+    host_.refreshRecords();
     emit changed(Change::range);
 }
 

@@ -4,7 +4,6 @@
 // changed(). Everything that they let the user do goes through the functions below.
 #pragma once
 
-#include "stage/desktop/document/document_front_end.h"
 #include "stage/desktop/document/work_clock.h"
 #include "stage/formats/registry.h"
 #include "stage/module/module.h"
@@ -14,7 +13,7 @@
 #include <QObject>
 
 #include <filesystem>
-#include <memory>
+#include <map>
 
 namespace cadencora::stage {
 
@@ -31,12 +30,11 @@ Q_DECLARE_FLAGS(Changes, Change)
 class Document : public QObject {
     Q_OBJECT
 public:
-    explicit Document(DocumentFrontEnd& frontEnd); // which must outlive it
-    ~Document() override;
+    explicit Document(FrontEnd& frontEnd); // which must outlive it
 
-    const Scene& scene() const { return host_->scene(); }
-    Host& host() { return *host_; }
-    const Host& host() const { return *host_; }
+    const Scene& scene() const { return host_.scene(); }
+    Host& host() { return host_; }
+    const Host& host() const { return host_; }
     // The file that the scene came from or was saved to; empty: none.
     const std::filesystem::path& path() const { return path_; }
     bool isImported() const { return imported_; }                    // and not to be saved over
@@ -55,8 +53,10 @@ public:
     Result<std::vector<std::string>> save(const std::filesystem::path& path);
     Result<std::vector<std::string>> exportTo(const std::filesystem::path& path);
 
-    // Opens the plug-in's panel; a file opened later opens it again.
-    Result<> startPlugin(const std::filesystem::path& path);
+    // The plug-in of a file; it is opened once and kept until the end.
+    Result<Module*> openPlugin(const std::filesystem::path& path);
+    // Starts it; a scene that is opened later starts it again.
+    Result<> startPlugin(Module& module);
 
     // What the user does to a control, one of the functions of actions.h. On a floating panel it is
     // an edit of its own, named after the control; in a dialog it is part of the edit under way.
@@ -89,15 +89,16 @@ signals:
     void controlsChanged(); // panels may look different
 
 private:
-    void adopt(Scene scene);
-    void finishEdit(const ControlModel& control, const ChangeReport& report);
-    void finishFailed(const ControlModel& control);
+    void setPath(const std::filesystem::path& path);
+    ChangeReport edit(const std::string& name, const std::function<void()>& action);
+    void finishEdit(const std::string& name, const ChangeReport& report);
     void tellProblems();
     Changes differenceFrom(const std::vector<ItemId>& selection, double time) const;
 
-    DocumentFrontEnd& frontEnd_;
-    std::unique_ptr<Host> host_;
-    std::optional<Module> module_;
+    FrontEnd& frontEnd_;
+    Host host_;
+    std::map<std::filesystem::path, Module> modules_; // every one that was opened
+    Module* module_ = nullptr;                        // the one started last
     std::filesystem::path path_;
     bool imported_ = false;
     std::vector<std::string> clips_;

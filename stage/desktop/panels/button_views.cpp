@@ -47,7 +47,7 @@ private:
     QCheckBox* box_;
 };
 
-// One of several, side by side, all to be seen at once.
+// One of several, side by side or one below the other, all to be seen at once.
 class ChoiceView : public ControlView {
 public:
     ChoiceView(ControlModel& model, const PanelContext& context, QWidget* parent)
@@ -76,6 +76,15 @@ private:
     // Each gets its text's width and an equal part of what is left.
     void place() override {
         const QRect box = besideLabel();
+        if (model_.isVertical) {
+            const int rows = static_cast<int>(widths_.size());
+            for (int i = 0; i < rows; ++i) {
+                const int top = height() * i / rows;
+                choices_.button(i)->setGeometry(box.left(), top, box.width(),
+                                                height() * (i + 1) / rows - top);
+            }
+            return;
+        }
         int text = 0;
         for (const int width : widths_)
             text += width;

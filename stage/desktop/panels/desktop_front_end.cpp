@@ -1,7 +1,6 @@
 #include "stage/desktop/panels/desktop_front_end.h"
 
 #include "stage/desktop/document/document.h"
-#include "stage/desktop/panels/panel_view.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -31,15 +30,16 @@ int DesktopFrontEnd::displayHeight() const {
 }
 
 void DesktopFrontEnd::showFloating(PanelModel& panel) {
+    delete takeWindow(panel); // that the user has closed
     auto* window = new PanelWindow(panel, {*document_, metrics_}, mainWindow_);
     floating_.emplace_back(window);
     window->bringUp();
 }
 
-bool DesktopFrontEnd::bringUpPanel() {
-    if (floating_.empty() || !floating_.back()) return false;
-    floating_.back()->bringUp();
-    return true;
+bool DesktopFrontEnd::bringUpPanels() {
+    for (const auto& window : floating_)
+        if (window) window->bringUp();
+    return !floating_.empty();
 }
 
 void DesktopFrontEnd::closePanels() {
@@ -60,14 +60,22 @@ bool DesktopFrontEnd::runModal(PanelModel& panel) {
     return accepted;
 }
 
-void DesktopFrontEnd::panelDestroyed(PanelModel& panel) {
-    for (auto& window : floating_)
-        if (window && &window->panel() == &panel) {
-            window->hide();
-            window->deleteLater(); // its control may be what destroys the panel
-            window = nullptr;
-        }
+PanelWindow* DesktopFrontEnd::takeWindow(const PanelModel& panel) {
     std::erase(floating_, nullptr);
+    for (auto window = floating_.begin(); window != floating_.end(); ++window) {
+        if (&(*window)->panel() != &panel) continue;
+        PanelWindow* taken = *window;
+        floating_.erase(window);
+        return taken;
+    }
+    return nullptr;
+}
+
+void DesktopFrontEnd::panelDestroyed(PanelModel& panel) {
+    PanelWindow* window = takeWindow(panel);
+    if (!window) return;
+    window->hide();
+    window->deleteLater(); // its control may be what destroys the panel
 }
 
 void DesktopFrontEnd::show(const Message& message) {

@@ -3,8 +3,8 @@
 // Made before the document that it serves, since a host measures text from its first moment on.
 #pragma once
 
-#include "stage/desktop/document/document_front_end.h"
-#include "stage/desktop/panels/panel_metrics.h"
+#include "stage/desktop/panels/panel_view.h"
+#include "stage/panels/front_end.h"
 
 #include <QMessageBox>
 #include <QPointer>
@@ -15,9 +15,8 @@
 namespace cadencora::stage {
 
 class Document;
-class PanelWindow;
 
-class DesktopFrontEnd : public DocumentFrontEnd {
+class DesktopFrontEnd : public FrontEnd {
 public:
     DesktopFrontEnd();
     ~DesktopFrontEnd() override;
@@ -25,10 +24,9 @@ public:
     void serve(Document& document) { document_ = &document; }
     void setMainWindow(QWidget* window) { mainWindow_ = window; } // parent of what is opened
 
-    // The floating panel opened last, shown again where the user closed it; false: no panel was
-    // opened.
-    bool bringUpPanel();
-    void closePanels() override;
+    // The floating panels, shown again where the user closed them; false: no panel was opened.
+    bool bringUpPanels();
+    void closePanels();
 
     // FrontEnd; sizes are panel pixels.
     const PanelMetrics& metrics() const override { return metrics_; }
@@ -36,13 +34,15 @@ public:
     int displayHeight() const override;
     void showFloating(PanelModel& panel) override;
     bool runModal(PanelModel& panel) override;
+    void panelClosed(PanelModel& panel) override { delete takeWindow(panel); }
     void panelDestroyed(PanelModel& panel) override;
     void show(const Message& message) override;
     bool ask(const Message& question) override;
     void working() override;
 
 private:
-    QWidget* parent() const; // of a dialog: what the user is in
+    PanelWindow* takeWindow(const PanelModel& panel); // null: it has none
+    QWidget* parent() const;                          // of a dialog: what the user is in
     int askUser(QMessageBox::Icon icon, const QString& title, const QString& first,
                 const QString& second, QMessageBox::StandardButtons buttons);
 

@@ -48,6 +48,11 @@ private:
     void showValue() override {
         const QSignalBlocker quiet(rows_);
         rows_->clear();
+        const int count = listRowCount(model_);
+        QString title = qtText(shownLabel(model_));
+        if (count > mostListRows)
+            title += QStringLiteral(" (the first %1 of %2)").arg(mostListRows).arg(count);
+        title_->setText(title);
         for (const std::string& row : listRows(model_))
             rows_->addItem(qtText(row));
         markRow();

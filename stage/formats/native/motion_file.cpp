@@ -75,9 +75,13 @@ class MotionReader {
 public:
     MotionReader(std::string_view text, const std::string& where) : in_(text, where) {}
 
-    Result<Envelope> envelope() {
-        Envelope read;
-        if (!head() || !line("envelope") || !curve(read) || !tail()) return in_.problem();
+    Result<std::vector<Envelope>> envelopes() {
+        std::vector<Envelope> read;
+        do {
+            if (!head() || !line("envelope") || !curve(read.emplace_back()) || !line("end"))
+                return in_.problem();
+            in_.skipSpace();
+        } while (!in_.atEnd());
         return read;
     }
 
@@ -247,8 +251,8 @@ std::string itemMotionText(const Scene& scene, ItemId item) {
     return text;
 }
 
-Result<Envelope> parseEnvelope(std::string_view text, const std::string& where) {
-    return MotionReader(text, where).envelope();
+Result<std::vector<Envelope>> parseEnvelopes(std::string_view text, const std::string& where) {
+    return MotionReader(text, where).envelopes();
 }
 
 Result<ItemMotion> parseItemMotion(std::string_view text, const std::string& where) {

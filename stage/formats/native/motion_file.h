@@ -10,8 +10,9 @@
 //   0.5 2.25                             are left out
 //   end
 //
-// An envelope has no channel line. Names are quoted; \" \\ and \xHH stand for bytes that quotes
-// cannot hold. Numbers read back as the same bits.
+// An envelope has no channel line. Several envelopes stand one after the other, each with its head.
+// Names are quoted; \" \\ and \xHH stand for bytes that quotes cannot hold. Numbers read back as
+// the same bits.
 #pragma once
 
 #include "stage/base/result.h"
@@ -40,7 +41,7 @@ std::string envelopeText(const Envelope& envelope);
 std::string itemMotionText(const Scene& scene, ItemId item);
 
 // `where` names the text in problems, with the line: "walk.mot:12".
-Result<Envelope> parseEnvelope(std::string_view text, const std::string& where);
+Result<std::vector<Envelope>> parseEnvelopes(std::string_view text, const std::string& where);
 Result<ItemMotion> parseItemMotion(std::string_view text, const std::string& where);
 
 } // namespace cadencora::stage

@@ -23,7 +23,10 @@ struct Envelope {
     double rest = 0; // the value while there are no keys
     Behaviour before = Behaviour::constant;
     Behaviour after = Behaviour::constant;
-    std::uint64_t keptBy = 0; // the serial number of the open EditScope that keeps a copy, or 0
+    // The serial number of the open EditScope that keeps a copy, or 0. An envelope that is not part
+    // of a scene is in no journal.
+    std::uint64_t keptBy = 0;
+    static constexpr std::uint64_t inNoJournal = ~std::uint64_t{0};
 
     // The curve's value at a finite time in seconds.
     double evaluate(double time) const;

@@ -247,8 +247,8 @@ TEST_F(Lists, frame_sliders_reach_from_the_preview_to_the_later_end) {
         }
     }
     user.inDialog = [&](PanelModel& panel) {
-        ASSERT_TRUE(setInteger(**findControl(panel, "Start"), 7).ok());
-        ASSERT_TRUE(setInteger(**findControl(panel, "End"), 7).ok());
+        ASSERT_TRUE(setInteger(**findControl({&panel}, "Start"), 7).ok());
+        ASSERT_TRUE(setInteger(**findControl({&panel}, "End"), 7).ok());
     };
     double start = -1, end = -1;
     EXPECT_EQ(createDefaultRangeObjectsPanel("Range", state, &start, &end), 1);
@@ -260,7 +260,7 @@ TEST_F(Lists, dialogs_hold_what_their_command_needs_with_buttons_in_rows) {
     double start = 0, end = 0;
     Texts seen;
     user.inDialog = [&](PanelModel& panel) {
-        seen = labels(panel);
+        seen = labels({&panel});
         EXPECT_EQ(panel.x, (user.width - panel.width()) / 2) << "centred with all its controls";
         EXPECT_EQ(panel.y, (user.height - panel.height()) / 2);
     };

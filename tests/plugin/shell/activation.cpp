@@ -111,7 +111,7 @@ TEST(Activation, twice_gives_two_panels_with_records_of_their_own) {
         EXPECT_TRUE(control->type == ControlType::tabs || control->userData == first);
     for (const ControlModel* control : rig.user.main->controls)
         EXPECT_TRUE(control->type == ControlType::tabs || control->userData == second);
-    rig.perform("Destroy Keys", {{"Affected Channels", "Rotation.H"}, {"Remove", ""}},
+    rig.perform("Cadencora/Destroy Keys#2", {{"Affected Channels", "Rotation.H"}, {"Remove", ""}},
                 Reply::cancel);
     EXPECT_EQ(second->numChannels, 8);
     EXPECT_EQ(first->numChannels, 9);

@@ -200,10 +200,11 @@ TEST_F(Program, info_convert_and_panels_tell_the_same_in_text_and_json) {
     EXPECT_NE(fileText(back).find("Frames: 7"), std::string::npos);
 
     const auto panels = nlohmann::json::parse(run({"panels", "--json"}).output);
-    ASSERT_EQ(panels["buttons"].size(), 17u);
-    EXPECT_EQ(panels["buttons"][1]["label"], "Destroy Keys");
-    EXPECT_EQ(panels["buttons"][1]["dialogs"][0]["title"], "Select range and objects");
-    EXPECT_EQ(panels["buttons"][0]["dialogs"].size(), 2u) << "the options after the range";
+    const auto buttons = panels["panels"][0]["buttons"];
+    ASSERT_EQ(buttons.size(), 17u);
+    EXPECT_EQ(buttons[1]["label"], "Destroy Keys");
+    EXPECT_EQ(buttons[1]["dialogs"][0]["title"], "Select range and objects");
+    EXPECT_EQ(buttons[0]["dialogs"].size(), 2u) << "the options after the range";
 }
 
 TEST_F(Program, a_recipe_takes_the_same_steps_again_and_nothing_that_it_cannot) {
@@ -297,9 +298,10 @@ TEST(Workers, answer_whole_or_say_how_they_ended) {
     std::map<std::size_t, std::string> answers;
     Workers workers;
     std::size_t started = 0, ended = 0;
-    workers.work = [&](std::size_t piece) {
+    workers.work = [&](std::size_t piece, const Workers::EndWith& endWith) {
         if (piece == 1) std::raise(SIGKILL);
         if (piece == 2) _exit(7);
+        if (piece == 4) endWith("early");
         return piece == 3 ? big : std::to_string(piece);
     };
     workers.started = [&](std::size_t piece) {
@@ -316,6 +318,7 @@ TEST(Workers, answer_whole_or_say_how_they_ended) {
     EXPECT_NE(answers[1].find("signal 9"), std::string::npos);
     EXPECT_NE(answers[2].find("status 7"), std::string::npos);
     EXPECT_EQ(answers[3], big);
+    EXPECT_EQ(answers[4], "early");
     EXPECT_EQ(answers[5], "5");
     EXPECT_EQ(remainingText(10, 0, 5), "");
     EXPECT_EQ(remainingText(10, 2, 5), "about 0:15 left");

@@ -70,8 +70,8 @@ TEST(Module, a_plug_in_that_misuses_every_service_is_caught_and_harms_nothing) {
     };
     const std::pair<const char*, const char*> atStart[] = {
         {"itemName", "null item"},
-        {"itemName", "not a handle"},
-        {"channelName", "not a handle"},
+        {"itemName", "gone, or not of this scene"},
+        {"channelName", "gone, or not of this scene"},
         {"nextChannel", "channel group"},
         {"findKey", "envelope"},
         {"firstItem", "item type 9"},

@@ -164,12 +164,12 @@ TEST_F(Journaled, added_channels_go_with_undo_and_come_back_with_redo) {
     EXPECT_EQ(scene.envelope(scene.channel(channel).envelope).keys.size(), 1u);
 }
 
-TEST_F(Journaled, rolling_back_restores_the_scene_and_drops_working_copies) {
+TEST_F(Journaled, rolling_back_restores_the_scene_and_takes_channels_away) {
     const auto before = values(a, heading);
     EnvelopeId copy;
     {
         EditScope scope(scene, "failed");
-        copy = scope.addEnvelope(0);
+        copy = scene.channel(scope.addChannel(scene.item(a).group, "Copy", 0)).envelope;
         scope.envelope(copy).keys.insert(0, 1, Shape::linear);
         edit(scope, a, heading).keys.clear();
         Journal::rollBack(std::move(scope));

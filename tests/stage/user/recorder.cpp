@@ -33,7 +33,7 @@ struct Recording {
         model.type = type;
         model.label = label;
         model.maximum = 99;
-        return panels.addControl(panel, std::move(model), 0, 2);
+        return panels.addControl(panel, std::move(model), {0, 2, 0});
     }
     void slide(ControlModel& control, int value) {
         ASSERT_TRUE(setInteger(control, value).ok());
@@ -45,7 +45,7 @@ struct Recording {
 
 TEST(Recorder, settings_have_qualified_labels_and_a_slide_is_its_end) {
     Recording r;
-    r.recorder.begin(r.button, r.scene);
+    r.recorder.begin(r.button, {r.button.panel}, r.scene);
     r.recorder.dialogOpened(r.first);
     r.slide(r.start, 3);
     r.slide(r.start, 4);
@@ -71,7 +71,7 @@ TEST(Recorder, settings_have_qualified_labels_and_a_slide_is_its_end) {
 TEST(Recorder, selection_and_time_are_told_once_and_again_when_they_change) {
     Recording r;
     const auto go = [&]() -> const Step& {
-        r.recorder.begin(r.button, r.scene);
+        r.recorder.begin(r.button, {r.button.panel}, r.scene);
         r.recorder.end(true, r.scene);
         return r.step();
     };
@@ -90,7 +90,7 @@ TEST(Recorder, selection_and_time_are_told_once_and_again_when_they_change) {
 
 TEST(Recorder, a_cancelled_second_dialog_is_known_by_a_value_of_its_own) {
     Recording r;
-    r.recorder.begin(r.button, r.scene);
+    r.recorder.begin(r.button, {r.button.panel}, r.scene);
     r.recorder.dialogOpened(r.first);
     r.slide(r.start, 7);
     r.recorder.dialogClosed(r.first, true, r.scene);
@@ -102,19 +102,20 @@ TEST(Recorder, a_cancelled_second_dialog_is_known_by_a_value_of_its_own) {
     EXPECT_TRUE(r.step().cancel);
     EXPECT_EQ(r.shortfall(), "");
 
-    r.recorder.begin(r.button, r.scene);
+    r.recorder.begin(r.button, {r.button.panel}, r.scene);
     r.recorder.dialogOpened(r.first);
     r.recorder.dialogClosed(r.first, true, r.scene);
     r.recorder.dialogOpened(r.second);
     r.slide(r.alsoStart, 1);
     r.recorder.end(false, r.scene);
-    EXPECT_EQ(r.shortfall(), "two dialogs have a control \"Start\"");
+    EXPECT_EQ(r.step().settings.back().label, "Second/Start") << "two dialogs have a Start";
+    EXPECT_EQ(r.shortfall(), "");
 }
 
 TEST(Recorder, undo_takes_the_last_edit_and_what_came_of_it_along) {
     Recording r;
     const auto go = [&](bool changed) {
-        r.recorder.begin(r.button, r.scene);
+        r.recorder.begin(r.button, {r.button.panel}, r.scene);
         r.recorder.end(changed, r.scene);
     };
     go(true);

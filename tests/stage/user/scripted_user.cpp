@@ -21,13 +21,16 @@ TEST(Panels, controls_stack_and_a_row_of_buttons_leaves_no_hole) {
     PanelSet panels(metrics);
     PanelModel& panel = panels.createPanel("Test");
     EXPECT_EQ(panel.width(), 60) << "an empty panel has a size too";
-    ControlModel& list = panels.addControl(panel, control(ControlType::listBox, "List"), 150, 4);
-    ControlModel& load = panels.addControl(panel, control(ControlType::loadButton, "Load"), 56, 0);
-    ControlModel& save = panels.addControl(panel, control(ControlType::saveButton, "Save"), 56, 0);
+    ControlModel& list =
+        panels.addControl(panel, control(ControlType::listBox, "List"), {150, 4, 0});
+    ControlModel& load =
+        panels.addControl(panel, control(ControlType::loadButton, "Load"), {56, 0, 0});
+    ControlModel& save =
+        panels.addControl(panel, control(ControlType::saveButton, "Save"), {56, 0, 0});
     EXPECT_GT(load.rect.y, list.rect.y + list.rect.height);
     EXPECT_GT(save.rect.y, load.rect.y);
     save.rect = {61, load.rect.y, 56, load.rect.height};
-    ControlModel& toggle = panels.addControl(panel, control(ControlType::toggle, "On"), 0, 0);
+    ControlModel& toggle = panels.addControl(panel, control(ControlType::toggle, "On"));
     EXPECT_GT(toggle.rect.y, load.rect.y);
     EXPECT_LT(toggle.rect.y, load.rect.y + 2 * load.rect.height) << "below the row, not the column";
     EXPECT_GE(panel.width(), 155);
@@ -35,11 +38,10 @@ TEST(Panels, controls_stack_and_a_row_of_buttons_leaves_no_hole) {
     panel.askedWidth = 300;
     EXPECT_EQ(panel.width(), 300);
 
-    ControlModel& number =
-        panels.addControl(panel, control(ControlType::number, "Größe der Höhe"), 0, 0);
+    ControlModel& number = panels.addControl(panel, control(ControlType::number, "Größe der Höhe"));
     EXPECT_EQ(number.labelWidth, metrics.width("Grosse der Hohe") - 8 + 4) << "not bytes";
-    ControlModel& source = panels.addControl(panel, control(ControlType::item, "Source"), 0, 0);
-    ControlModel& target = panels.addControl(panel, control(ControlType::item, "To"), 0, 0);
+    ControlModel& source = panels.addControl(panel, control(ControlType::item, "Source"));
+    ControlModel& target = panels.addControl(panel, control(ControlType::item, "To"));
     EXPECT_EQ(source.labelWidth, target.labelWidth) << "boxes below each other are aligned";
     EXPECT_EQ(load.section, "List");
     EXPECT_EQ(number.section, "List");
@@ -56,7 +58,7 @@ TEST(Panels, a_value_of_the_wrong_kind_or_out_of_range_is_refused_and_fires_noth
     fired = 0;
     const auto add = [&](ControlModel model) -> ControlModel& {
         model.handler = [](host::Control*, void*) { ++fired; };
-        return panels.addControl(panel, std::move(model), 0, 0);
+        return panels.addControl(panel, std::move(model));
     };
     ControlModel slider = control(ControlType::slider, "Start");
     slider.minimum = -5;
@@ -108,7 +110,7 @@ TEST(Panels, labels_name_controls_with_their_list_where_two_share_one) {
     PanelSet panels(metrics);
     PanelModel& panel = panels.createPanel("Test");
     const auto add = [&](ControlType type, const char* label) -> ControlModel* {
-        return &panels.addControl(panel, control(type, label), 0, 0);
+        return &panels.addControl(panel, control(type, label));
     };
     ControlModel* end = add(ControlType::slider, "  End");
     add(ControlType::listBox, "Affected Channels");
@@ -117,15 +119,15 @@ TEST(Panels, labels_name_controls_with_their_list_where_two_share_one) {
     ControlModel* load2 = add(ControlType::loadButton, "Load");
     ControlModel* all = add(ControlType::button, "All");
 
-    EXPECT_EQ(findControl(panel, "End").value(), end);
-    EXPECT_EQ(findControl(panel, " end ").value(), end);
-    EXPECT_EQ(findControl(panel, "Affected Channels/Load").value(), load1);
-    EXPECT_EQ(findControl(panel, "affected objects/load").value(), load2);
-    EXPECT_EQ(findControl(panel, "Affected Objects/All").value(), all);
-    const auto ambiguous = findControl(panel, "Load");
+    EXPECT_EQ(findControl({&panel}, "End").value(), end);
+    EXPECT_EQ(findControl({&panel}, " end ").value(), end);
+    EXPECT_EQ(findControl({&panel}, "Affected Channels/Load").value(), load1);
+    EXPECT_EQ(findControl({&panel}, "affected objects/load").value(), load2);
+    EXPECT_EQ(findControl({&panel}, "Affected Objects/All").value(), all);
+    const auto ambiguous = findControl({&panel}, "Load");
     ASSERT_FALSE(ambiguous);
     EXPECT_NE(ambiguous.problem().detail.find("\"Affected Objects/Load\""), std::string::npos);
-    const auto unknown = findControl(panel, "Strat");
+    const auto unknown = findControl({&panel}, "Strat");
     ASSERT_FALSE(unknown);
     EXPECT_NE(unknown.problem().detail.find("\"End\""), std::string::npos);
 }

@@ -10,11 +10,16 @@ namespace {
 TEST(MotionFile, an_envelope_reads_back_as_the_same_bits) {
     for (const Envelope& curve : {Envelope{}, oddCurve()}) {
         const std::string text = envelopeText(curve);
-        auto again = parseEnvelope(text, "a.mot");
+        auto again = parseEnvelopes(text, "a.mot");
         ASSERT_TRUE(again.ok()) << again.problem().text();
-        expectSameCurve(curve, again.value());
-        EXPECT_EQ(envelopeText(again.value()), text);
+        ASSERT_EQ(again->size(), 1u);
+        expectSameCurve(curve, again->front());
+        EXPECT_EQ(envelopeText(again->front()), text);
     }
+    auto two = parseEnvelopes(envelopeText({}) + envelopeText(oddCurve()), "a.mot");
+    ASSERT_TRUE(two.ok()) << two.problem().text();
+    ASSERT_EQ(two.value().size(), 2u);
+    expectSameCurve(two.value()[1], oddCurve());
 }
 
 TEST(MotionFile, an_items_motion_reads_back_with_the_path_of_every_channel) {
@@ -90,7 +95,7 @@ TEST(MotionFile, a_wrong_file_is_refused_with_the_line_and_what_was_expected) {
         EXPECT_NE(result.problem().text().find(c.expected), std::string::npos)
             << result.problem().text();
     }
-    EXPECT_FALSE(parseEnvelope(good, "a.mot").ok()) << "an item's motion is not a single envelope";
+    EXPECT_FALSE(parseEnvelopes(good, "a.mot").ok()) << "an item's motion is not a single envelope";
 }
 
 TEST(MotionFile, no_cut_is_taken_for_a_whole_and_no_corruption_does_harm) {
@@ -107,7 +112,7 @@ TEST(MotionFile, no_cut_is_taken_for_a_whole_and_no_corruption_does_harm) {
             const auto result = parseItemMotion(text, "a.mot");
             return result ? std::nullopt : std::optional(result.problem());
         }
-        const auto result = parseEnvelope(text, "a.mot");
+        const auto result = parseEnvelopes(text, "a.mot");
         return result ? std::nullopt : std::optional(result.problem());
     };
     for (const auto& [text, isItem] : files) {

@@ -134,7 +134,7 @@ TEST(GltfWrite, channels_and_clips_come_and_go) {
     EXPECT_EQ(evaluate(1), 0.75);
     EXPECT_FALSE(documentOf(bytesOf(scratch("moving.glb"))).json["nodes"][0].contains("matrix"));
 
-    for (std::size_t e = 1; e <= moving.scene.envelopeCount(); ++e)
+    for (std::size_t e = 1; e <= moving.scene.channelCount(); ++e)
         moving.scene.mutableEnvelope(static_cast<EnvelopeId>(e)).keys.clear();
     std::vector<std::string> warnings;
     const auto still = documentOf(written(moving.scene, "still again.glb", &warnings));
