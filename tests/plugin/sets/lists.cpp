@@ -122,6 +122,11 @@ TEST_F(Lists, objects_are_the_selection_then_all_below_or_the_whole_scene) {
         EXPECT_EQ(table(row.settings), row.table);
         EXPECT_EQ(listRows(*host.panels().find(state->objectList)), row.table);
     }
+    // Whatever is below an object is below it, of any type.
+    const ItemId lamp = host.mutableScene().addItem(ItemType::light, "Lamp", item("Lid"));
+    host.mutableScene().addItem(ItemType::camera, "Eye", lamp);
+    select({"Box"});
+    EXPECT_EQ(table({}), (Texts{"Box", "Lid", "Lamp", "Eye"}));
 }
 
 TEST_F(Lists, a_loaded_table_stands_until_all_or_a_toggle_collects_anew) {
