@@ -6,7 +6,7 @@
 namespace cadencora::stage {
 namespace {
 
-Texts lines; // the command lines, with items by their names
+Texts lines;         // the command lines, with items by their names
 std::string refused; // a command line that the host refuses
 
 int recordLine(int use, const char* line) {
