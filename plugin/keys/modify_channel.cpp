@@ -6,12 +6,13 @@
 namespace cadencora {
 
 // A step that moves the key to another time, where it overwrites a key already there. The walk goes
-// on after the new place. A key that the host does not accept there stays.
+// on after the new place. A key that the host does not accept there stays, and so does one whose
+// new time is its own for the host.
 static host::Key moveKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
                          host::Key key, double newTime, double value) {
     const host::Key moved = findAndCopyKey(envelopes, envelope, envelope, key, newTime, value);
     if (!moved) return envelopes->nextKey(envelope, key);
-    envelopes->destroyKey(envelope, key);
+    if (moved != key) envelopes->destroyKey(envelope, key);
     return envelopes->nextKey(envelope, moved);
 }
 

@@ -36,9 +36,10 @@ int reKeyChannelToNearest(const void*, const host::EnvelopeFuncs* envelopes,
                      [=](host::Key key, double time, double value) {
                          const host::Key next = envelopes->nextKey(envelope, key);
                          const double frameTime = roundTime(time, fps);
-                         if (frameTime != time &&
-                             findAndCopyKey(envelopes, envelope, envelope, key, frameTime, value))
-                             envelopes->destroyKey(envelope, key);
+                         if (frameTime == time) return next;
+                         const host::Key moved =
+                             findAndCopyKey(envelopes, envelope, envelope, key, frameTime, value);
+                         if (moved && moved != key) envelopes->destroyKey(envelope, key);
                          return next;
                      });
 }

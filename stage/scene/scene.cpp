@@ -1,6 +1,7 @@
 #include "stage/scene/scene.h"
 
 #include "stage/base/text.h"
+#include "stage/scene/keys/settle.h"
 
 #include <algorithm>
 #include <cassert>
@@ -144,32 +145,6 @@ std::int64_t Scene::frameOfLastKey() const {
             last = std::max(last, envelope->keys.last().time());
     return frameCovering(last);
 }
-
-namespace {
-
-// Keys that are on a frame except for a rounding get the frame's own time, which exact comparisons
-// meet. Order and number of keys stay: what moves moves by a rounding.
-void settleOnFrames(KeyStore& keys, FrameRate rate) {
-    const auto settled = [&](double time) {
-        const double frame = std::round(rate.frameOf(time));
-        if (std::abs(frame) > 9e15) return time;
-        const double own = rate.timeOf(static_cast<std::int64_t>(frame));
-        return std::abs(own - time) <= 4e-16 * std::abs(time) ? own : time;
-    };
-    bool all = true;
-    for (auto key = keys.begin(); key && all; key.advance())
-        all = settled(key.time()) == key.time();
-    if (all) return;
-    KeyStore moved;
-    for (auto key = keys.begin(); key; key.advance()) {
-        KeyData data = key.data();
-        data.time = settled(data.time);
-        moved.append(data);
-    }
-    keys.swap(moved);
-}
-
-} // namespace
 
 void Scene::setRate(FrameRate newRate) {
     const auto convert = [&](std::int64_t frame) {

@@ -42,7 +42,8 @@ const char* channelName(Host& host, ChannelId channel) {
 }
 
 double channelEvaluate(Host& host, ChannelId channel, double time) {
-    return host.scene().envelope(host.scene().channel(channel).envelope).evaluate(time);
+    const Scene& scene = host.scene();
+    return scene.envelope(scene.channel(channel).envelope).evaluate(scene.rate.settled(time));
 }
 
 EnvelopeId channelEnvelope(Host& host, ChannelId channel) {

@@ -3,6 +3,7 @@
 
 #include "stage/base/text.h"
 #include "stage/formats/native/motion_file.h"
+#include "stage/scene/keys/settle.h"
 #include "stage/scene/transform.h"
 #include "stage/services/file_paths.h"
 #include "stage/services/gate.h"
@@ -138,6 +139,7 @@ void applyMotion(Host& host, ItemId item, const ItemMotion& motion) {
         Envelope& envelope = host.edit().envelope(host.scene().channel(target).envelope);
         const double rest = envelope.rest;
         assign(envelope, channel.envelope);
+        settleOnFrames(envelope.keys, host.scene().rate);
         envelope.rest = rest;
     }
 }

@@ -2,6 +2,7 @@
 
 #include "stage/base/text.h"
 #include "stage/formats/native/motion_file.h"
+#include "stage/scene/keys/settle.h"
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 
@@ -54,7 +55,9 @@ void loadEnvelope(Host& host, EnvelopeRef envelope, host::LoadState state) {
     if (load.next == load.envelopes.size())
         throw MisuseError{"no envelope is left in " + inQuotes(load.path.string()) +
                           ", which has " + std::to_string(load.next)};
-    assign(edited(host, envelope), load.envelopes[load.next++]);
+    Envelope& target = edited(host, envelope);
+    assign(target, load.envelopes[load.next++]);
+    settleOnFrames(target.keys, host.scene().rate);
 }
 
 void saveEnvelope(Host& host, EnvelopeRef envelope, host::SaveState state) {
@@ -63,15 +66,23 @@ void saveEnvelope(Host& host, EnvelopeRef envelope, host::SaveState state) {
     file->second.text += envelopeText(envelope.envelope);
 }
 
-double evaluate(Host&, EnvelopeRef envelope, double time) {
-    return envelope->evaluate(time);
+// Settled, so that a key made with the curve's value is on the curve.
+double evaluate(Host& host, EnvelopeRef envelope, double time) {
+    return envelope->evaluate(host.scene().rate.settled(time));
+}
+
+// The time that a plug-in means: exactly that of a key which is there; else the frame's own time
+// where it misses a frame by a rounding, as sums of times do.
+double keyTime(const Host& host, KeyStore& keys, double time) {
+    const double settled = host.scene().rate.settled(time);
+    return settled == time || keys.find(time) != KeyHandle::none ? time : settled;
 }
 
 KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
     if (!std::isfinite(time) || !std::isfinite(value))
         throw MisuseError{"a key needs a finite time and value"};
     Envelope& target = edited(host, envelope);
-    return target.keys.handle(target.placeKey(time, value));
+    return target.keys.handle(target.placeKey(keyTime(host, target.keys, time), value));
 }
 
 // The refusals are functions of their own, so that the usual calls stay short: they are made for
@@ -93,8 +104,12 @@ void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
     edited(host, envelope).keys.erase(key);
 }
 
-KeyHandle findKey(Host&, EnvelopeRef envelope, double time) {
-    return envelope.envelope.keys.find(time);
+KeyHandle findKey(Host& host, EnvelopeRef envelope, double time) {
+    KeyStore& keys = envelope.envelope.keys;
+    const KeyHandle exact = keys.find(time);
+    if (exact != KeyHandle::none) return exact;
+    const double settled = host.scene().rate.settled(time);
+    return settled == time ? exact : keys.find(settled);
 }
 
 KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {
@@ -145,7 +160,7 @@ int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const
         keys.setValue(cursor, number);
         return 1;
     case host::keyTime:
-        return keys.setTime(key, number) ? 1 : 0;
+        return keys.setTime(key, keyTime(host, keys, number)) ? 1 : 0;
     default:
         keys.setParameter(cursor, parameterOf(attribute), number);
         return 1;

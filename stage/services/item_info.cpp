@@ -54,6 +54,7 @@ const char* itemName(Host& host, ItemId item) {
 void param(Host& host, ItemId item, int code, double time, double* out) {
     if (!out) throw MisuseError{"null result"};
     const Scene& scene = host.scene();
+    time = scene.rate.settled(time);
     Vec3 values{};
     switch (code) {
     case host::itemPosition:

@@ -17,7 +17,7 @@ const Vec3* RotationSampler::rememberedAt(double time) const {
     if (!remembered_ || remembered_->empty()) return nullptr;
     const double frame = memory_->rate.frameOf(time);
     const double whole = std::round(frame);
-    if (std::abs(frame - whole) > frameSlack || whole < 0 ||
+    if (std::abs(frame - whole) > FrameRate::slack || whole < 0 ||
         whole >= static_cast<double>(remembered_->size()))
         return nullptr;
     return &(*remembered_)[static_cast<std::size_t>(whole)];

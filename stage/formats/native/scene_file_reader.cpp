@@ -5,6 +5,7 @@
 #include "stage/base/text.h"
 #include "stage/formats/text/curve_text.h"
 #include "stage/formats/text/json_tape.h"
+#include "stage/scene/keys/settle.h"
 
 #include <algorithm>
 #include <cmath>
@@ -417,10 +418,12 @@ bool SceneFileReader::channel(const Place& place, Value value, GroupId groupId) 
 }
 
 bool SceneFileReader::keys(const Place& around, const Field& field, bool asFrames, KeyStore& keys) {
-    return each(around, field, [&](const Place& place, Value value) {
+    const bool all = each(around, field, [&](const Place& place, Value value) {
         return withinLimit(place, ++keys_, limits_.keys, "keys") &&
                key(place, value, asFrames, keys);
     });
+    if (all) settleOnFrames(keys, loaded_.scene.rate);
+    return all;
 }
 
 bool SceneFileReader::key(const Place& place, Value value, bool asFrames, KeyStore& keys) {

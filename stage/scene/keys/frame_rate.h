@@ -1,6 +1,7 @@
 // Frames per second, kept as an exact fraction, and the times of frames.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,6 +35,18 @@ public:
 
     // The time of a frame number that may have a fraction; the same bits for whole frames.
     double timeAt(double frame) const { return frame / perSecond(); }
+
+    // A part of a frame within which a time counts as the frame's own: sums of times, and times
+    // that were computed for another rate, miss it by a rounding.
+    static constexpr double slack = 1e-6;
+
+    // The frame's own time where `time` is within `slack` of one, else `time`. The one function
+    // that rounds times to frames.
+    double settled(double time) const {
+        const double frame = time * perSecond();
+        const double whole = std::round(frame);
+        return std::abs(frame - whole) <= slack ? whole / perSecond() : time;
+    }
 
     // The frame number of a time: the whole number where the time is that frame's own time, else
     // the fraction.

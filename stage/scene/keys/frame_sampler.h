@@ -6,16 +6,13 @@
 
 namespace cadencora::stage {
 
-// A part of a frame within which a key counts as standing on the frame: times that were computed
-// for another rate miss it by a rounding.
-constexpr double frameSlack = 1e-6;
-
 // Walks along the keys, so that a key on each frame costs a step and no search. The envelope must
 // outlive the sampler and stay as it is.
 class FrameSampler {
 public:
     FrameSampler(const Envelope& envelope, const FrameRate& rate)
-        : envelope_(&envelope), next_(envelope.keys.begin()), slack_(frameSlack / rate.perSecond()),
+        : envelope_(&envelope), next_(envelope.keys.begin()),
+          slack_(FrameRate::slack / rate.perSecond()),
           keysBeforeStart_(next_ && next_.time() < -slack_) {
         while (next_ && next_.time() < -slack_)
             next_.advance();

@@ -91,10 +91,11 @@ TEST_F(SingleKeys, findOrCreateKey_keeps_a_key_and_adds_one_on_the_curve) {
     EXPECT_EQ(value, 2.5);
 }
 
-TEST_F(SingleKeys, findAndSetKey_changes_only_the_value_of_the_key_at_exactly_that_time) {
-    const double beside = std::nextafter(1.0, 2.0);
+TEST_F(SingleKeys, findAndSetKey_changes_only_the_value_of_the_key_at_that_time) {
+    const double beside = 1 + 1e-5 / 30; // further off than a rounding
     edit([&] {
-        findAndSetKey(envelopes, targetHandle, 1, -3);
+        findAndSetKey(envelopes, targetHandle, 1, -7);
+        findAndSetKey(envelopes, targetHandle, std::nextafter(1.0, 2.0), -3);
         findAndSetKey(envelopes, targetHandle, beside, 4);
     });
     EXPECT_EQ(keysOf(target), (Keys{{0, 0}, {1, -3}, {beside, 4}, {2, 20}}));

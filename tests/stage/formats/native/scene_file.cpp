@@ -2,6 +2,7 @@
 
 #include "stage/formats/native/scene_file.h"
 
+#include "stage/scene/keys/settle.h"
 #include "tests/stage/formats/files.h"
 
 #include <algorithm>
@@ -84,6 +85,8 @@ Scene fullScene() {
     further(scene.addGroup(face, "Mouth"), "Smile");
     further(face, "Scale.X");
     scene.addGroup(face, "");
+    for (std::size_t c = 1; c <= scene.channelCount(); ++c)
+        settleOnFrames(scene.mutableEnvelope(static_cast<EnvelopeId>(c)).keys, scene.rate);
     return scene;
 }
 
