@@ -42,8 +42,8 @@ TEST(Clock, a_clip_goes_from_rate_to_rate_with_all_its_keys) {
     for (const FrameRate from : rates)
         for (const FrameRate to : {*FrameRate::of(24000, 1001), *FrameRate::of(30)}) {
             SCOPED_TRACE(from.text() + " to " + to.text());
-            const std::string folder = scratchFile(
-                std::to_string(from.frames()) + "to" + std::to_string(to.frames()));
+            const std::string folder =
+                scratchFile(std::to_string(from.frames()) + "to" + std::to_string(to.frames()));
             std::filesystem::create_directories(folder);
             Rig rig;
             rig.activateModule();

@@ -243,6 +243,90 @@ TEST_F(Chains, a_frame_copy_in_the_world_puts_the_target_where_the_source_is) {
     }
 }
 
+// Scales as they are in real files: small ones of armatures, deep chains, mirrored and uneven ones;
+// and items that look straight up or down. Against the stage's own transforms in double precision.
+TEST_F(Chains, world_values_become_local_ones_on_20000_rigs) {
+    Rig rig;
+    rig.activate();
+    const auto rounded = [](double value) { return std::round(value * 1e6) / 1e6; }; // "%f"
+    const auto pitchOf = [&](int run) {
+        if (run % 4 != 0) return number(-pi / 2, pi / 2);
+        return (number(0, 1) < 0.5 ? -1 : 1) * pi / 2 + number(-1e-6, 1e-6);
+    };
+    // `uneven`: the scale of the first item, axis by axis; the others are uniform.
+    const auto addRig = [&](Scene& scene, const std::string& name, int run, bool uneven,
+                            double* largest) {
+        const int depth = 1 + run % 6; // up to five above the last
+        const double share = depth > 1 ? 1.0 / (depth - 1) : 1;
+        const double whole = std::pow(10, number(-3, 3));
+        ItemId item = ItemId::none;
+        for (int i = 1; i <= depth; ++i) {
+            item =
+                scene.addItem(ItemType::object, i == depth ? name : name + std::to_string(i), item);
+            const Vec3 place = vector(-20, 20);
+            for (const double coordinate : place)
+                *largest = std::max(*largest, std::abs(coordinate));
+            set(scene, item, positionX, place);
+            set(scene, item, heading, {number(-3, 3), pitchOf(run + i), number(-3, 3)});
+            Vec3 scale{1, 1, 1};
+            for (double& s : scale)
+                s = uneven && i == 1 ? std::pow(10, number(-1, 1)) * (number(0, 1) < 0.5 ? -1 : 1)
+                    : i < depth      ? std::pow(whole, share)
+                                     : 1;
+            set(scene, item, scaleX, scale);
+        }
+        return item;
+    };
+    double worstPlace = 0, worstTurn = 0, worstSize = 0;
+    for (int run = 0; run < 20'000; ++run) {
+        Scene built;
+        double largest = 1;
+        const ItemId source = addRig(built, "Source", run, false, &largest);
+        const ItemId target = addRig(built, "Target", run / 6, run % 2 == 0, &largest);
+        rig.host.load(std::move(built));
+        const Scene& scene = rig.host.scene();
+        const host::ItemInfo* info = fetchItemInfo();
+
+        DVec3 place, size;
+        HPB angles;
+        Mat4 m = identity();
+        getWorldPos(info, encode(source), 0, &place);
+        const Vec3 wantedPlace{place.x, place.y, place.z};
+        getLocalPos(info, encode(target), 0, &place, &place);
+        getWorldRot(info, encode(source), 0, &angles, &m);
+        getLocalRot(info, encode(target), 0, &angles, &angles, &m);
+        getWorldScale(info, encode(source), 0, &size);
+        const Vec3 world{size.x, size.y, size.z};
+        getLocalScale(info, encode(target), 0, &size, &size);
+
+        const ItemId parent = scene.item(target).parent;
+        const Vec3 above = parent == ItemId::none ? Vec3{1, 1, 1} : worldScale(scene, parent, 0);
+        double scaleAbove = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            scaleAbove = std::max(scaleAbove, std::abs(above[i]));
+            largest = std::max(largest, std::abs(wantedPlace[i]));
+            const double exact = world[i] / above[i];
+            const double got = i == 0 ? size.x : i == 1 ? size.y : size.z;
+            worstSize = std::max(worstSize, std::abs(got - exact) / std::max(1.0, std::abs(exact)));
+        }
+        const auto turn = worldRotation(scene, source, 0);
+        set(rig.host.mutableScene(), target, positionX,
+            {rounded(place.x), rounded(place.y), rounded(place.z)});
+        set(rig.host.mutableScene(), target, heading, {angles.heading, angles.pitch, angles.bank});
+        for (ItemId up = parent; up != ItemId::none; up = scene.item(up).parent)
+            for (std::size_t i = 0; i < 3; ++i)
+                largest = std::max(largest, std::abs(worldPosition(scene, up, 0)[i]));
+        for (std::size_t i = 0; i < 3; ++i)
+            worstPlace =
+                std::max(worstPlace, std::abs(worldPosition(scene, target, 0)[i] - wantedPlace[i]) /
+                                         (1e-4 * largest + 1e-6 * scaleAbove));
+        worstTurn = std::max(worstTurn, angleBetween(worldRotation(scene, target, 0), turn));
+    }
+    EXPECT_LT(worstPlace, 1) << "a part of what a copy may be off";
+    EXPECT_LT(worstTurn, 0.02) << "degrees";
+    EXPECT_LT(worstSize, 1e-6);
+}
+
 TEST_F(Chains, the_target_s_own_pivot_comes_on_top_and_a_flattened_chain_gives_the_world_value) {
     Scene scene;
     const ItemId parent = scene.addItem(ItemType::object, "Parent");
