@@ -9,6 +9,8 @@
 #include "plugin/transfer/item_pair.h"
 #include "plugin/transfer/transfer.h"
 
+#include <cmath>
+
 namespace cadencora {
 
 // What the dialog asks for.
@@ -44,29 +46,24 @@ static bool runOptions(host::Panel panel, ToolState* state, FrameCopy* copy) {
     return readPair(pair, &copy->items);
 }
 
-// The values are computed before the target is selected; each command line may change the scene.
-static void keyTarget(const FrameCopy& copy, const char* command, double x, double y, double z) {
-    selectItem(copy.items.target);
-    issueTriple(command, x, y, z);
-}
+// One of the three: its command line, and the values that it types.
+struct Typed {
+    const char* command;
+    bool wanted;
+    DVec3 values;
+};
 
-static void copyPosition(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+static DVec3 positionOf(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+    if (!copy.world) return readVector(info, copy.items.source, host::itemPosition, time);
     DVec3 v;
-    if (copy.world) {
-        getWorldPos(info, copy.items.source, time, &v);
-        getLocalPos(info, copy.items.target, time, &v, &v);
-    } else {
-        v = readVector(info, copy.items.source, host::itemPosition, time);
-    }
-    keyTarget(copy, "Position", v.x, v.y, v.z);
+    getWorldPos(info, copy.items.source, time, &v);
+    getLocalPos(info, copy.items.target, time, &v, &v);
+    return v;
 }
 
 // The host takes typed rotations in degrees.
-static double toDegrees(double angle) {
-    return angle * 180.0 / 3.1415926535;
-}
-
-static void copyRotation(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+static DVec3 rotationOf(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+    constexpr double degrees = 180.0 / 3.1415926535;
     HPB v;
     if (copy.world) {
         Mat4 turn;
@@ -76,18 +73,40 @@ static void copyRotation(const host::ItemInfo* info, const FrameCopy& copy, doub
     } else {
         v = readAngles(info, copy.items.source, host::itemRotation, time);
     }
-    keyTarget(copy, "Rotation", toDegrees(v.heading), toDegrees(v.pitch), toDegrees(v.bank));
+    return {v.heading * degrees, v.pitch * degrees, v.bank * degrees};
 }
 
-static void copyScale(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+static DVec3 scaleOf(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+    if (!copy.world) return readVector(info, copy.items.source, host::itemScale, time);
     DVec3 v;
-    if (copy.world) {
-        getWorldScale(info, copy.items.source, time, &v);
-        getLocalScale(info, copy.items.target, time, &v, &v);
-    } else {
-        v = readVector(info, copy.items.source, host::itemScale, time);
+    getWorldScale(info, copy.items.source, time, &v);
+    getLocalScale(info, copy.items.target, time, &v, &v);
+    return v;
+}
+
+static bool isFinite(const DVec3& v) {
+    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
+}
+
+// All values are computed before the first one is typed: what cannot be typed leaves the target as
+// it was.
+static void copyFrame(const host::ItemInfo* info, const FrameCopy& copy, double time) {
+    Typed lines[] = {{"Position", copy.position, {}},
+                     {"Rotation", copy.rotation, {}},
+                     {"Scale", copy.scale, {}}};
+    if (copy.position) lines[0].values = positionOf(info, copy, time);
+    if (copy.rotation) lines[1].values = rotationOf(info, copy, time);
+    if (copy.scale) lines[2].values = scaleOf(info, copy, time);
+    for (const Typed& line : lines)
+        if (!isFinite(line.values)) {
+            message->error("Values are too large to be copied", line.command);
+            return;
+        }
+    for (const Typed& line : lines) {
+        if (!line.wanted) continue;
+        selectItem(copy.items.target);
+        issueTriple(line.command, line.values.x, line.values.y, line.values.z);
     }
-    keyTarget(copy, "Scale", v.x, v.y, v.z);
 }
 
 void frameCopyEvent(host::Control*, void* userData) {
@@ -98,9 +117,7 @@ void frameCopyEvent(host::Control*, void* userData) {
     if (!panel) return;
     FrameCopy copy;
     if (!runOptions(panel, static_cast<ToolState*>(userData), &copy)) return;
-    if (copy.position) copyPosition(info, copy, interfaceInfo->currentTime);
-    if (copy.rotation) copyRotation(info, copy, interfaceInfo->currentTime);
-    if (copy.scale) copyScale(info, copy, interfaceInfo->currentTime);
+    copyFrame(info, copy, interfaceInfo->currentTime);
 }
 
 } // namespace cadencora

@@ -22,7 +22,7 @@ struct ReadLimits {
     std::size_t items = 50'000;
     std::size_t channels = 500'000;
     std::size_t keys = 200'000'000;
-    std::size_t depth = 512; // of items below items, and of groups within groups
+    std::size_t depth = 513; // of items below items, and of groups within groups
     // Coordinates, indices and weights of all items' meshes; an item whose mesh goes beyond has
     // none, and a note says so.
     std::size_t meshNumbers = 30'000'000;

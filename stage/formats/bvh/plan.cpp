@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ranges>
 
 namespace cadencora::stage::bvh {
 
@@ -97,8 +98,16 @@ bool addColumns(const Scene& scene, const Plan& plan, Joint& joint) {
 }
 
 std::int64_t rowCount(const Scene& scene, const Memory* memory) {
-    // A skeleton without motion stays one.
-    if (memory && memory->frames == 0 && scene.lastFrame == 0 && scene.keyCount() == 0) return 0;
+    // A skeleton without motion stays one, also by way of a scene file: there its joints' layout
+    // tells that it came from a file of this kind, and a single row would have made keys.
+    const auto hasLayout = [&](std::size_t i) {
+        return !scene.item(Scene::itemAt(i)).joint.channels.empty();
+    };
+    const bool isCapture =
+        memory
+            ? memory->frames == 0
+            : std::ranges::any_of(std::views::iota(std::size_t{0}, scene.itemCount()), hasLayout);
+    if (isCapture && scene.lastFrame == 0 && scene.keyCount() == 0) return 0;
     return std::max({scene.lastFrame, scene.frameOfLastKey(), std::int64_t{0}}) + 1;
 }
 

@@ -126,9 +126,9 @@ bool Reader::jointLine() {
 }
 
 bool Reader::joint(ItemId parent) {
-    if (open_.size() >= limits_.depth)
+    if (open_.size() + 1 >= limits_.depth) // the object that owns the joints is above them
         return in_.fail("the joints are nested too deeply",
-                        "the limit is " + std::to_string(limits_.depth));
+                        "the limit is " + std::to_string(limits_.depth - 1));
     const std::size_t items = scene().itemCount() + 1;
     if (items > limits_.items || items * motionChannelCount > limits_.channels)
         return in_.fail("the file has too many joints",

@@ -34,6 +34,28 @@ struct Copies : testing::Test, Rig {
     }
 };
 
+TEST_F(Copies, a_frame_copy_of_what_has_no_number_changes_nothing) {
+    fill(curve("Box", "Position.X"), {{0, 3e38}});
+    fill(curve("Box", "Scale.X"), {{0, 3e38}});
+    fill(curve("Lid", "Position.X"), {{0, 3e38}});
+    EXPECT_EQ(said(frameCopy, {{"Source", "Lid"}, {"Target", "Lid"}}),
+              (Texts{"error: Values are too large to be copied / Position"}));
+    EXPECT_EQ(lines, Texts());
+}
+
+TEST_F(Copies, a_frame_copy_with_a_single_toggle_types_that_alone) {
+    const char* const toggles[] = {"Position", "Rotation", "Scale"};
+    for (const char* on : toggles) {
+        std::vector<Step::Setting> settings{{"Source", "Box"}, {"Target", "Face"}};
+        for (const char* toggle : toggles)
+            settings.push_back({toggle, toggle == on ? "on" : "off"});
+        lines.clear();
+        perform(frameCopy, settings);
+        ASSERT_EQ(lines.size(), 2u) << on;
+        EXPECT_TRUE(lines[1].starts_with(on)) << lines[1];
+    }
+}
+
 TEST_F(Copies, a_frame_copy_types_the_source_s_own_values_or_those_of_its_place) {
     fill(curve("Box", "Position.X"), {{0, 1}});
     fill(curve("Box", "Position.Y"), {{0, 2}});

@@ -236,7 +236,7 @@ TEST(Bvh, every_truncation_and_corruption_ends_in_a_scene_or_a_problem_with_the_
 
 TEST(Bvh, what_a_file_claims_is_held_to_limits) {
     ReadOptions options;
-    options.limits = {1 << 20, 40, 400, 100, 30};
+    options.limits = {1 << 20, 40, 400, 100, 31};
     const auto nested = [](int count, const std::string& end) {
         std::string text = "HIERARCHY\nROOT a { OFFSET 0 0 0";
         for (int n = 1; n < count; ++n)

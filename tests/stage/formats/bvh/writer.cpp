@@ -144,6 +144,26 @@ TEST(Bvh, columns_appear_for_channels_that_the_file_did_not_animate) {
     }
 }
 
+TEST(Bvh, what_a_reader_takes_a_writer_and_a_scene_file_take_too) {
+    std::string deep = "HIERARCHY\n", end, row;
+    for (int i = 0; i < 512; ++i) {
+        deep += (i == 0 ? "ROOT J" : "JOINT J") + std::to_string(i) +
+                "\n{\nOFFSET 0 1 0\nCHANNELS 1 Zrotation\n";
+        end += i == 0 ? "End Site\n{\nOFFSET 0 1 0\n}\n}\n" : "}\n";
+        row += "0 ";
+    }
+    const std::string still = "HIERARCHY\nROOT A\n{\nOFFSET 0 1 0\nCHANNELS 1 Zrotation\n"
+                              "End Site\n{\nOFFSET 0 1 0\n}\n}\n"
+                              "MOTION\nFrames: 0\nFrame Time: 0.0208333333\n";
+    for (const std::string& text :
+         {deep + end + "MOTION\nFrames: 1\nFrame Time: 0.100000\n" + row + "\n", still}) {
+        const std::string first = written(loaded("a.bvh", text).scene, "a.bvh");
+        const std::string scene = written(loaded("b.bvh", text).scene, "b.stage");
+        EXPECT_EQ(written(loaded("c.stage", scene).scene, "c.bvh"), first);
+    }
+    EXPECT_NE(written(loaded("d.bvh", still).scene, "d.bvh").find("Frames: 0"), std::string::npos);
+}
+
 TEST(Bvh, another_rate_samples_the_same_motion_and_says_what_falls_between) {
     std::vector<std::string> rows;
     for (int f = 0; f < 9; ++f)
@@ -160,7 +180,7 @@ TEST(Bvh, another_rate_samples_the_same_motion_and_says_what_falls_between) {
     std::vector<std::string> warnings;
     const auto file = loaded("a.bvh", both, options);
     const std::string slow = written(file.scene, "slow.bvh", &warnings);
-    EXPECT_NE(slow.find("Frames: 3\nFrame Time: 0.033333\n"), std::string::npos) << slow;
+    EXPECT_NE(slow.find("Frames: 3\nFrame Time: 0.0333333333\n"), std::string::npos) << slow;
     EXPECT_EQ(warnings.size(), 1u);
     EXPECT_NE(warnings.front().find("between frames"), std::string::npos);
     const auto values = rowsOf(slow);
