@@ -38,7 +38,10 @@ std::int32_t frameWord(std::int64_t frame) {
 
 void* lookUp(Host& host, std::string_view name, int) {
     const auto found = std::ranges::find(services, name, &Service::name);
-    if (found == services.end() || host.faults.withheldServices.contains(name)) return nullptr;
+    if (found == services.end() || host.faults.withheldServices.contains(name)) {
+        host.missingServices.insert(std::string(name));
+        return nullptr;
+    }
     host.refreshRecords();
     return found->record();
 }

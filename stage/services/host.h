@@ -141,6 +141,9 @@ public:
     std::vector<Misuse> misuses;
     std::vector<Problem> problems;
     void report(Problem problem); // once, however often it happens
+    // Services that the plug-in asked for in vain. That is no mistake, but says why a command may
+    // end without a word.
+    std::set<std::string, std::less<>> missingServices;
     // Returns all of them, misuses in the words of problems, and forgets them.
     std::vector<Problem> takeProblems();
     void recordMisuse(std::string_view service, std::string_view slot, std::string reason);

@@ -247,6 +247,10 @@ void recallEvent(Control*, void*) {
     tell(name ? std::string("remembered ") + name : "the item is gone");
 }
 
+void missingEvent(Control*, void*) {
+    if (!lookUp("No Such Service", 0)) tell("no such service");
+}
+
 void folderEvent(Control*, void*) {
     const char* folder = reinterpret_cast<DirInfo>(lookUp(dirInfoName, 0))(motionsDirectory);
     tell(std::string("folder ") + (folder ? folder : "unknown"));
@@ -276,7 +280,8 @@ void buildPanel() {
         {"Keep", &keepEvent},           {"Use", &useEvent},       {"Drop", &dropEvent},
         {"Temporary", &temporaryEvent}, {"Grow", &growEvent},     {"Dialog", &growingDialogEvent},
         {"Open second", &secondEvent},  {"Zeros", &zerosEvent},   {"Files", &filesEvent},
-        {"Save", &saveEvent},           {"Recall", &recallEvent}, {"Folder", &folderEvent}};
+        {"Save", &saveEvent},           {"Recall", &recallEvent}, {"Folder", &folderEvent},
+        {"Missing", &missingEvent}};
     for (const auto& [label, handler] : buttons)
         addButton(mainPanel, label, handler);
 }

@@ -54,6 +54,9 @@ bool takeStep(Session& session, const Step& step, const std::function<Result<>()
 
     const auto problems = host.takeProblems();
     outcome.problems.insert(outcome.problems.end(), problems.begin(), problems.end());
+    for (const std::string& service : std::exchange(host.missingServices, {}))
+        outcome.warnings.push_back(inQuotes(step.press) + " asked for the service " +
+                                   inQuotes(service) + ", which there is not");
     if (!performed) {
         outcome.problems.push_back(performed.problem());
         outcome.status = exitUsage;

@@ -20,9 +20,9 @@ bool hasBones(const Item& item) {
 
 // True where any of the channels from `first` to `last` leaves the value.
 bool leaves(const Scene& scene, const Item& item, MotionChannel first, MotionChannel last,
-            double value) {
+            double value, double within = 0) {
     for (std::size_t c = first; c <= last; ++c)
-        if (!isConstantAt(scene.envelope(scene.channel(item.motion[c]).envelope), value))
+        if (!isConstantAt(scene.envelope(scene.channel(item.motion[c]).envelope), value, within))
             return true;
     return false;
 }
@@ -38,7 +38,8 @@ bool isMovedOwner(const Scene& scene, const Item& item) {
 }
 
 bool isScaledBone(const Scene& scene, const Item& item) {
-    return isBone(item) && leaves(scene, item, scaleX, scaleZ, 1);
+    constexpr double unnoticed = 1e-4; // captured or packed scales are rarely 1 to the last digit
+    return isBone(item) && leaves(scene, item, scaleX, scaleZ, 1, unnoticed);
 }
 
 bool hasPivot(const Scene&, const Item& item) {

@@ -113,10 +113,11 @@ std::int64_t rowCount(const Scene& scene, const Memory* memory) {
 
 } // namespace
 
-bool isConstantAt(const Envelope& envelope, double value) {
-    if (envelope.keys.empty()) return envelope.rest == value;
+bool isConstantAt(const Envelope& envelope, double value, double within) {
+    const auto isValue = [&](double found) { return std::abs(found - value) <= within; };
+    if (envelope.keys.empty()) return isValue(envelope.rest);
     for (auto key = envelope.keys.begin(); key; key.advance())
-        if (key.value() != value || key.shape() == Shape::tangents) return false;
+        if (!isValue(key.value()) || key.shape() == Shape::tangents) return false;
     return true;
 }
 

@@ -27,7 +27,7 @@ Result<Plan> makePlan(const Scene& scene, const std::filesystem::path& path);
 // What BVH cannot hold of the scene, in words.
 std::vector<std::string> findLosses(const Scene& scene);
 
-// The curve has the one value at all times.
-bool isConstantAt(const Envelope& envelope, double value);
+// The curve has the one value at all times, as near as `within`.
+bool isConstantAt(const Envelope& envelope, double value, double within = 0);
 
 } // namespace cadencora::stage::bvh

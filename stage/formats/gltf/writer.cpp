@@ -18,9 +18,11 @@ namespace cadencora::stage::gltf {
 namespace {
 
 // A few digits, for people.
+// Three digits, rounded up: what is said is not exceeded.
 std::string rounded(double value) {
+    const double unit = std::pow(10, std::floor(std::log10(value)) - 2);
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.3g", value);
+    std::snprintf(text.data(), text.size(), "%.3g", std::ceil(value / unit - 1e-6) * unit);
     return text.data();
 }
 
@@ -231,7 +233,7 @@ void SceneWriter::remarks() {
     further.say(warnings);
     behaviours.say(warnings);
     sampled_.say(warnings);
-    if (worstValue_ > 0)
+    if (worstValue_ > unnoticedValue)
         warnings.push_back("between frames these are off by up to " + rounded(worstValue_) +
                            " units, on frames they are exact");
     turned_.say(warnings, " by up to " + rounded(worstTurn_ * 180 / std::numbers::pi) + " degrees");

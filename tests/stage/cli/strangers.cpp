@@ -88,6 +88,13 @@ TEST_F(Strangers, envelopes_live_until_they_are_destroyed_and_temporary_ones_lea
     const auto temporary = run("stranger", {"--press", "Temporary"});
     EXPECT_NE(temporary.output.find("nothing changed"), std::string::npos) << temporary.output;
     EXPECT_EQ(press({"--press", "Files"}), "activation 1 with 0; read back 1 and 2; ");
+    const auto missing = run("stranger", {"--press", "Missing"});
+    EXPECT_EQ(missing.status, 0) << missing.errors;
+    EXPECT_NE(missing.errors.find("warning: " + ball +
+                                  ": \"Missing\" asked for the service "
+                                  "\"No Such Service\""),
+              std::string::npos)
+        << missing.errors;
 }
 
 TEST_F(Strangers, every_control_of_every_panel_is_within_reach) {

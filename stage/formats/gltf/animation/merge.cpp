@@ -1,10 +1,12 @@
 #include "stage/formats/gltf/animation/merge.h"
 
+#include "stage/base/text.h"
 #include "stage/formats/gltf/animation/knots.h"
 #include "stage/formats/gltf/document/quaternion.h"
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 
 namespace cadencora::stage::gltf {
@@ -12,8 +14,54 @@ namespace cadencora::stage::gltf {
 namespace {
 
 // Where a span is compared, as parts of it; held ones differ most at their ends.
-constexpr std::array<double, 4> samples{0.25, 0.5, 0.75, 0.999};
-constexpr std::array<double, 3> rotationSamples{0.25, 0.5, 0.75};
+constexpr double justBeforeEnd = 1 - 1e-9;
+constexpr std::array<double, 8> samples{0.125, 0.25, 0.375, 0.5, 0.625, 0.75, 0.875, justBeforeEnd};
+
+// The greatest value of a smooth function of [0, 1] that is greatest near `at`, within the distance
+// of two samples.
+template <class Function>
+double greatestNear(double at, const Function& value) {
+    constexpr double golden = 0.6180339887498949, reach = 0.13;
+    double low = std::max(0.0, at - reach), high = std::min(justBeforeEnd, at + reach);
+    for (int step = 0; step < 24; ++step) {
+        const double a = high - golden * (high - low), b = low + golden * (high - low);
+        (value(a) > value(b) ? high : low) = value(a) > value(b) ? b : a;
+    }
+    return std::max({value(low), value((low + high) / 2), value(high), value(at)});
+}
+
+// The greatest of many spans: of each the greatest sample is known, and those that come near to the
+// greatest of all are looked at closely.
+class Greatest {
+public:
+    void add(std::size_t span, double part, double value) {
+        if (value > best_) best_ = value;
+        near_.push_back({span, part, value});
+    }
+
+    // `value(span, part)` is the function that was sampled.
+    template <class Function>
+    double find(const Function& value) {
+        std::erase_if(near_, [&](const Sample& one) { return one.value < best_ / 2; });
+        constexpr std::size_t most = 64;
+        const auto end = near_.begin() + static_cast<std::ptrdiff_t>(std::min(near_.size(), most));
+        std::ranges::partial_sort(near_, end, std::greater{}, &Sample::value);
+        double greatest = best_;
+        for (auto one = near_.begin(); one != end; ++one)
+            greatest = std::max(greatest, greatestNear(one->part, [&](double part) {
+                                    return value(one->span, part);
+                                }));
+        return greatest;
+    }
+
+private:
+    struct Sample {
+        std::size_t span;
+        double part, value;
+    };
+    std::vector<Sample> near_;
+    double best_ = 0;
+};
 
 Problem tooManyFrames() {
     return {"the curves need too many frames", "", "5 million is the limit"};
@@ -46,6 +94,10 @@ Problem notFinite(double time) {
     return {"a value is not finite", "", "at " + std::to_string(time) + " seconds"};
 }
 
+Problem beyondFile(double time) {
+    return {"a key is later than the file can say", "", "at " + shortest(time) + " seconds"};
+}
+
 bool isWritable(double value) {
     return std::isfinite(static_cast<float>(value));
 }
@@ -65,27 +117,28 @@ public:
         std::vector<double> further;
         for (std::size_t i = 0; i + 1 < knots_.size(); ++i) {
             if (isExact(i)) continue;
-            const double error = errorOf(i);
-            merged.error = std::max(merged.error, error);
-            if (!turnsFar(i) && error <= unnoticedTurn) continue;
+            if (!turnsFar(i) && errorOf(i) <= unnoticedTurn) continue;
             const auto frames =
                 Knots::framesBetween(knots_.times()[i], knots_.times()[i + 1], rate);
             if (!frames) return tooManyFrames();
             further.insert(further.end(), frames->begin(), frames->end());
         }
-        if (further.empty()) return done();
-        merged.onFrames = true;
-        knots_.add(further);
-        readOff();
+        if (!further.empty()) {
+            merged.onFrames = true;
+            knots_.add(further);
+            readOff();
+        }
         merged.error = error();
         return done();
     }
 
     double error() const {
-        double worst = 0;
+        Greatest greatest;
         for (std::size_t i = 0; i + 1 < knots_.size(); ++i)
-            if (!isExact(i)) worst = std::max(worst, errorOf(i));
-        return worst;
+            if (!isExact(i))
+                for (const double part : samples)
+                    greatest.add(i, part, errorAt(i, part));
+        return greatest.find([&](std::size_t span, double part) { return errorAt(span, part); });
     }
 
     std::optional<double> notFiniteAt() const {
@@ -122,6 +175,7 @@ private:
     void findOriginals();
     void alignSigns();
     double errorOf(std::size_t span) const;
+    double errorAt(std::size_t span, double part) const;
 
     bool isExact(std::size_t span) const { // the file's own span, whatever it does
         const std::size_t from = numbers_[span].original;
@@ -229,15 +283,18 @@ Quaternion RotationMerge::between(std::size_t span, double u) const {
     return lengthOf(q) > 1e-9 ? normalized(q) : Quaternion{0, 0, 0, 1};
 }
 
-double RotationMerge::errorOf(std::size_t span) const {
+double RotationMerge::errorAt(std::size_t span, double part) const {
     const double start = knots_.times()[span], length = knots_.times()[span + 1] - start;
+    const double time = start + part * length;
+    const Vec3 angles{knots_.curve(0).evaluate(time), knots_.curve(1).evaluate(time),
+                      knots_.curve(2).evaluate(time)};
+    return angleBetween(between(span, part), quaternionOf(angles));
+}
+
+double RotationMerge::errorOf(std::size_t span) const {
     double worst = 0;
-    for (const double part : rotationSamples) {
-        const double time = start + part * length;
-        const Vec3 angles{knots_.curve(0).evaluate(time), knots_.curve(1).evaluate(time),
-                          knots_.curve(2).evaluate(time)};
-        worst = std::max(worst, angleBetween(between(span, part), quaternionOf(angles)));
-    }
+    for (const double part : samples)
+        worst = std::max(worst, errorAt(span, part));
     return worst;
 }
 
@@ -262,6 +319,8 @@ Result<Merged> mergeCurves(std::span<const Envelope* const> curves, const FrameR
                            Interpolation usual, const Remembered* remembered) {
     Merged merged;
     Knots knots(curves, merged);
+    if (!knots.times().empty() && !isWritable(knots.times().back()))
+        return beyondFile(knots.times().back());
     const Spans spans = knots.spans();
     if (isMixed(spans))
         if (auto added = addFrames(knots, rate, merged); !added) return added.problem();
@@ -286,13 +345,16 @@ Result<Merged> mergeCurves(std::span<const Envelope* const> curves, const FrameR
             if (!all) return notFinite(knots.times()[i]);
         }
         if (!merged.onFrames) continue;
+        const auto errorAt = [&](std::size_t i, double part) {
+            const double start = knots.times()[i], length = knots.times()[i + 1] - start;
+            const double there = values[i] + part * (values[i + 1] - values[i]);
+            return std::abs(there - curves[c]->evaluate(start + part * length));
+        };
+        Greatest greatest;
         for (std::size_t i = 0; i + 1 < knots.size(); ++i)
-            for (const double part : samples) {
-                const double start = knots.times()[i], length = knots.times()[i + 1] - start;
-                const double there = values[i] + part * (values[i + 1] - values[i]);
-                merged.error = std::max(
-                    merged.error, std::abs(there - curves[c]->evaluate(start + part * length)));
-            }
+            for (const double part : samples)
+                greatest.add(i, part, errorAt(i, part));
+        merged.error = std::max(merged.error, greatest.find(errorAt));
     }
     return merged;
 }
@@ -301,6 +363,8 @@ Result<Merged> mergeRotation(std::span<const Envelope* const> curves, const Fram
                              Interpolation usual, const Remembered* remembered) {
     Merged merged;
     Knots knots(curves, merged);
+    if (!knots.times().empty() && !isWritable(knots.times().back()))
+        return beyondFile(knots.times().back());
     const Spans spans = knots.spans();
     if (isMixed(spans))
         if (auto added = addFrames(knots, rate, merged); !added) return added.problem();

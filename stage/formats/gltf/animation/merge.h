@@ -20,14 +20,17 @@ struct Remembered {
 struct Merged {
     Track track;           // in the file's units; the times are not negative
     bool onFrames = false; // keys were added on frames
-    double error = 0; // the largest distance from the curves that was seen between keys: units,
-                      // radians of rotations
+    double error =
+        0; // the largest distance from the curves between keys: units, radians of rotations
     std::size_t early = 0;  // keys before frame 0, left out
     std::size_t merged = 0; // keys nearer to another than single precision can represent
 };
 
 // A difference that nobody notices, in radians: spans of rotations below it get no further keys.
 constexpr double unnoticedTurn = 1e-3;
+
+// A difference in units that is a rounding.
+constexpr double unnoticedValue = 1e-9;
 
 // The curves of a path other than rotation; at least one has keys. Where nothing else decides, the
 // keys are of the kind `usual`. Fails where the frames would be too many, or a value is not finite.
