@@ -149,6 +149,7 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
         return index ? setInteger(control, index.value()) : index.problem();
     }
     case ControlType::listBox: {
+        if (text.empty()) return setInteger(control, -1); // no row
         const auto row = pick(control, listRows(control), text);
         if (row) return setInteger(control, row.value());
         if (const int count = listRowCount(control); count > mostListRows)
@@ -158,6 +159,8 @@ Result<> setByText(ControlModel& control, std::string_view text, const Scene& sc
     }
     case ControlType::item: {
         const ItemId item = scene.findItem(text);
+        if (item == ItemId::none && (text.empty() || text == "(none)"))
+            return chooseItem(control, ItemId::none);
         if (item == ItemId::none)
             return refused(control, "no item is named " + inQuotes(text), scene.namesLike(text));
         return chooseItem(control, item);

@@ -3,6 +3,7 @@
 #include "stage/base/file.h"
 #include "stage/base/text.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace cadencora::stage {
@@ -79,9 +80,15 @@ private:
                 step_.answers.push_back(text == "yes");
                 return done();
             });
-        } else if (name == "cancel") {
+        } else if (name == "cancel" || name == "keep") {
             if (!value.is_boolean()) return wrong(at, "expected true or false");
-            step_.cancel = value.get<bool>();
+            (name == "keep" ? step_.keep : step_.cancel) = value.get<bool>();
+        } else if (name == "preview") {
+            const auto isFrame = [](const Json& number) { return number.is_number_integer(); };
+            if (!value.is_array() || value.size() != 2 || !std::ranges::all_of(value, isFrame) ||
+                value[0].get<std::int64_t>() > value[1].get<std::int64_t>())
+                return wrong(at, "expected the first and the last frame");
+            step_.preview.emplace(value[0].get<std::int64_t>(), value[1].get<std::int64_t>());
         } else {
             return wrong(at, "no step has such a member");
         }
@@ -97,6 +104,7 @@ Json stepJson(const Step& step) {
     Json json = step.isStart ? Json{{"start", true}} : Json{{"press", step.press}};
     if (step.select) json["select"] = *step.select;
     if (step.time) json["time"] = *step.time;
+    if (step.preview) json["preview"] = {step.preview->first, step.preview->second};
     Json settings = Json::array(), answers = Json::array();
     for (const Step::Setting& setting : step.settings)
         settings.push_back(settingText(setting));
@@ -105,6 +113,7 @@ Json stepJson(const Step& step) {
     if (!settings.empty()) json["set"] = std::move(settings);
     if (!answers.empty()) json["answers"] = std::move(answers);
     if (step.cancel) json["cancel"] = true;
+    if (!step.keep) json["keep"] = false;
     return json;
 }
 

@@ -5,8 +5,8 @@
 //   {"cadencora": "recipe", "version": 1, "steps": [
 //     {"press": "Destroy Keys", "select": ["Hips"], "time": 12,
 //      "set": ["Start=60", "End=90"], "answers": ["yes"], "cancel": false}]}
-// where all but "press" may be left out. {"start": true, ...} in place of "press": for the dialogs
-// that open when the plug-in starts.
+// and "preview": [0, 60], "keep": false, where all but "press" may be left out. {"start": true,
+// ...} in place of "press": for the dialogs that open when the plug-in starts.
 #pragma once
 
 #include "stage/base/result.h"

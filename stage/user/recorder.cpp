@@ -5,12 +5,32 @@
 #include "stage/panels/labels.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <unordered_map>
+#include <utf8.h>
 
 namespace cadencora::stage {
 
 namespace {
+
+// A recipe is text: other bytes would be replaced.
+bool isText(std::string_view text) {
+    return utf8::is_valid(text.begin(), text.end());
+}
+
+// The frame whose time is exactly this one; a fraction may need its last digits moved.
+std::optional<double> exactFrame(const FrameRate& rate, double time) {
+    const double frame = rate.frameOf(time);
+    double up = frame, down = frame;
+    for (int i = 0; i < 8; ++i) {
+        if (rate.timeAt(up) == time) return up;
+        if (rate.timeAt(down) == time) return down;
+        up = std::nextafter(up, HUGE_VAL);
+        down = std::nextafter(down, -HUGE_VAL);
+    }
+    return std::nullopt;
+}
 
 bool isTyped(ControlType type) {
     return type == ControlType::slider || type == ControlType::integer ||
@@ -24,7 +44,11 @@ void Recorder::begin(const ControlModel& control, const Panels& floating, const 
     recorded.step.press = uniqueLabel(floating, control);
     if (recorded.step.press.empty()) recorded.shortfall = "the control has no label";
     pressed_ = &control;
-    if (!before_ || before_->selection != scene.selection) {
+    const auto fallsShort = [&](std::string why) {
+        if (recorded.shortfall.empty()) recorded.shortfall = std::move(why);
+    };
+    if (!isText(recorded.step.press)) fallsShort("a label is not UTF-8");
+    if (isFirst_ || !before_ || before_->selection != scene.selection) {
         auto& names = recorded.step.select.emplace();
         std::unordered_map<std::string_view, ItemId> first; // of a name, whom a script finds
         for (std::size_t i = 0; i < scene.itemCount(); ++i)
@@ -32,11 +56,18 @@ void Recorder::begin(const ControlModel& control, const Panels& floating, const 
         for (const ItemId item : scene.selection) {
             names.push_back(scene.item(item).name);
             if (first[names.back()] != item)
-                recorded.shortfall = "several items are named " + inQuotes(names.back());
+                fallsShort("several items are named " + inQuotes(names.back()));
+            if (!isText(names.back())) fallsShort("an item's name is not UTF-8");
         }
     }
-    if (!before_ || before_->time != scene.currentTime)
-        recorded.step.time = scene.rate.frameOf(scene.currentTime);
+    if (isFirst_ || !before_ || before_->time != scene.currentTime) {
+        const auto frame = exactFrame(scene.rate, scene.currentTime);
+        if (!frame) fallsShort("no frame number has exactly the time");
+        recorded.step.time = frame.value_or(scene.rate.frameOf(scene.currentTime));
+    }
+    if (!before_ || before_->previewFirst != scene.previewFirst ||
+        before_->previewLast != scene.previewLast)
+        recorded.step.preview.emplace(scene.previewFirst, scene.previewLast);
     steps_.push_back(std::move(recorded));
     changed_.push_back(false);
     dialogs_.clear();
@@ -69,6 +100,7 @@ void Recorder::set(const ControlModel& control, const Scene& scene) {
         return fallShort(inQuotes(label) + " does not name one control of the dialog");
     if (isTaken(label)) fallShort("two dialogs have a control " + inQuotes(label));
     std::string value = control.type == ControlType::button ? "press" : valueText(control, scene);
+    if (!isText(label) || !isText(value)) fallShort("a value is not UTF-8");
     if (last_ == &control && isTyped(control.type)) {
         settings.back().value = std::move(value);
         return;
@@ -76,6 +108,11 @@ void Recorder::set(const ControlModel& control, const Scene& scene) {
     settings.push_back({label, std::move(value)});
     last_ = &control;
     ++madeHere_;
+}
+
+void Recorder::refused(const ControlModel& control) {
+    if (open_ && !dialogs_.empty())
+        fallShort(inQuotes(qualifiedLabel(control)) + " was answered with an error");
 }
 
 // A script cancels the dialog of the last setting: where the user cancelled a later one untouched,
@@ -109,54 +146,70 @@ void Recorder::end(bool changed, const Scene& scene) {
     if (changed) undone_.clear();
     changed_.back() = changed;
     if (pressed_->type != ControlType::button) {
-        if (!changed) {
+        if (!changed && pressed_->type == ControlType::tabs) {
             steps_.pop_back();
             changed_.pop_back();
             return;
         }
         steps_.back().step.press += "=" + valueText(*pressed_, scene);
     }
-    before_ = Before{scene.selection, scene.currentTime};
+    before_ = stateOf(scene);
+    isFirst_ = false;
 }
 
-void Recorder::abandon() {
+Recorder::Before Recorder::stateOf(const Scene& scene) {
+    return {scene.selection, scene.currentTime, scene.previewFirst, scene.previewLast};
+}
+
+void Recorder::failed(const Scene& scene) {
     if (!open_) return;
     open_ = false;
-    steps_.pop_back();
-    changed_.pop_back();
+    steps_.back().step.keep = false;
+    before_ = stateOf(scene);
+    isFirst_ = false;
 }
 
 void Recorder::undone() {
     const auto last = std::find(changed_.rbegin(), changed_.rend(), true);
     if (last == changed_.rend()) return;
-    const auto from = std::distance(last, changed_.rend()) - 1;
-    Group group;
-    group.steps.assign(std::make_move_iterator(steps_.begin() + from),
-                       std::make_move_iterator(steps_.end()));
-    group.changed.assign(changed_.begin() + from, changed_.end());
-    steps_.erase(steps_.begin() + from, steps_.end());
-    changed_.erase(changed_.begin() + from, changed_.end());
-    undone_.push_back(std::move(group));
-    before_.reset(); // the next step says all
+    const auto step = static_cast<std::size_t>(std::distance(last, changed_.rend())) - 1;
+    steps_[step].step.keep = false;
+    changed_[step] = false;
+    undone_.push_back(step);
+    before_.reset();
 }
 
 void Recorder::redone() {
     if (undone_.empty()) return;
-    Group group = std::move(undone_.back());
+    const std::size_t step = undone_.back();
     undone_.pop_back();
-    std::ranges::move(group.steps, std::back_inserter(steps_));
-    changed_.insert(changed_.end(), group.changed.begin(), group.changed.end());
+    steps_[step].step.keep = true;
+    changed_[step] = true;
     before_.reset();
+    // A script takes the steps in their order, when this one is made already.
+    for (std::size_t later = step + 1; later < steps_.size(); ++later)
+        if (std::ranges::find(undone_, later) == undone_.end() && steps_[later].shortfall.empty())
+            steps_[later].shortfall =
+                inQuotes(steps_[step].step.press) + " was undone then, and made again later";
 }
 
-void Recorder::clear() {
+void Recorder::clear(const Scene& scene) {
     *this = {};
+    before_ = stateOf(scene);
+}
+
+// Steps at the end that are not kept have no effect on any other.
+std::vector<RecordedStep> Recorder::recorded() const {
+    std::vector<RecordedStep> shown = steps_;
+    while (!shown.empty() && !shown.back().step.keep)
+        shown.pop_back();
+    return shown;
 }
 
 std::vector<Step> Recorder::steps() const {
     std::vector<Step> steps;
-    for (const RecordedStep& recorded : steps_)
-        steps.push_back(recorded.step);
+    for (RecordedStep& one : recorded())
+        steps.push_back(std::move(one.step));
     return steps;
 }
 

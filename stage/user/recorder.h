@@ -18,48 +18,54 @@ class Recorder {
 public:
     // The step records the selection and the time where they differ from what the last step left.
     // `floating`: the open panels, among which a script finds the control. A control other than a
-    // button makes a step with its value, and only if it edits.
+    // button makes a step with its value; tabs only if they edit.
     void begin(const ControlModel& control, const Panels& floating, const Scene& scene);
 
     // Within a step. `set` is told after the value was taken; a button counts as a setting. Of
     // several values slid or typed in the same control, only the last one is kept.
     void dialogOpened(const PanelModel& panel);
     void set(const ControlModel& control, const Scene& scene);
+    // In place of `set`: the plug-in answered the value with an error message, at which a script
+    // would stop. What it remembers of the value cannot be known.
+    void refused(const ControlModel& control);
     void dialogClosed(const PanelModel& panel, bool accepted, const Scene& scene);
     void answered(bool yes);
 
     // `changed`: the step made an edit that an undo takes back.
     void end(bool changed, const Scene& scene);
 
-    // The step ended in an error and did nothing: it is dropped.
-    void abandon();
+    // The step ended in an error, and the scene is as before.
+    void failed(const Scene& scene);
 
-    // The last edit was taken back or made again, and its step with it.
+    // The last edit was taken back or made again, and its step with it. A step that was taken back
+    // stays among the steps as one that is not kept, as long as others follow it: the plug-in
+    // remembers lists and toggles.
     void undone();
     void redone();
-    void clear();
 
-    const std::vector<RecordedStep>& recorded() const { return steps_; }
+    // Forgets all steps; the next one starts from this scene.
+    void clear(const Scene& scene);
+
+    std::vector<RecordedStep> recorded() const;
     std::vector<Step> steps() const;
 
 private:
     struct Before { // the scene as the last step left it
         std::vector<ItemId> selection;
         double time = 0;
+        std::int64_t previewFirst = 0, previewLast = 0;
     };
+    static Before stateOf(const Scene& scene);
     bool isTaken(std::string_view label) const;
     void anchorCancel(const PanelModel& panel, const Scene& scene);
     void fallShort(std::string why);
 
     bool open_ = false;
     std::vector<RecordedStep> steps_;
-    std::vector<bool> changed_; // by step
-    struct Group {
-        std::vector<RecordedStep> steps;
-        std::vector<bool> changed;
-    };
-    std::vector<Group> undone_; // each begins with a step that made an edit
-    std::optional<Before> before_;
+    std::vector<bool> changed_;       // by step
+    std::vector<std::size_t> undone_; // steps that a redo makes again, the next one last
+    std::optional<Before> before_;    // nothing: after an undo, when the next step says all
+    bool isFirst_ = true;             // the next step is the first one of the scene
 
     // Of the step under way.
     const ControlModel* pressed_ = nullptr;  // by which it began

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace cadencora::stage {
 
@@ -27,6 +28,10 @@ struct Step {
     std::vector<Setting> settings;                  // in the order in which they are made
     std::vector<bool> answers;                      // to the questions; the last one is repeated
     bool cancel = false;                            // the dialog in which the last setting was made
+    std::optional<std::pair<std::int64_t, std::int64_t>> preview; // frames; nothing: as it was
+    // False: what it does to the scene is taken back at once, and errors do not end the run. So a
+    // recipe repeats a step that was undone: the plug-in may remember what was set in it.
+    bool keep = true;
 };
 
 class ScriptedUser : public FrontEnd {

@@ -10,7 +10,7 @@ namespace cadencora::stage {
 
 namespace {
 
-// Selects items and moves the time, as the step asks before its press.
+// Selects items and moves the time and the preview range, as the step asks before its press.
 Result<> prepare(Host& host, const Step& step) {
     const Scene& scene = host.scene();
     if (step.select) {
@@ -26,6 +26,11 @@ Result<> prepare(Host& host, const Step& step) {
     }
     if (step.time) {
         host.mutableScene().currentTime = scene.rate.timeAt(*step.time);
+        host.refreshRecords();
+    }
+    if (step.preview) {
+        host.mutableScene().previewFirst = step.preview->first;
+        host.mutableScene().previewLast = step.preview->second;
         host.refreshRecords();
     }
     return done();
@@ -45,7 +50,7 @@ bool takeStep(Session& session, const Step& step, const std::function<Result<>()
     Result<> performed = done();
     result.changes = host.event(
         step.press, [&] { performed = action(); },
-        [&] { return performed.ok() && !user.sawError(); });
+        [&] { return performed.ok() && !user.sawError() && step.keep; });
     result.dialogs = user.dialogs();
     result.messages = user.messages();
     const bool isSilent =
@@ -53,6 +58,7 @@ bool takeStep(Session& session, const Step& step, const std::function<Result<>()
     if (!step.isStart || !isSilent) outcome.steps.push_back(std::move(result));
 
     const auto problems = host.takeProblems();
+    if (!step.keep && performed) return true; // whatever it said, it was taken back
     outcome.problems.insert(outcome.problems.end(), problems.begin(), problems.end());
     for (const std::string& service : std::exchange(host.missingServices, {}))
         outcome.warnings.push_back(inQuotes(step.press) + " asked for the service " +

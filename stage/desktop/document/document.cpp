@@ -20,7 +20,9 @@ Scene emptyScene() {
 
 } // namespace
 
-Document::Document(FrontEnd& frontEnd) : frontEnd_(frontEnd), host_(emptyScene(), frontEnd) {}
+Document::Document(FrontEnd& frontEnd) : frontEnd_(frontEnd), host_(emptyScene(), frontEnd) {
+    recorder_.clear(scene());
+}
 
 std::string Document::name() const {
     if (path_.empty()) return "Untitled";
@@ -36,7 +38,7 @@ void Document::setPath(const std::filesystem::path& path) {
 Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesystem::path& path,
                                                 Origin origin) {
     host_.load(std::move(loaded.scene));
-    recorder_.clear();
+    recorder_.clear(scene());
     position_ = savedPosition_ = 0;
     setPath(path);
     imported_ = origin == Origin::imported;
@@ -102,7 +104,12 @@ ChangeReport Document::edit(const std::string& name, const std::function<void()>
     failed_ = false;
     ++depth_;
     clock_.start(qtText(name));
-    ChangeReport report = host_.event(name, action, [&] { return !failed_; });
+    ChangeReport report = host_.event(name, action, [&] {
+        // What the host has to report ends a script's step, too.
+        failed_ = failed_ || !host_.problems.empty() || !host_.misuses.empty();
+        return !failed_;
+    });
+    failed_ = failed_ || !host_.problems.empty(); // an exception
     clock_.stop();
     --depth_;
     return report;
@@ -122,8 +129,10 @@ Result<> Document::use(ControlModel& control, const Action& action) {
         Result<> result = done();
         host_.event(std::string(shownLabel(control)), [&] { result = action(control); });
         --depth_;
-        // A value that the plug-in refused with an error is not recorded.
-        if (result && errors_ == errors) recorder_.set(control, scene());
+        if (errors_ != errors)
+            recorder_.refused(control);
+        else if (result)
+            recorder_.set(control, scene());
         emit controlsChanged();
         return result;
     }
@@ -139,7 +148,7 @@ Result<> Document::use(ControlModel& control, const Action& action) {
     Changes what = differenceFrom(selection, time);
     if (!report.empty() || failed_) what |= Change::keys | Change::range;
     if (failed_) { // as in the headless program: a script would stop here
-        recorder_.abandon();
+        recorder_.failed(scene());
         news_ = name + ": ended with an error and changed nothing";
     } else {
         recorder_.end(!report.empty(), scene());
@@ -224,7 +233,7 @@ void Document::setPreview(std::int64_t first, std::int64_t last) {
 }
 
 void Document::clearRecording() {
-    recorder_.clear();
+    recorder_.clear(scene());
     emit changed({});
 }
 

@@ -56,9 +56,14 @@ void StepList::rebuild() {
     steps_->clear();
     for (const RecordedStep& recorded : document_.recorder().recorded()) {
         const Step& step = recorded.step;
-        auto* row = new QTreeWidgetItem(steps_, {QString::fromStdString(step.press)});
+        QString press = QString::fromStdString(step.press);
+        if (!step.keep) press += tr(" (taken back)");
+        auto* row = new QTreeWidgetItem(steps_, {press});
         if (step.select) addRow(row, "select " + joined(*step.select));
         if (step.time) addRow(row, "at frame " + frameText(*step.time));
+        if (step.preview)
+            addRow(row, "preview " + std::to_string(step.preview->first) + " to " +
+                            std::to_string(step.preview->second));
         for (const auto& [label, value] : step.settings)
             addRow(row, label + " = " + value);
         for (const bool yes : step.answers)

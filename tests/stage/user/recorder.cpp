@@ -39,8 +39,8 @@ struct Recording {
         ASSERT_TRUE(setInteger(control, value).ok());
         recorder.set(control, scene);
     }
-    const Step& step() { return recorder.recorded().back().step; }
-    const std::string& shortfall() { return recorder.recorded().back().shortfall; }
+    Step step() const { return recorder.recorded().back().step; }
+    std::string shortfall() const { return recorder.recorded().back().shortfall; }
 };
 
 TEST(Recorder, settings_have_qualified_labels_and_a_slide_is_its_end) {
@@ -70,7 +70,7 @@ TEST(Recorder, settings_have_qualified_labels_and_a_slide_is_its_end) {
 
 TEST(Recorder, selection_and_time_are_told_once_and_again_when_they_change) {
     Recording r;
-    const auto go = [&]() -> const Step& {
+    const auto go = [&] {
         r.recorder.begin(r.button, {r.button.panel}, r.scene);
         r.recorder.end(true, r.scene);
         return r.step();
@@ -112,27 +112,44 @@ TEST(Recorder, a_cancelled_second_dialog_is_known_by_a_value_of_its_own) {
     EXPECT_EQ(r.shortfall(), "");
 }
 
-TEST(Recorder, undo_takes_the_last_edit_and_what_came_of_it_along) {
+TEST(Recorder, what_an_undo_takes_back_stays_as_a_step_that_is_not_kept) {
     Recording r;
     const auto go = [&](bool changed) {
         r.recorder.begin(r.button, {r.button.panel}, r.scene);
         r.recorder.end(changed, r.scene);
     };
+    const auto kept = [&] {
+        std::string all;
+        for (const RecordedStep& recorded : r.recorder.recorded())
+            all += recorded.step.keep ? 'k' : recorded.shortfall.empty() ? '-' : '?';
+        return all;
+    };
     go(true);
     go(true);
+    r.recorder.undone();
+    EXPECT_EQ(kept(), "k") << "nothing follows that could depend on it";
+    r.recorder.redone();
     go(false);
     r.recorder.undone();
-    EXPECT_EQ(r.recorder.steps().size(), 1u);
+    EXPECT_EQ(kept(), "k-k");
     r.recorder.undone();
-    EXPECT_EQ(r.recorder.steps().size(), 0u);
     r.recorder.undone();
+    EXPECT_EQ(kept(), "--k");
     r.recorder.redone();
     r.recorder.redone();
-    EXPECT_EQ(r.recorder.steps().size(), 3u);
+    EXPECT_EQ(kept(), "kkk");
+    EXPECT_NE(r.shortfall(), "") << "a script would not take it in that order";
     r.recorder.undone();
     go(true); // what was undone cannot come back
     r.recorder.redone();
-    EXPECT_EQ(r.recorder.steps().size(), 2u);
+    EXPECT_EQ(kept(), "k-kk");
+    r.recorder.begin(r.button, {r.button.panel}, r.scene);
+    r.recorder.failed(r.scene);
+    EXPECT_EQ(kept(), "k-kk");
+    r.scene.previewFirst = 3;
+    go(true);
+    EXPECT_EQ(kept(), "k-kk-k");
+    EXPECT_EQ(r.step().preview, (std::pair<std::int64_t, std::int64_t>(3, 0)));
 }
 
 } // namespace
