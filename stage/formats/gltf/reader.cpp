@@ -218,6 +218,11 @@ void SceneReader::finish() {
     if (memory_->clip != none) loaded_.clip = loaded_.clips[memory_->clip];
     loaded_.warnings = model_.warnings;
     loaded_.notes.insert(loaded_.notes.begin(), memory_->clock.note);
+    NameList others;
+    for (const std::string& pointer : model_.pointers)
+        others.add(pointer);
+    if (!model_.pointers.empty())
+        loaded_.notes.push_back("animated besides the items, and kept: " + others.text());
     scene().source = std::move(memory_);
 }
 

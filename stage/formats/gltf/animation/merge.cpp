@@ -256,14 +256,14 @@ void RotationMerge::findOriginals() {
 }
 
 // A rotation has two quaternions. New ones are those near the key before; the file's own keep
-// their signs among each other.
+// their signs along the file's own spans.
 void RotationMerge::alignSigns() {
     double sign = 1; // of the key before
     for (std::size_t i = 0; i < numbers_.size(); ++i) {
         Numbers& at = numbers_[i];
-        const bool isBothOriginal =
-            i > 0 && at.original != none && numbers_[i - 1].original != none;
-        if (!isBothOriginal) sign = i > 0 && dot(numbers_[i - 1].value, at.value) < 0 ? -1 : 1;
+        const bool isOwnSpan = i > 0 && numbers_[i - 1].original != none &&
+                               at.original == numbers_[i - 1].original + 1;
+        if (!isOwnSpan) sign = i > 0 && dot(numbers_[i - 1].value, at.value) < 0 ? -1 : 1;
         for (Quaternion* q : {&at.arriving, &at.value, &at.leaving})
             for (double& number : *q)
                 number *= sign;

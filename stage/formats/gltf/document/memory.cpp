@@ -3,6 +3,7 @@
 #include "stage/base/text.h"
 #include "stage/formats/gltf/document/files.h"
 #include "stage/formats/gltf/document/quaternion.h"
+#include "stage/formats/gltf/document/unpack.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -32,6 +33,7 @@ public:
         if (!model) return model.problem();
         memory_.model = std::move(*model);
         if (auto read = buffers(document.value()); !read) return read;
+        if (auto read = unpackViews(); !read) return read;
         if (auto found = parents(); !found) return found;
         return clip();
     }
@@ -94,6 +96,26 @@ private:
             buffer.kind = Buffer::Kind::file;
             buffer.uri = *uri;
             buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
+        }
+        return done();
+    }
+
+    Result<> unpackViews() {
+        const auto bytes = memory_.bytes();
+        std::uintmax_t all = 0;
+        for (std::size_t i = 0; i < memory_.model.views.size(); ++i) {
+            BufferView& view = memory_.model.views[i];
+            if (!view.packed) continue;
+            const std::string place = where_ + ": bufferViews[" + std::to_string(i) + "]";
+            auto elements = unpacked(*view.packed, bytes[view.packed->buffer], place);
+            if (!elements) return elements.problem();
+            if ((all += elements->size()) > options_.limits.bytes)
+                return Problem{"the packed numbers are too many", place,
+                               "the limit is " + std::to_string(options_.limits.bytes) + " bytes"};
+            view.unpacked = memory_.held.emplace_back(std::move(*elements));
+            view.length = view.unpacked.size();
+            view.stride =
+                view.packed->mode == PackedBytes::Mode::attributes ? view.packed->stride : 0;
         }
         return done();
     }

@@ -247,6 +247,39 @@ private:
                         "found " + std::to_string(view.stride));
         const Json* extensions = from.member("extensions");
         view.isCompressed = extensions && !extensions->empty();
+        if (!extensions || !extensions->is_object() ||
+            !extensions->contains("EXT_meshopt_compression"))
+            return true;
+        view.isCompressed = false;
+        return object(from, "extensions", [&](const Value& inner) {
+            return object(inner, "EXT_meshopt_compression", [&](const Value& packed) {
+                return packedBytes(packed, view.packed.emplace());
+            });
+        });
+    }
+
+    bool packedBytes(const Value& from, PackedBytes& packed) {
+        constexpr std::array<std::string_view, 3> modes{"ATTRIBUTES", "TRIANGLES", "INDICES"};
+        constexpr std::array<std::string_view, 4> filters{"NONE", "OCTAHEDRAL", "QUATERNION",
+                                                          "EXPONENTIAL"};
+        std::string mode, filter(filters.front());
+        if (!needs(from, {"buffer", "byteLength", "byteStride", "count", "mode"}) ||
+            !takeIndex(from, "buffer", tableOf("buffers"), packed.buffer) ||
+            !take(from, "byteOffset", packed.offset) || !take(from, "byteLength", packed.length) ||
+            !take(from, "byteStride", packed.stride) || !take(from, "count", packed.count) ||
+            !take(from, "mode", mode) || !take(from, "filter", filter))
+            return false;
+        const auto one = std::ranges::find(modes, mode);
+        if (one == modes.end())
+            return fail(from.place() + ".mode", "expected ATTRIBUTES, TRIANGLES or INDICES",
+                        "found " + inQuotes(mode.substr(0, 40)));
+        const auto other = std::ranges::find(filters, filter);
+        if (other == filters.end())
+            return fail(from.place() + ".filter",
+                        "expected NONE, OCTAHEDRAL, QUATERNION or EXPONENTIAL",
+                        "found " + inQuotes(filter.substr(0, 40)));
+        packed.mode = static_cast<PackedBytes::Mode>(one - modes.begin());
+        packed.filter = static_cast<PackedBytes::Filter>(other - filters.begin());
         return true;
     }
 
@@ -289,7 +322,17 @@ private:
             !takeIndex(from, "sampler", samplers, to.sampler) || !object(from, "target", target))
             return false;
         to.path = static_cast<Path>(std::ranges::find(pathNames, path) - pathNames.begin());
-        return true;
+        const std::string* pointer = pointerOf(*from.member("target"));
+        if (!pointer) return true;
+        const auto found = nodePointedAt(*pointer);
+        if (!found) {
+            model_.pointers.push_back(*pointer);
+            return true;
+        }
+        to.path = found->second;
+        to.node = found->first;
+        return to.node < document_.sizeOf("nodes") ||
+               fail(from.place() + ".target", "the pointer leads to no node", *pointer);
     }
 
     const Value document_;
@@ -298,6 +341,27 @@ private:
 };
 
 } // namespace
+
+std::optional<std::pair<std::size_t, Path>> nodePointedAt(std::string_view pointer) {
+    constexpr std::string_view nodes = "/nodes/";
+    if (!pointer.starts_with(nodes)) return std::nullopt;
+    pointer.remove_prefix(nodes.size());
+    const auto slash = pointer.find('/');
+    if (slash == pointer.npos) return std::nullopt;
+    const auto node = parseInteger(pointer.substr(0, slash));
+    const auto path = std::ranges::find(pathNames, pointer.substr(slash + 1));
+    if (!node || *node < 0 || path == pathNames.end()) return std::nullopt;
+    return std::pair(static_cast<std::size_t>(*node), static_cast<Path>(path - pathNames.begin()));
+}
+
+const std::string* pointerOf(const Json& target) {
+    if (!target.is_object() || !target.contains("extensions")) return nullptr;
+    const Json& extensions = target["extensions"];
+    if (!extensions.is_object() || !extensions.contains("KHR_animation_pointer")) return nullptr;
+    const Json& extension = extensions["KHR_animation_pointer"];
+    if (!extension.is_object() || !extension.contains("pointer")) return nullptr;
+    return extension["pointer"].get_ptr<const std::string*>();
+}
 
 Result<Model> readModel(const Json& document, const std::string& where, bool withPrimitives) {
     return ModelReader(document, where, withPrimitives).read();

@@ -5,6 +5,10 @@
 #include "stage/formats/gltf/document/container.h"
 #include "stage/scene/math/rotation.h"
 
+#include <optional>
+#include <string_view>
+#include <utility>
+
 namespace cadencora::stage::gltf {
 
 constexpr std::size_t none = static_cast<std::size_t>(-1);
@@ -61,9 +65,21 @@ struct Accessor {
     std::size_t sparseIndexType = 0;
 };
 
+// Where the bytes of a view are packed, by EXT_meshopt_compression.
+struct PackedBytes {
+    enum class Mode : std::uint8_t { attributes, triangles, indices };
+    enum class Filter : std::uint8_t { plain, octahedral, quaternion, exponential };
+    std::size_t buffer = 0, offset = 0, length = 0;
+    std::size_t stride = 0, count = 0; // of the elements
+    Mode mode = Mode::attributes;
+    Filter filter = Filter::plain;
+};
+
 struct BufferView {
     std::size_t buffer = 0, offset = 0, length = 0, stride = 0;
     bool isCompressed = false; // by an extension that is not read
+    std::optional<PackedBytes> packed;
+    std::string_view unpacked; // of a packed view, once the buffers are there
 };
 
 struct Sampler {
@@ -89,6 +105,7 @@ struct Model {
     std::vector<Accessor> accessors;
     std::vector<BufferView> views;
     std::vector<Clip> clips;
+    std::vector<std::string> pointers; // what clips animate besides nodes: "/materials/0/..."
     std::vector<std::string> warnings;
 
     // How many morph targets a node has.
@@ -97,6 +114,12 @@ struct Model {
         return mesh == none ? 0 : meshes[mesh].targets.size();
     }
 };
+
+// The node and path that a pointer such as "/nodes/3/translation" means; nothing for any other.
+std::optional<std::pair<std::size_t, Path>> nodePointedAt(std::string_view pointer);
+
+// The pointer of a channel's target, by KHR_animation_pointer; null where it has none.
+const std::string* pointerOf(const Json& target);
 
 // Problems name the place: "robot.glb: animations[3].samplers[1].input". With primitives, a mesh
 // that is not as it should be gets its problem instead, whose place is within the document:

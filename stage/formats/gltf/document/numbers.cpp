@@ -145,7 +145,7 @@ private:
         if (view.isCompressed)
             return fail("the numbers are compressed by an extension that is not known", name);
         const std::size_t there = source_.buffers[view.buffer].size();
-        if (view.offset > there || view.length > there - view.offset)
+        if (!view.packed && (view.offset > there || view.length > there - view.offset))
             return fail("the numbers reach beyond their buffer",
                         name + " ends at byte " + std::to_string(view.offset + view.length) +
                             ", buffers[" + std::to_string(view.buffer) + "] at " +
@@ -158,7 +158,9 @@ private:
                         std::to_string(count) + " elements need " +
                             std::to_string(part.offset + needed) + " bytes, " + name + " has " +
                             std::to_string(view.length));
-        return Elements{source_.buffers[view.buffer].data() + view.offset + part.offset, stride};
+        const char* first =
+            view.packed ? view.unpacked.data() : source_.buffers[view.buffer].data() + view.offset;
+        return Elements{first + part.offset, stride};
     }
 
     // Puts the elements that a sparse accessor lists into their places.

@@ -102,7 +102,11 @@ void Editor::findChannels(const std::vector<Change>& changes) {
     std::map<std::pair<std::size_t, std::string>, std::size_t> known;
     for (std::size_t i = 0; i < channels.size(); ++i) {
         const Json& target = channels[i]["target"];
-        if (target.contains("node"))
+        if (const std::string* pointer = pointerOf(target)) {
+            if (const auto found = nodePointedAt(*pointer))
+                known[{found->first,
+                       std::string(pathNames[static_cast<std::size_t>(found->second)])}] = i;
+        } else if (target.contains("node"))
             known[{number(target, "node"), target["path"].get<std::string>()}] = i;
     }
     for (const Change& change : changes) {
@@ -277,7 +281,8 @@ void Editor::writeNumbers() {
     if (!buffer.changed) buffer.changed = std::string(buffer.bytes);
     // Views that are about to be written cover nothing yet.
     for (const Need& need : needs_)
-        for (const char* name : {"buffer", "byteOffset", "byteLength", "byteStride", "target"})
+        for (const char* name :
+             {"buffer", "byteOffset", "byteLength", "byteStride", "target", "extensions"})
             views()[need.view].erase(name);
     findRoom();
     for (const Need& need : needs_) {
