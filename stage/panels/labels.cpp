@@ -84,6 +84,16 @@ Result<ControlModel*> findControl(const Panels& panels, std::string_view label) 
                    alternatives(trimmed(label), std::move(names))};
 }
 
+Result<Pressed> findPressed(const Panels& panels, const std::string& press) {
+    const auto whole = findControl(panels, press);
+    if (whole) return Pressed{whole.value(), {}};
+    const auto equals = press.find('=');
+    if (equals == std::string::npos) return whole.problem();
+    const auto found = findControl(panels, std::string_view(press).substr(0, equals));
+    if (!found) return found.problem();
+    return Pressed{found.value(), press.substr(equals + 1)};
+}
+
 std::string uniqueLabel(const Panels& panels, const ControlModel& control) {
     const auto names = namesOf(control);
     for (const std::string& name : names)

@@ -24,6 +24,13 @@ std::vector<ControlModel*> controlsNamed(const Panels& panels, std::string_view 
 // The one control that a label names. A Problem lists what would do instead.
 Result<ControlModel*> findControl(const Panels& panels, std::string_view label);
 
+// What a step presses: "LABEL" of a button, or "LABEL=VALUE" of another control.
+struct Pressed {
+    ControlModel* control = nullptr;
+    std::string value;
+};
+Result<Pressed> findPressed(const Panels& panels, const std::string& press);
+
 // The shortest label that names this control and no other; empty: it has no label.
 std::string uniqueLabel(const Panels& panels, const ControlModel& control);
 

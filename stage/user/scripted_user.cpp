@@ -56,23 +56,17 @@ Result<> ScriptedUser::pressStep() {
     if (floating_.empty())
         return Problem{"the plug-in has opened no panel", inQuotes(step_.press), {}};
     if (auto set = setOnPanels(); !set) return set;
-    auto control = findControl(floating_, step_.press);
-    const auto equals = step_.press.find('=');
-    std::string value;
-    if (!control && equals != std::string::npos) {
-        control = findControl(floating_, std::string_view(step_.press).substr(0, equals));
-        value = step_.press.substr(equals + 1);
-    }
-    if (!control) return control.problem();
-    ControlModel& pressed = *control.value();
+    const auto found = findPressed(floating_, step_.press);
+    if (!found) return found.problem();
+    ControlModel& pressed = *found.value().control;
     if (!bringUp(*pressed.panel, pressed))
         return Problem{"the button cannot be reached", inQuotes(step_.press), {}};
     if (pressed.type != ControlType::button) {
-        if (equals == std::string::npos)
+        if (step_.press.find('=') == std::string::npos)
             return Problem{"this is not a button", inQuotes(step_.press),
                            "a " + std::string(typeName(pressed.type)) +
                                " takes a value: " + inQuotes(step_.press + "=VALUE")};
-        return set(pressed, value);
+        return set(pressed, found.value().value);
     }
     if (!pressed.handler)
         return Problem{"the button has no command yet", inQuotes(step_.press), {}};

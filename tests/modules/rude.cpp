@@ -20,15 +20,20 @@ Table* table(const char* name) {
     return static_cast<Table*>(lookUp(name, 0));
 }
 
-void openDialog(const char* title, const char* type, const ControlDesc& desc, const char* label,
-                EventHandler handler) {
-    auto* panels = table<PanelFuncs>(panelFuncsName);
-    const Panel panel = panels->createPanel(title, 0);
-    Control* control = panels->addControl(panel, type, &desc, label);
+void add(Panel panel, const char* type, const ControlDesc& desc, const char* label,
+         EventHandler handler) {
+    Control* control = table<PanelFuncs>(panelFuncsName)->addControl(panel, type, &desc, label);
     ControlValue value{};
     value.type = integerValue;
     value.handler = handler;
     control->set(control, controlHandler, &value);
+}
+
+void openDialog(const char* title, const char* type, const ControlDesc& desc, const char* label,
+                EventHandler handler) {
+    auto* panels = table<PanelFuncs>(panelFuncsName);
+    const Panel panel = panels->createPanel(title, 0);
+    add(panel, type, desc, label, handler);
     panels->openPanel(panel, openModal);
 }
 
@@ -81,11 +86,7 @@ int activate(int, GlobalFunc lookup, void*, void*) {
     for (const auto& [label, handler] : buttons) {
         ControlDesc desc{};
         desc.kind = buttonKind;
-        Control* button = panels->addControl(panel, buttonControl, &desc, label);
-        ControlValue value{};
-        value.type = integerValue;
-        value.handler = handler;
-        button->set(button, controlHandler, &value);
+        add(panel, buttonControl, desc, label, handler);
     }
     panels->openPanel(panel, openFloating);
     return 0;

@@ -39,12 +39,9 @@ Result<> checkStep(const PluginOffer& offer, const Step& step) {
     const std::deque<PanelCopy>* dialogs = &offer.dialogs;
     std::string where = "start";
     if (!step.isStart) {
-        auto control = findControl(floating, step.press);
-        const auto equals = step.press.find('=');
-        if (!control && equals != std::string::npos)
-            control = findControl(floating, std::string_view(step.press).substr(0, equals));
-        if (!control) {
-            Problem problem = control.problem();
+        const auto pressed = findPressed(floating, step.press);
+        if (!pressed) {
+            Problem problem = pressed.problem();
             problem.what = "no button is labelled " + inQuotes(step.press);
             problem.where = offer.server;
             return problem;
@@ -52,7 +49,8 @@ Result<> checkStep(const PluginOffer& offer, const Step& step) {
         const ButtonOffer* button = nullptr;
         for (const PanelOffer& panel : offer.panels)
             for (const ButtonOffer& known : panel.buttons)
-                if (panel.copy.panel.controls[known.index] == control.value()) button = &known;
+                if (panel.copy.panel.controls[known.index] == pressed.value().control)
+                    button = &known;
         if (!button) return done(); // it is another control, which the run looks at
         where = button->label;
         if (!button->connected)

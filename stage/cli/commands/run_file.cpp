@@ -46,7 +46,7 @@ bool takeStep(Session& session, const Step& step, const std::function<Result<>()
         outcome.status = exitUsage;
         return false;
     }
-    StepOutcome result{step.press, {}, {}, {}};
+    StepOutcome result{step.press, {}, {}, {}, step.keep};
     Result<> performed = done();
     result.changes = host.event(
         step.press, [&] { performed = action(); },

@@ -2,11 +2,20 @@
 
 namespace cadencora::stage {
 
+namespace {
+
+std::filesystem::path currentFolder() {
+    std::error_code ignored; // empty where it is gone
+    return std::filesystem::current_path(ignored);
+}
+
+} // namespace
+
 Session::Session(const RunOptions& options)
     : user(options.dryRun),
       host(Scene(), user,
            {.motionsDirectory = options.motionsFolder, .writeFiles = !options.dryRun}),
-      folder_(std::filesystem::current_path()) {
+      folder_(currentFolder()) {
     user.lookAt(host.scene());
 }
 

@@ -17,6 +17,7 @@ struct StepOutcome {
     std::vector<std::string> dialogs; // their titles, in the order of opening
     std::vector<Message> messages;
     ChangeReport changes;
+    bool kept = true; // false: what it did to the scene was taken back, as the step said
 };
 
 // The result of one file.

@@ -35,17 +35,19 @@ Json stepJson(const StepOutcome& step) {
     for (const Message& message : step.messages)
         messages.push_back({{"kind", kindName(message.kind)}, {"lines", message.lines}});
     const ChangeReport& changes = step.changes;
-    return {{"press", step.press},
-            {"dialogs", step.dialogs},
-            {"messages", std::move(messages)},
-            {"changes",
-             {{"items", changes.items},
-              {"channels", changes.channels.size()},
-              {"keysAdded", changes.keysAdded},
-              {"keysRemoved", changes.keysRemoved},
-              {"keysChanged", changes.keysChanged},
-              {"firstFrame", frameJson(changes.firstFrame)},
-              {"lastFrame", frameJson(changes.lastFrame)}}}};
+    Json json = {{"press", step.press},
+                 {"dialogs", step.dialogs},
+                 {"messages", std::move(messages)},
+                 {"changes",
+                  {{"items", changes.items},
+                   {"channels", changes.channels.size()},
+                   {"keysAdded", changes.keysAdded},
+                   {"keysRemoved", changes.keysRemoved},
+                   {"keysChanged", changes.keysChanged},
+                   {"firstFrame", frameJson(changes.firstFrame)},
+                   {"lastFrame", frameJson(changes.lastFrame)}}}};
+    if (!step.kept) json["kept"] = false;
+    return json;
 }
 
 Json outcomeJson(const FileOutcome& outcome) {
@@ -61,7 +63,7 @@ Json outcomeJson(const FileOutcome& outcome) {
 void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
     if (!outcome.summary.empty()) out << outcome.input.string() << ": " << outcome.summary << "\n";
     for (const StepOutcome& step : outcome.steps) {
-        out << step.press << "\n";
+        out << step.press << (step.kept ? "" : " (taken back)") << "\n";
         for (const Message& message : step.messages)
             out << "  " << kindName(message.kind) << ": " << joined(message.lines) << "\n";
         out << "  " << changeText(step.changes) << "\n";
@@ -83,7 +85,7 @@ void printErrors(const FileOutcome& outcome, std::ostream& out) {
         out << "warning: " << file << ": " << warning << "\n";
     for (const StepOutcome& step : outcome.steps)
         for (const Message& message : step.messages)
-            if (message.kind == MessageKind::error)
+            if (message.kind == MessageKind::error && step.kept)
                 out << "error: " << file << ", " << inQuotes(step.press) << ": "
                     << joined(message.lines) << "\n";
     for (const Problem& problem : outcome.problems) {

@@ -33,7 +33,7 @@ public:
         if (!model) return model.problem();
         memory_.model = std::move(*model);
         if (auto read = buffers(document.value()); !read) return read;
-        if (auto read = unpackViews(); !read) return read;
+        unpackViews();
         if (auto found = parents(); !found) return found;
         return clip();
     }
@@ -100,24 +100,25 @@ private:
         return done();
     }
 
-    Result<> unpackViews() {
+    // A damaged mesh does not keep the motion from being read.
+    void unpackViews() {
         const auto bytes = memory_.bytes();
         std::uintmax_t all = 0;
-        for (std::size_t i = 0; i < memory_.model.views.size(); ++i) {
-            BufferView& view = memory_.model.views[i];
+        for (BufferView& view : memory_.model.views) {
             if (!view.packed) continue;
-            const std::string place = where_ + ": bufferViews[" + std::to_string(i) + "]";
-            auto elements = unpacked(*view.packed, bytes[view.packed->buffer], place);
-            if (!elements) return elements.problem();
-            if ((all += elements->size()) > options_.limits.bytes)
-                return Problem{"the packed numbers are too many", place,
-                               "the limit is " + std::to_string(options_.limits.bytes) + " bytes"};
+            all += std::uintmax_t{view.packed->count} * view.packed->stride;
+            auto elements = all > options_.limits.bytes
+                                ? Result<std::string>(Problem{"they are too many", {}, {}})
+                                : unpacked(*view.packed, bytes[view.packed->buffer]);
+            if (!elements) {
+                view.unpackProblem = elements.problem().what;
+                continue;
+            }
             view.unpacked = memory_.held.emplace_back(std::move(*elements));
             view.length = view.unpacked.size();
             view.stride =
                 view.packed->mode == PackedBytes::Mode::attributes ? view.packed->stride : 0;
         }
-        return done();
     }
 
     // Every node has at most one parent, and is not its own ancestor.

@@ -80,6 +80,7 @@ struct BufferView {
     bool isCompressed = false; // by an extension that is not read
     std::optional<PackedBytes> packed;
     std::string_view unpacked; // of a packed view, once the buffers are there
+    std::string unpackProblem; // or why there is nothing; said where the numbers are needed
 };
 
 struct Sampler {

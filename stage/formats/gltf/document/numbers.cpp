@@ -144,6 +144,8 @@ private:
         const std::string name = "bufferViews[" + std::to_string(part.view) + "]";
         if (view.isCompressed)
             return fail("the numbers are compressed by an extension that is not known", name);
+        if (!view.unpackProblem.empty())
+            return fail("the packed numbers cannot be read", name + ": " + view.unpackProblem);
         const std::size_t there = source_.buffers[view.buffer].size();
         if (!view.packed && (view.offset > there || view.length > there - view.offset))
             return fail("the numbers reach beyond their buffer",

@@ -62,11 +62,8 @@ void undoFilter(const PackedBytes& packed, std::string& elements) {
 
 } // namespace
 
-Result<std::string> unpacked(const PackedBytes& packed, std::string_view bytes,
-                             const std::string& place) {
-    const auto fail = [&](std::string why) {
-        return Problem{"the packed numbers cannot be read", place, std::move(why)};
-    };
+Result<std::string> unpacked(const PackedBytes& packed, std::string_view bytes) {
+    const auto fail = [](std::string why) { return Problem{std::move(why), {}, {}}; };
     if (std::string wrong = whatIsWrong(packed); !wrong.empty()) return fail(std::move(wrong));
     if (packed.offset > bytes.size() || packed.length > bytes.size() - packed.offset)
         return fail("they reach beyond their buffer");

@@ -5,9 +5,8 @@
 
 namespace cadencora::stage::gltf {
 
-// The elements that `bytes` hold, one after the other with the stride that `packed` gives. `place`
-// names the view in problems. What claims to be far larger than its bytes can hold is refused.
-Result<std::string> unpacked(const PackedBytes& packed, std::string_view bytes,
-                             const std::string& place);
+// The elements that `bytes` hold, one after the other with the stride that `packed` gives. A
+// problem says only what is wrong. What claims to be far larger than its bytes can hold is refused.
+Result<std::string> unpacked(const PackedBytes& packed, std::string_view bytes);
 
 } // namespace cadencora::stage::gltf

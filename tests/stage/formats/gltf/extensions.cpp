@@ -77,10 +77,10 @@ TEST(GltfExtensions, packed_numbers_that_are_not_as_they_should_be_are_refused_b
         const char* member;
         Json value;
         const char* expected;
-    } cases[] = {{"count", 2'000'000'000, "cannot hold"}, {"byteLength", 5, "damaged"},
-                 {"byteLength", 900'000, "beyond"},       {"byteStride", 6, "strides"},
-                 {"mode", "TRIANGLES", "indices have"},   {"mode", "LATER", "ATTRIBUTES"},
-                 {"filter", "QUATERNION", "8 bytes"},     {"buffer", 7, "buffers"}};
+    } cases[] = {{"count", 2'000'000, "cannot hold"},   {"byteLength", 5, "damaged"},
+                 {"byteLength", 900'000, "beyond"},     {"byteStride", 6, "strides"},
+                 {"mode", "TRIANGLES", "indices have"}, {"mode", "LATER", "ATTRIBUTES"},
+                 {"filter", "QUATERNION", "8 bytes"},   {"buffer", 7, "buffers"}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.member + one.value.dump());
         Document document = packed(Document::twoClips());
