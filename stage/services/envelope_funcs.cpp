@@ -6,6 +6,7 @@
 #include "stage/services/gate.h"
 #include "stage/services/tables.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -71,11 +72,25 @@ double evaluate(Host& host, EnvelopeRef envelope, double time) {
     return envelope->evaluate(host.scene().rate.settled(time));
 }
 
-// The time that a plug-in means: exactly that of a key which is there; else the frame's own time
-// where it misses a frame by a rounding, as sums of times do.
-double keyTime(const Host& host, KeyStore& keys, double time) {
+// The key that a plug-in means by a time: exactly there; else on the frame that the time misses by
+// a rounding, as sums of times do. Empty: there is none.
+KeyStore::Cursor keyMeant(const KeyStore& keys, double time, double settled) {
+    KeyStore::Cursor onFrame;
+    const double last = std::max(time, settled);
+    for (auto key = keys.atOrAfter(std::min(time, settled)); key && key.time() <= last;
+         key.advance()) {
+        if (key.time() == time) return key;
+        if (key.time() == settled) onFrame = key;
+    }
+    return onFrame;
+}
+
+// The time that a key gets which a plug-in puts there.
+double keyTime(const Host& host, const KeyStore& keys, double time) {
     const double settled = host.scene().rate.settled(time);
-    return settled == time || keys.find(time) != KeyHandle::none ? time : settled;
+    if (settled == time) return time;
+    const KeyStore::Cursor there = keyMeant(keys, time, settled);
+    return there ? there.time() : settled;
 }
 
 KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
@@ -106,10 +121,10 @@ void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
 
 KeyHandle findKey(Host& host, EnvelopeRef envelope, double time) {
     KeyStore& keys = envelope.envelope.keys;
-    const KeyHandle exact = keys.find(time);
-    if (exact != KeyHandle::none) return exact;
     const double settled = host.scene().rate.settled(time);
-    return settled == time ? exact : keys.find(settled);
+    if (settled == time || !std::isfinite(time)) return keys.find(time);
+    const KeyStore::Cursor found = keyMeant(keys, time, settled);
+    return found ? keys.handle(found) : KeyHandle::none;
 }
 
 KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {

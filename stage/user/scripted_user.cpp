@@ -111,9 +111,6 @@ Result<> ScriptedUser::set(ControlModel& control, const std::string& value) {
 bool ScriptedUser::runModal(PanelModel& panel) {
     if (isPastLimit()) return false;
     dialogs_.push_back(panel.title);
-    for (auto& label : labels({&panel}))
-        if (std::ranges::find(offered_, label) == offered_.end())
-            offered_.push_back(std::move(label));
     for (std::size_t i = 0; i < step_.settings.size() && !problem_; ++i) {
         if (made_[i]) continue;
         const auto& setting = step_.settings[i];
@@ -133,6 +130,10 @@ bool ScriptedUser::runModal(PanelModel& panel) {
     }
     // Settings still to be made belong to a later dialog.
     const bool allMade = std::ranges::find(made_, false) == made_.end();
+    if (!allMade)
+        for (auto& label : labels({&panel}))
+            if (std::ranges::find(offered_, label) == offered_.end())
+                offered_.push_back(std::move(label));
     return !problem_ && !(step_.cancel && allMade);
 }
 

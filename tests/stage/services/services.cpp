@@ -152,29 +152,40 @@ TEST_F(Services, read_and_write_every_key_attribute) {
     });
 }
 
-TEST_F(Services, working_envelopes_do_not_outlive_their_event) {
+TEST_F(Services, envelopes_of_the_plug_in_s_live_until_they_are_destroyed_or_undone) {
     const auto group = items.channelGroup(named("Prop"));
     const auto source = envelopeOf("Prop", "Scale.X");
     const std::size_t keys = host.scene().keyCount();
+    host::Envelope kept = nullptr;
     host.event("copy", [&] {
         envelopes.createKey(source, 1, 4);
         const auto copy = envelopes.createEnvelope(group, "Temporary", host::floatEnvelope);
         envelopes.copyEnvelope(copy, source);
         EXPECT_EQ(envelopes.evaluate(copy, 1), 4);
-        const auto key = envelopes.findKey(copy, 1), kept = envelopes.findKey(source, 1);
+        const auto key = envelopes.findKey(copy, 1), own = envelopes.findKey(source, 1);
         EXPECT_EQ(envelopes.nextKey(copy, key), nullptr);
-        EXPECT_EQ(envelopes.nextKey(source, kept), nullptr);
+        EXPECT_EQ(envelopes.nextKey(source, own), nullptr);
         envelopes.destroyKey(copy, key);
         envelopes.destroyEnvelope(copy);
         double value = 0;
         EXPECT_FALSE(envelopes.keyGet(copy, key, host::keyValue, &value)) << "gone at once";
         EXPECT_EQ(std::exchange(host.misuses, {}).size(), 1u);
-        EXPECT_TRUE(envelopes.keyGet(source, kept, host::keyValue, &value));
-        envelopes.createEnvelope(group, "Forgotten", host::floatEnvelope);
+        EXPECT_TRUE(envelopes.keyGet(source, own, host::keyValue, &value));
+        kept = envelopes.createEnvelope(group, "Kept", host::floatEnvelope);
+        envelopes.createKey(kept, 0, 6);
     });
-    EXPECT_EQ(host.scene().keyCount(), keys + 1);
+    EXPECT_EQ(host.scene().keyCount(), keys + 2);
+    EXPECT_EQ(envelopes.evaluate(kept, 0), 6) << "after its event";
     EXPECT_TRUE(host.undo());
     EXPECT_EQ(host.scene().keyCount(), keys);
+    EXPECT_EQ(envelopes.evaluate(kept, 0), 0);
+    EXPECT_EQ(std::exchange(host.misuses, {}).size(), 1u) << "it is gone";
+    EXPECT_TRUE(host.redo());
+    EXPECT_EQ(envelopes.evaluate(kept, 0), 6) << "under the same handle";
+    host.event("destroy", [&] { envelopes.destroyEnvelope(kept); });
+    EXPECT_EQ(host.scene().keyCount(), keys + 1);
+    EXPECT_TRUE(host.undo());
+    EXPECT_EQ(envelopes.evaluate(kept, 0), 6) << "its keys come back with it";
 }
 
 TEST_F(Services, the_records_follow_the_clock_and_the_selection) {
@@ -188,7 +199,10 @@ TEST_F(Services, the_records_follow_the_clock_and_the_selection) {
     // The records are packed: their doubles are read by value.
     EXPECT_EQ(double{info.framesPerSecond}, 24000 / 1001.0);
     EXPECT_EQ(info.lastFrame, scene.lastFrame);
-    EXPECT_TRUE(command("SelectItem 10000004")) << "items are numbered in the order of adding";
+    char select[64];
+    std::snprintf(select, sizeof select, "SelectItem %x",
+                  static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(named("Leg"))));
+    EXPECT_TRUE(command(select)) << "a handle has 32 bits";
     const auto& interface = table<host::InterfaceInfo>(host::interfaceInfoName);
     EXPECT_EQ(double{interface.currentTime}, 1.25);
     EXPECT_EQ(interface.selectedItems[0], named("Leg"));
