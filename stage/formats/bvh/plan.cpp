@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ranges>
 
 namespace cadencora::stage::bvh {
 
@@ -100,13 +99,9 @@ bool addColumns(const Scene& scene, const Plan& plan, Joint& joint) {
 std::int64_t rowCount(const Scene& scene, const Memory* memory) {
     // A skeleton without motion stays one, also by way of a scene file: there its joints' layout
     // tells that it came from a file of this kind, and a single row would have made keys.
-    const auto hasLayout = [&](std::size_t i) {
-        return !scene.item(Scene::itemAt(i)).joint.channels.empty();
-    };
-    const bool isCapture =
-        memory
-            ? memory->frames == 0
-            : std::ranges::any_of(std::views::iota(std::size_t{0}, scene.itemCount()), hasLayout);
+    bool isCapture = memory && memory->frames == 0;
+    for (std::size_t i = 0; !memory && !isCapture && i < scene.itemCount(); ++i)
+        isCapture = !scene.item(Scene::itemAt(i)).joint.channels.empty();
     if (isCapture && scene.lastFrame == 0 && scene.keyCount() == 0) return 0;
     return std::max({scene.lastFrame, scene.frameOfLastKey(), std::int64_t{0}}) + 1;
 }
