@@ -5,6 +5,7 @@
 #include "stage/scene/summary.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace cadencora::stage {
 
@@ -36,6 +37,20 @@ Result<> prepare(Host& host, const Step& step) {
     return done();
 }
 
+// Notices whether somebody seeds or draws the C library's random numbers in the meantime.
+class RandomWatch {
+public:
+    RandomWatch() { std::srand(seed); }
+    bool sawDraws() const {
+        const int next = std::rand();
+        std::srand(seed);
+        return next != std::rand();
+    }
+
+private:
+    static constexpr unsigned seed = 1;
+};
+
 // Takes one step, which is `action` as the user sees it. False: the run of this file ends here.
 bool takeStep(Session& session, const Step& step, const std::function<Result<>()>& action,
               FileOutcome& outcome) {
@@ -46,11 +61,15 @@ bool takeStep(Session& session, const Step& step, const std::function<Result<>()
         outcome.status = exitUsage;
         return false;
     }
-    StepOutcome result{step.press, {}, {}, {}, step.keep};
+    StepOutcome result;
+    result.press = step.press;
+    result.kept = step.keep;
     Result<> performed = done();
+    const RandomWatch watch;
     result.changes = host.event(
         step.press, [&] { performed = action(); },
         [&] { return performed.ok() && !user.sawError() && step.keep; });
+    result.drewRandomNumbers = watch.sawDraws() && !result.changes.empty();
     result.dialogs = user.dialogs();
     result.messages = user.messages();
     const bool isSilent =

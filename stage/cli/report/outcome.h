@@ -17,6 +17,7 @@ struct StepOutcome {
     std::vector<std::string> dialogs; // their titles, in the order of opening
     std::vector<Message> messages;
     ChangeReport changes;
+    bool drewRandomNumbers = false; // from the C library, for what it changed
     bool kept = true; // false: what it did to the scene was taken back, as the step said
 };
 

@@ -46,6 +46,7 @@ Json stepJson(const StepOutcome& step) {
                    {"keysChanged", changes.keysChanged},
                    {"firstFrame", frameJson(changes.firstFrame)},
                    {"lastFrame", frameJson(changes.lastFrame)}}}};
+    if (step.drewRandomNumbers) json["random"] = true;
     if (!step.kept) json["kept"] = false;
     return json;
 }
@@ -67,6 +68,9 @@ void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
         for (const Message& message : step.messages)
             out << "  " << kindName(message.kind) << ": " << joined(message.lines) << "\n";
         out << "  " << changeText(step.changes) << "\n";
+        if (step.drewRandomNumbers)
+            out << "  random numbers were drawn: files that begin in the same second may get the "
+                   "same\n";
     }
     if (!outcome.written.empty()) {
         out << "wrote " << outcome.written.string() << "\n";
