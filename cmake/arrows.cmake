@@ -38,7 +38,7 @@ set(cadencora_arrows
     "stage/cli/report: ${cadencora_scene} stage/panels stage/user stage/module stage/cli/explore"
     "stage/cli/many: stage/base"
     "stage/cli/commands: ${cadencora_scene} stage/panels stage/user stage/formats stage/services stage/module stage/plot stage/cli/explore stage/cli/report stage/cli/many"
-    "stage/cli: stage/base stage/scene stage/user stage/formats stage/module stage/cli/report stage/cli/commands"
+    "stage/cli: stage/base stage/scene stage/user stage/formats stage/module stage/cli/many stage/cli/report stage/cli/commands"
     "stage/cli/program: stage/cli"
     "stage/desktop/drawing: ${cadencora_scene} stage/scene/mesh"
     "stage/desktop/widgets: ${cadencora_scene}"

@@ -113,11 +113,11 @@ void loadChannelSets(const char* path, ToolState* state) {
 }
 
 void saveChannelSets(const char* path, ToolState* state) {
-    std::FILE* file = openForWriting(path);
-    if (!file) return;
+    NewFile file;
+    if (!openForWriting(&file, path)) return;
     for (int i = 0; i < state->numChannels; ++i)
-        std::fprintf(file, "%s\n", state->channelNames[i]);
-    closeWritten(file, path);
+        std::fprintf(file.stream, "%s\n", state->channelNames[i]);
+    closeWritten(&file);
 }
 
 void deleteChannel(const char* name, ToolState* state) {

@@ -127,13 +127,13 @@ void loadItemSets(const char* path, ToolState* state) {
 void saveItemSets(const char* path, ToolState* state) {
     const host::ItemInfo* items = fetchItemInfo();
     if (!items) return;
-    std::FILE* file = openForWriting(path);
-    if (!file) return;
+    NewFile file;
+    if (!openForWriting(&file, path)) return;
     for (int i = 0; i < state->numObjects; ++i) {
         const char* name = state->objects[i] ? items->itemName(state->objects[i]) : nullptr;
-        if (name) std::fprintf(file, "%s\n", name);
+        if (name) std::fprintf(file.stream, "%s\n", name);
     }
-    closeWritten(file, path);
+    closeWritten(&file);
 }
 
 } // namespace cadencora

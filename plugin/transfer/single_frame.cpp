@@ -122,13 +122,13 @@ void saveFrameEvent(host::Control*, void* userData) {
     if (!createDefaultFramePanel("Select objects + channels to save", state)) return;
     char path[pathSize];
     if (!askFile({"Save Frame data to file", "File full path"}, path) || !mayWrite(path)) return;
-    std::FILE* file = openForWriting(path);
-    if (!file) return;
+    NewFile file;
+    if (!openForWriting(&file, path)) return;
 
-    FrameSaving saving{services, file, services.interfaceInfo->currentTime, {}, nullptr, {}};
+    FrameSaving saving{services, file.stream, services.interfaceInfo->currentTime, {}, nullptr, {}};
     clearNameIndex(&saving.index, services.items);
     walkItems(state, [&](host::Item item) { saveItem(&saving, item); });
-    if (!closeWritten(file, path)) return;
+    if (!closeWritten(&file)) return;
     reportLeftOut(saving.leftOut, "Left out, as their names cannot be read back");
     reportFrame("Saved all channel data", services, saving.time,
                 "Use [Load Frame] to use saved state");

@@ -3,7 +3,6 @@
 #include "stage/base/text.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -32,9 +31,11 @@ Result<std::string> readFile(const std::filesystem::path& path, std::uintmax_t l
     const auto fail = [&](std::string detail) {
         return Problem{"cannot read the file", path.string(), std::move(detail)};
     };
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return fail(reason(errno));
     struct stat status {};
+    if (stat(path.c_str(), &status) != 0) return fail(reason(errno));
+    if (!S_ISREG(status.st_mode)) return fail("not a regular file");
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return fail(reason(errno));
     int error = fstat(descriptor, &status) == 0 ? 0 : errno;
     std::string detail;
     std::string bytes;
@@ -60,21 +61,16 @@ Result<std::string> readFile(const std::filesystem::path& path, std::uintmax_t l
     return bytes;
 }
 
-AtomicFile::AtomicFile(int descriptor, std::filesystem::path path, std::filesystem::path aside)
-    : descriptor_(descriptor), path_(std::move(path)), aside_(std::move(aside)) {}
-
 AtomicFile::AtomicFile(AtomicFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)), error_(other.error_),
-      path_(std::move(other.path_)), aside_(std::move(other.aside_)),
-      buffer_(std::move(other.buffer_)) {}
+    : target_(std::move(other.target_)), aside_(std::exchange(other.aside_, {})),
+      error_(other.error_), buffer_(std::move(other.buffer_)) {}
 
 AtomicFile& AtomicFile::operator=(AtomicFile&& other) noexcept {
     if (this != &other) {
         discard();
-        descriptor_ = std::exchange(other.descriptor_, -1);
+        target_ = std::move(other.target_);
+        aside_ = std::exchange(other.aside_, {});
         error_ = other.error_;
-        path_ = std::move(other.path_);
-        aside_ = std::move(other.aside_);
         buffer_ = std::move(other.buffer_);
     }
     return *this;
@@ -85,26 +81,31 @@ AtomicFile::~AtomicFile() {
 }
 
 Result<AtomicFile> AtomicFile::create(const std::filesystem::path& path) {
-    std::error_code ignored;
-    // Writing through a link changes what it points at, as an editor would.
-    std::filesystem::path target = path;
-    if (std::filesystem::is_symlink(path, ignored)) {
-        const auto real = std::filesystem::weakly_canonical(path, ignored);
-        if (!ignored) target = real;
+    const auto fail = [&](std::string why) {
+        return Problem{"cannot write the file", path.string(), std::move(why)};
+    };
+    auto target = writeTarget(path);
+    if (!target) return target.problem();
+    if (target->kind != WriteTarget::Kind::file) {
+        const int descriptor = target->kind == WriteTarget::Kind::nullDevice
+                                   ? open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY)
+                                   : fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+        if (descriptor < 0) return fail(reason(errno));
+        return AtomicFile(std::move(*target), Temporary{descriptor, {}});
     }
-    if (std::filesystem::is_directory(target, ignored))
-        return Problem{"cannot write the file", path.string(), "it is a directory"};
-    if (target.filename().empty())
-        return Problem{"cannot write the file", path.string(), "the path has no file name"};
-    std::string aside = (target.parent_path() / ".cadencora-XXXXXX").string();
-    const int descriptor = mkostemp(aside.data(), O_CLOEXEC);
-    if (descriptor < 0) return Problem{"cannot write the file", path.string(), reason(errno)};
-    // An existing file keeps its permissions; a new one gets the usual ones.
+    auto aside = makeTemporaryFile(target->path.parent_path());
+    if (!aside) return fail(aside.problem().detail);
+    AtomicFile file(std::move(*target), std::move(*aside));
+    const int descriptor = file.aside_.descriptor;
     struct stat old {};
-    const mode_t mode = stat(target.c_str(), &old) == 0 ? (old.st_mode & 07777) : newFileMode();
-    if (fchmod(descriptor, mode) != 0) { /* the data matters more than the mode */
+    const bool isNew = stat(file.target_.path.c_str(), &old) != 0;
+    if (!isNew && fchown(descriptor, old.st_uid, old.st_gid) != 0) {
+        // Only root can keep another's owner; the data matters more.
     }
-    return AtomicFile(descriptor, std::move(target), aside);
+    if (fchmod(descriptor, isNew ? newFileMode() : old.st_mode & 07777) != 0) {
+        // Some file systems have no permissions.
+    }
+    return file;
 }
 
 void AtomicFile::write(std::string_view bytes) {
@@ -115,7 +116,7 @@ void AtomicFile::write(std::string_view bytes) {
 void AtomicFile::flush() {
     std::string_view rest = buffer_;
     while (error_ == 0 && !rest.empty()) {
-        const ssize_t n = ::write(descriptor_, rest.data(), rest.size());
+        const ssize_t n = ::write(aside_.descriptor, rest.data(), rest.size());
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
             error_ = errno;
@@ -126,44 +127,57 @@ void AtomicFile::flush() {
     buffer_.clear();
 }
 
+// Answers errno, or 0. A file stays open, and locked, until it has its name: a second descriptor
+// brings out what only closing tells.
+int AtomicFile::place(Sync sync) {
+    if (isStream()) return 0;
+    const int descriptor = aside_.descriptor;
+    if (sync == Sync::wait && fsync(descriptor) != 0 && errno != EINVAL) return errno;
+    const int second = dup(descriptor);
+    if (second < 0 || close(second) != 0) return errno;
+    const auto lock = lockRenaming();
+    if (rename(aside_.path.c_str(), target_.path.c_str()) != 0) return errno;
+    forgetTemporary(std::exchange(aside_.path, {}));
+    return 0;
+}
+
 Result<> AtomicFile::commit(Sync sync) {
+    const auto fail = [&](std::string why) {
+        return Problem{"cannot write the file", target_.path.string(), std::move(why)};
+    };
     flush();
-    if (error_ == 0 && sync == Sync::wait && fsync(descriptor_) != 0 && errno != EINVAL)
-        error_ = errno;
-    if (close(std::exchange(descriptor_, -1)) != 0 && error_ == 0) error_ = errno;
-    if (error_ == 0 && rename(aside_.c_str(), path_.c_str()) != 0) error_ = errno;
-    if (error_ == 0) return done();
-    unlink(aside_.c_str());
-    return Problem{"cannot write the file", path_.string(), reason(error_)};
+    if (error_ == 0) error_ = place(sync);
+    discard();
+    if (error_ != 0) return fail(reason(error_));
+    if (sync == Sync::later || isStream()) return done();
+    const auto folder = target_.path.has_parent_path() ? target_.path.parent_path() : ".";
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return done(); // a folder that may be written but not read
+    const int error = fsync(descriptor) == 0 || errno == EINVAL ? 0 : errno;
+    close(descriptor);
+    if (error == 0) return done();
+    return fail("it is there, but its folder could not be brought to the disk: " + reason(error));
 }
 
 void AtomicFile::discard() {
-    if (descriptor_ < 0) return;
-    close(std::exchange(descriptor_, -1));
-    unlink(aside_.c_str());
-}
-
-Result<TemporaryDirectory> TemporaryDirectory::create() {
-    std::error_code error;
-    const auto place = std::filesystem::temp_directory_path(error);
-    if (error) return Problem{"there is no place for temporary files", {}, error.message()};
-    std::string path = (place / "cadencora-XXXXXX").string();
-    if (!mkdtemp(path.data())) return Problem{"cannot make a directory", path, reason(errno)};
-    return TemporaryDirectory(path);
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+    if (aside_.descriptor < 0) return;
+    if (!aside_.path.empty()) {
+        unlink(aside_.path.c_str());
+        forgetTemporary(aside_.path);
+    }
+    close(aside_.descriptor);
+    aside_ = {};
 }
 
 Result<> checkWritable(const std::filesystem::path& path) {
     const auto fail = [&](std::string detail) {
         return Problem{"cannot write the file", path.string(), std::move(detail)};
     };
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) return fail("it is a directory");
-    const auto place = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
+    const auto target = writeTarget(path);
+    if (!target) return target.problem();
+    if (target.value().kind != WriteTarget::Kind::file) return done();
+    const auto& file = target.value().path;
+    const auto place = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
     if (access(place.c_str(), W_OK) != 0) return fail(reason(errno));
     return done();
 }

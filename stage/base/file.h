@@ -1,7 +1,8 @@
 // Whole files: read with a limit on their size, written aside and renamed when complete.
 #pragma once
 
-#include "stage/base/result.h"
+#include "stage/base/target.h"
+#include "stage/base/temporary.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -12,15 +13,17 @@ namespace cadencora::stage {
 
 constexpr std::uintmax_t defaultFileLimit = std::uintmax_t{4} << 30; // bytes
 
-// The bytes of a regular file of at most `limit` bytes.
+// The bytes of a regular file of at most `limit` bytes. Nothing else is opened: a pipe may never
+// end.
 Result<std::string> readFile(const std::filesystem::path& path,
                              std::uintmax_t limit = defaultFileLimit);
 
 // A file under construction beside its final place. Until commit() the old file, if any, stays as
-// it is; without commit() no trace is left.
+// it is; without commit() no trace is left. The new file has the permissions of the old one, and
+// for root its owner. What is no file (target.h) is written to on the way.
 class AtomicFile {
 public:
-    // Fails where the directory is missing or may not be written, or where `path` is a directory.
+    // Fails where the directory is missing or may not be written, or where writeTarget() refuses.
     static Result<AtomicFile> create(const std::filesystem::path& path);
 
     AtomicFile(AtomicFile&& other) noexcept;
@@ -31,40 +34,22 @@ public:
     void write(std::string_view bytes);
 
     // Puts the finished file in its place: whole, or not at all. `Sync::wait` waits until the disk
-    // has it, so that this holds through a power failure too.
+    // has it, and its name, so that this holds through a power failure too.
     enum class Sync { wait, later };
     Result<> commit(Sync sync = Sync::wait);
 
 private:
-    AtomicFile(int descriptor, std::filesystem::path path, std::filesystem::path aside);
+    AtomicFile(WriteTarget target, Temporary aside)
+        : target_(std::move(target)), aside_(std::move(aside)) {}
+    bool isStream() const { return target_.kind != WriteTarget::Kind::file; }
     void flush();
+    int place(Sync sync);
     void discard();
 
-    int descriptor_ = -1;
-    int error_ = 0; // errno of the first failure
-    std::filesystem::path path_, aside_;
+    WriteTarget target_;
+    Temporary aside_; // of a stream: a descriptor without a file
+    int error_ = 0;   // errno of the first failure
     std::string buffer_;
-};
-
-// A directory that only this process uses, in the system's place for temporary files. It is
-// removed, with all its content, when the value is destroyed.
-class TemporaryDirectory {
-public:
-    static Result<TemporaryDirectory> create();
-
-    TemporaryDirectory(TemporaryDirectory&& other) noexcept
-        : path_(std::exchange(other.path_, {})) {}
-    TemporaryDirectory& operator=(TemporaryDirectory&& other) noexcept {
-        std::swap(path_, other.path_);
-        return *this;
-    }
-    ~TemporaryDirectory();
-
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    explicit TemporaryDirectory(std::filesystem::path path) : path_(std::move(path)) {}
-    std::filesystem::path path_;
 };
 
 // What would keep a file from being written there, as far as can be known without trying.

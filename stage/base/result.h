@@ -23,6 +23,11 @@ struct Problem {
     bool operator==(const Problem&) const = default;
 };
 
+// Where an allocation has failed.
+inline Problem outOfMemory(std::string where = {}) {
+    return {"there is not enough memory for this", std::move(where), {}};
+}
+
 // Either a T or a Problem. `Result<>` has no value: it is done, or it is a Problem.
 template <class T = std::monostate>
 class [[nodiscard]] Result {

@@ -45,7 +45,7 @@ std::size_t distance(std::string_view a, std::string_view b) {
 std::string Problem::text() const {
     std::string line = where.empty() ? what : where + ": " + what;
     if (!detail.empty()) line += " (" + detail + ")";
-    return line;
+    return escaped(line);
 }
 
 std::optional<double> parseNumber(std::string_view text) {
@@ -93,8 +93,35 @@ std::string NameList::text() const {
     return text_ + separator_.back() + "and " + std::to_string(count_ - most_) + " more";
 }
 
+std::string escaped(std::string_view text) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string line;
+    line.reserve(text.size());
+    const auto code = [&](unsigned byte) {
+        line += "\\x";
+        line += digits[byte >> 4];
+        line += digits[byte & 15];
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        // Those from 0x80 to 0x9f are two bytes in UTF-8, the first of which is 0xc2.
+        const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0u;
+        if (byte == '\n')
+            line += "\\n";
+        else if (byte == '\t')
+            line += "\\t";
+        else if (byte < 0x20 || byte == 0x7f)
+            code(byte);
+        else if (byte == 0xc2 && next >= 0x80 && next < 0xa0)
+            code(static_cast<unsigned char>(text[++i]));
+        else
+            line += text[i];
+    }
+    return line;
+}
+
 std::string inQuotes(std::string_view text) {
-    return '"' + std::string(text) + '"';
+    return '"' + escaped(text) + '"';
 }
 
 std::string shortest(double value) {

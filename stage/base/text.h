@@ -42,6 +42,11 @@ private:
     std::size_t count_ = 0;
 };
 
+// On one line and without effect on a terminal: control characters as "\n" or "\x1b". Names come
+// from files and may hold anything.
+std::string escaped(std::string_view text);
+
+// Escaped, in double quotes. For messages.
 std::string inQuotes(std::string_view text);
 
 // `value` in the fewest digits that read back as the same double.

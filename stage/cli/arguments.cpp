@@ -7,6 +7,8 @@
 #include "stage/cli/commands/plot.h"
 #include "stage/cli/commands/plugin_path.h"
 #include "stage/cli/commands/run.h"
+#include "stage/cli/many/interruption.h"
+#include "stage/cli/report/streams.h"
 #include "stage/module/module.h"
 #include "stage/user/recipe.h"
 
@@ -133,12 +135,16 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
         ->check(CLI::IsMember({"yes", "no"}));
     run->add_flag("--cancel", arguments.cancel,
                   "Cancel the step's dialogs once their controls are set");
-    run->add_option("-o,--output", arguments.output, "Write the scene to this file");
+    run->add_option("-o,--output", arguments.output, "Write the scene to this file")
+        ->check(notEmpty());
     run->add_option("--out-dir", arguments.outputFolder,
                     "Write each scene under its own name into this folder")
+        ->check(notEmpty())
         ->excludes("--output");
-    run->add_option("--recipe", arguments.recipe, "Take the steps of this recipe first");
-    run->add_option("--save-recipe", arguments.saveRecipe, "Write the steps to this recipe");
+    run->add_option("--recipe", arguments.recipe, "Take the steps of this recipe first")
+        ->check(notEmpty());
+    run->add_option("--save-recipe", arguments.saveRecipe, "Write the steps to this recipe")
+        ->check(notEmpty());
     run->add_option("-j,--jobs", arguments.jobs,
                     "Work on this many files at a time; 0: one per processor")
         ->check(CLI::Range(0, 1024));
@@ -163,9 +169,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     return run;
 }
 
-} // namespace
-
-int runProgram(int argc, char** argv) {
+int parseAndRun(int argc, char** argv) {
     Arguments arguments;
     CLI::App app("Cadencora: a keyframe toolbox for files of 3D animation", "cadencora");
     app.set_version_flag("--version", CADENCORA_VERSION);
@@ -200,6 +204,20 @@ int runProgram(int argc, char** argv) {
     if (converting->parsed()) return convert(convertOptions);
     if (plotting->parsed()) return plot(plotOptions);
     return runCommand(*running, arguments);
+}
+
+} // namespace
+
+int runProgram(int argc, char** argv) {
+    prepareStreams();
+    int status = exitFailed;
+    try {
+        status = parseAndRun(argc, argv);
+    } catch (const std::bad_alloc&) {
+        fail(exitFailed, outOfMemory());
+    }
+    if (interruptedBy() != 0) status = statusOfSignal(interruptedBy());
+    return finishStreams(status);
 }
 
 } // namespace cadencora::stage

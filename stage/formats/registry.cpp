@@ -86,16 +86,30 @@ Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& o
         if (loaded && options.rate) loaded->scene.setRate(*options.rate);
         return loaded;
     } catch (const std::bad_alloc&) {
-        return Problem{"cannot read the file", path.string(), "it needs more memory than there is"};
+        return outOfMemory(path.string());
     } catch (const std::length_error&) {
-        return Problem{"cannot read the file", path.string(), "it needs more memory than there is"};
+        return outOfMemory(path.string());
     }
 }
 
 Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path) {
     const Format* format = formatOf(path);
     if (!format) return unknownExtension("cannot write the file", path);
-    return format->write(scene, path);
+    if (scene.source)
+        for (const auto& used : scene.source->files)
+            if (isSamePlace(used, path))
+                return Problem{"cannot write the scene over a file that it is made from",
+                               path.string(), used.string()};
+    try {
+        auto written = format->write(scene, path);
+        if (written)
+            for (const auto& left : takeLeftByOthers())
+                written->warnings.push_back("a run on another machine is using, or has left, " +
+                                            left.string());
+        return written;
+    } catch (const std::bad_alloc&) {
+        return outOfMemory(path.string());
+    }
 }
 
 } // namespace cadencora::stage

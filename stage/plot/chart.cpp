@@ -94,11 +94,11 @@ double drawLegend(std::string& svg, const Chart& chart, double left, double top)
             y += layout::rowHeight;
         }
         svg += colourGroup(n, " legend") + " stroke=\"currentColor\"><title>" +
-               escaped(chart.series[n].name) + "</title>";
+               svgEscaped(chart.series[n].name) + "</title>";
         drawLine(svg, x, y + 9, x + sampleWidth, y + 9,
                  R"( stroke-width="2")" + std::string(lineDash(n)));
         svg += "</g>\n<text" + attribute("x", x + sampleWidth + 6) + attribute("y", y + 13) + ">" +
-               escaped(entry.name) + "<tspan dx=\"7\" opacity=\".65\">" + entry.count +
+               svgEscaped(entry.name) + "<tspan dx=\"7\" opacity=\".65\">" + entry.count +
                "</tspan></text>\n";
         x += oneRow ? entry.width : widest;
     }
@@ -141,7 +141,7 @@ void drawMark(std::string& svg, std::string_view className, Shape shape, bool fi
 void drawText(std::string& svg, double x, double y, std::string_view words,
               std::string_view attributes) {
     svg += "<text" + attribute("x", x) + attribute("y", y) + std::string(attributes) + ">" +
-           escaped(words) + "</text>\n";
+           svgEscaped(words) + "</text>\n";
 }
 
 void drawTimeLabel(std::string& svg, double x, double y, std::string_view label,
@@ -231,7 +231,7 @@ double drawChart(std::string& svg, const Chart& chart, const Frames& frames, dou
         const DrawnCurve& curve = chart.series[n].curve;
         svg += colourGroup(n, " curve") +
                " stroke=\"currentColor\" stroke-linejoin=\"round\"><title>" +
-               escaped(chart.series[n].name) + "</title>\n";
+               svgEscaped(chart.series[n].name) + "</title>\n";
         for (std::size_t i = 0; i < paths[n].size(); ++i) {
             const bool keyed = curve.runs[i].keyed;
             drawPath(svg, keyed, paths[n][i], keyed ? lineDash(n) : outsideDash, 1.8);

@@ -201,7 +201,7 @@ Result<std::string> plotSvg(const PlotRequest& request) {
                       labels + 15, tick.label, R"( class="second" opacity=".75")");
     y = drawKey(body, shown, left, y + 22) + 10;
 
-    const std::string name = escaped(title + ": " + subtitle);
+    const std::string name = svgEscaped(title + ": " + subtitle);
     const std::string size = "0 0 " + pixels(layout::width) + " " + pixels(y);
     return "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"" + size + "\" width=\"" +
            pixels(layout::width) + "\" height=\"" + pixels(y) +

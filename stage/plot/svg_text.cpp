@@ -45,7 +45,7 @@ double widthOf(char32_t c) {
 
 } // namespace
 
-std::string escaped(std::string_view text) {
+std::string svgEscaped(std::string_view text) {
     std::string out;
     while (!text.empty()) {
         switch (const char32_t c = takeCharacter(text)) {

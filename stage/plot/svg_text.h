@@ -8,7 +8,7 @@ namespace cadencora::stage {
 
 // For text and attribute values: special characters as entities; what is not UTF-8, or no
 // character of XML, as U+FFFD.
-std::string escaped(std::string_view text);
+std::string svgEscaped(std::string_view text);
 
 // The width in pixels in a common sans-serif font: an estimate on the wide side.
 double textWidth(std::string_view text, double fontSize);

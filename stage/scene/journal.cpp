@@ -160,16 +160,36 @@ ChangeReport EditScope::report() const {
     return report;
 }
 
-ChangeReport Journal::commit(EditScope&& scope) {
+ChangeReport Journal::commit(EditScope& scope) {
     for (const auto& copy : scope.entry_.envelopes)
         scope.scene_.mutableEnvelope(copy.id).keptBy = 0;
     ChangeReport report = scope.report();
-    if (!report.empty()) {
-        coverLastKeys(scope.scene_, report);
-        done_.push_back(std::move(scope.entry_));
-        undone_.clear();
-    }
+    if (report.empty()) return report;
+    JournalEntry& entry = scope.entry_;
+    for (const auto& copy : entry.envelopes)
+        entry.bytes += copy.other.keys.bytesBeside(scope.scene_.envelope(copy.id).keys);
+    coverLastKeys(scope.scene_, report);
+    done_.push_back(std::move(entry));
+    for (const JournalEntry& undone : undone_)
+        bytes_ -= undone.bytes;
+    undone_.clear();
+    bytes_ += done_.back().bytes;
+    keepToBudget();
     return report;
+}
+
+void Journal::setBudget(std::size_t bytes) {
+    budget_ = bytes;
+    keepToBudget();
+}
+
+void Journal::keepToBudget() {
+    const std::size_t fewest = budget_ > 0 ? 1 : 0;
+    std::size_t gone = 0;
+    for (; bytes_ > budget_ && done_.size() - gone > fewest; ++gone)
+        bytes_ -= done_[gone].bytes;
+    done_.erase(done_.begin(), done_.begin() + static_cast<std::ptrdiff_t>(gone));
+    givenUp_ += gone;
 }
 
 void Journal::rollBack(EditScope&& scope) {
@@ -224,6 +244,7 @@ bool Journal::redo(Scene& scene) {
 void Journal::clear() {
     done_.clear();
     undone_.clear();
+    bytes_ = givenUp_ = 0;
 }
 
 } // namespace cadencora::stage

@@ -49,6 +49,7 @@ struct JournalEntry {
     std::vector<EnvelopeCopy> envelopes;
     std::vector<ChannelList> groups;
     std::int64_t lastFrame = 0, previewLast = 0; // of the scene
+    std::size_t bytes = 0;                       // that it alone holds
 
     bool empty() const { return envelopes.empty() && groups.empty(); }
 };
@@ -87,8 +88,9 @@ private:
 class Journal {
 public:
     // Keeps the edit for undo, if it changed anything, and says what it changed. Drops what could
-    // be redone. The scene's last frame grows to cover keys that the edit put after it.
-    ChangeReport commit(EditScope&& scope);
+    // be redone. The scene's last frame grows to cover keys that the edit put after it. The scope
+    // has ended, unless this throws std::bad_alloc.
+    ChangeReport commit(EditScope& scope);
 
     // Puts the scene back to what it was before the scope.
     static void rollBack(EditScope&& scope);
@@ -101,11 +103,21 @@ public:
     bool redo(Scene& scene);
     void clear();
 
+    // Of memory for undo and redo, in bytes. The oldest edits are given up first; the last one
+    // stays, except where the budget is 0.
+    void setBudget(std::size_t bytes);
+    std::size_t budget() const { return budget_; }
+    std::size_t bytes() const { return bytes_; }
+    std::size_t givenUp() const { return givenUp_; } // edits, since clear()
+
 private:
+    void keepToBudget();
     static void exchange(Scene& scene, JournalEntry& entry);
     static void coverLastKeys(Scene& scene, const ChangeReport& report);
 
     std::vector<JournalEntry> done_, undone_;
+    std::size_t budget_ = std::size_t{1} << 30;
+    std::size_t bytes_ = 0, givenUp_ = 0;
 };
 
 } // namespace cadencora::stage

@@ -88,6 +88,27 @@ ChannelId Scene::addChannel(GroupId group, std::string channelName, double rest)
     return id;
 }
 
+Scene Scene::snapshot() const {
+    Scene copy;
+    copy.name = name;
+    copy.rate = rate;
+    copy.lastFrame = lastFrame;
+    copy.previewFirst = previewFirst;
+    copy.previewLast = previewLast;
+    copy.currentTime = currentTime;
+    copy.selection = selection;
+    copy.source = source;
+    copy.items_ = items_;
+    copy.groups_ = groups_;
+    copy.channels_ = channels_;
+    copy.first_ = first_;
+    copy.last_ = last_;
+    copy.envelopes_.reserve(envelopes_.size());
+    for (const auto& envelope : envelopes_)
+        copy.envelopes_.push_back(envelope ? std::make_unique<Envelope>(*envelope) : nullptr);
+    return copy;
+}
+
 void Scene::numberChannels(GroupId id) {
     const auto& listed = group(id).channels;
     for (std::size_t i = 0; i < listed.size(); ++i)

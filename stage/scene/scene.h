@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -98,6 +99,8 @@ struct Channel {
 // What a format remembers of the file that a scene was read from, to write it the same way.
 struct SourceMemory {
     virtual ~SourceMemory() = default;
+
+    std::vector<std::filesystem::path> files; // beside the scene's own, which it needs
 };
 
 class Scene {
@@ -105,6 +108,10 @@ public:
     Scene() = default;
     Scene(Scene&&) = default;
     Scene& operator=(Scene&&) = default;
+
+    // The scene as it is now, to be read on another thread while this one is edited. It is made,
+    // and ends, on the thread of this one: the two share the arrays of their keys.
+    Scene snapshot() const;
 
     std::string name;
     FrameRate rate;

@@ -9,6 +9,7 @@
 #include "stage/services/host.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <type_traits>
 
@@ -170,13 +171,19 @@ struct Wire<KeyHandle> {
     }
 };
 
+// A text of a plug-in's. One without an end is refused, too.
+inline std::string_view boundedText(const char* text) {
+    constexpr std::size_t most = 1'000'000; // bytes
+    if (!text) throw MisuseError{"null text"};
+    const std::size_t length = strnlen(text, most + 1);
+    if (length > most) throw MisuseError{"a text of more than " + std::to_string(most) + " bytes"};
+    return {text, length};
+}
+
 template <>
 struct Wire<std::string_view> {
     using Raw = const char*;
-    static std::string_view in(Host&, Raw raw) {
-        if (!raw) throw MisuseError{"null text"};
-        return raw;
-    }
+    static std::string_view in(Host&, Raw raw) { return boundedText(raw); }
 };
 
 template <>

@@ -52,6 +52,7 @@ Host::Host(Scene scene, FrontEnd& frontEnd, HostOptions options)
     : scene_(std::move(scene)), frontEnd_(frontEnd), options_(std::move(options)),
       panels_(frontEnd.metrics()), previous_(active_) {
     active_ = this;
+    journal_.setBudget(options_.undoBudget);
 }
 
 Host::~Host() {
@@ -125,6 +126,9 @@ void Host::guarded(const std::function<void()>& action) {
         action();
     } catch (const HandlerThrew& thrown) {
         reportThrown(thrown);
+    } catch (const std::bad_alloc&) {
+        threw_ = true;
+        report(outOfMemory());
     }
 }
 
@@ -134,15 +138,21 @@ ChangeReport Host::event(std::string name, const std::function<void()>& action,
         guarded(action);
         return {};
     }
+    const std::string scopeName = inQuotes(name);
     scope_.emplace(scene_, std::move(name));
     threw_ = false;
     guarded(action);
     ChangeReport report;
-    if (!threw_ && keep()) {
-        report = journal_.commit(std::move(*scope_));
-    } else {
-        Journal::rollBack(std::move(*scope_));
+    bool kept = !threw_ && keep();
+    if (kept) {
+        try {
+            report = journal_.commit(*scope_);
+        } catch (const std::bad_alloc&) {
+            problems.push_back(outOfMemory(scopeName));
+            kept = false;
+        }
     }
+    if (!kept) Journal::rollBack(std::move(*scope_));
     scope_.reset();
     forgetEnvelope();
     files.savedMotionPath.clear();
@@ -201,6 +211,9 @@ void Host::recordThrown(const char* service, const char* slot) noexcept {
         recordMisuse(service, slot, misuse.reason);
     } catch (const HandlerThrew& thrown) {
         reportThrown(thrown);
+    } catch (const std::bad_alloc&) {
+        threw_ = true; // the event cannot be kept
+        report(outOfMemory());
     } catch (const std::exception& failure) {
         recordMisuse(service, slot, failure.what());
     } catch (...) {

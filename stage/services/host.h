@@ -72,6 +72,7 @@ struct HostFaults {
 struct HostOptions {
     // What "Directory Info" answers, and where motions without a directory are; empty: none.
     std::filesystem::path motionsDirectory;
+    std::size_t undoBudget = std::size_t{1} << 30; // bytes; 0: nothing is undone
     bool writeFiles = true; // false: files are written into the void, as in a dry run
 };
 
@@ -129,6 +130,7 @@ public:
     }
 
     const Journal& journal() const { return journal_; }
+    void setUndoBudget(std::size_t bytes) { journal_.setBudget(bytes); }
     bool undo(); // false: nothing to undo, or within an event
     bool redo();
 
@@ -162,6 +164,7 @@ public:
     void forgetEnvelope() { lastEnvelopes.forget(); }
 
     HostFiles files;
+    int modalPanels = 0; // open now, one within the other
 
     // Lets the front end know now and then that calls are coming in.
     void countCall() {

@@ -59,16 +59,21 @@ int openPanel(Host& host, PanelModel* panel, int flags) {
         return 1;
     }
     if (flags != host::openModal) throw MisuseError{"open flags " + std::to_string(flags)};
+    constexpr int mostNested = 50;
+    if (host.modalPanels >= mostNested)
+        throw MisuseError{"more than " + std::to_string(mostNested) +
+                          " dialogs, each opened by the one before"};
     panel->state = PanelState::modal;
-    bool accepted = false;
-    try {
-        accepted = host.frontEnd().runModal(*panel);
-    } catch (...) { // of the plug-in's handlers: it may open the panel again
-        panel->state = PanelState::closed;
-        throw;
-    }
-    panel->state = PanelState::closed;
-    return accepted ? 1 : 0;
+    ++host.modalPanels;
+    struct Closing { // also after an exception of the plug-in's: it may open the panel again
+        Host& host;
+        PanelModel& panel;
+        ~Closing() {
+            panel.state = PanelState::closed;
+            --host.modalPanels;
+        }
+    } const closing{host, *panel};
+    return host.frontEnd().runModal(*panel) ? 1 : 0;
 }
 
 void getPanelAttribute(Host&, PanelModel* panel, int tag, int* out) {
@@ -284,7 +289,7 @@ ControlModel* addControl(Host& host, PanelModel* panel, std::string_view type,
                           inQuotes(type)};
     ControlModel control;
     control.type = row.type;
-    control.label = label ? label : "";
+    if (label) control.label = boundedText(label);
     control.record = {gate<service, "Control.draw", &draw>, gate<service, "Control.get", &get>,
                       gate<service, "Control.set", &set>};
     AskedSize asked;
@@ -314,8 +319,11 @@ ControlModel* addControl(Host& host, PanelModel* panel, std::string_view type,
         break;
     case host::choiceKind:
         if (!desc->choice.items) throw MisuseError{"null list of choices"};
-        for (const char* const* item = desc->choice.items; *item; ++item)
-            control.choices.emplace_back(*item);
+        for (const char* const* item = desc->choice.items; *item; ++item) {
+            if (control.choices.size() == mostListRows)
+                throw MisuseError{"more than " + std::to_string(mostListRows) + " choices"};
+            control.choices.emplace_back(boundedText(*item));
+        }
         control.isVertical = row.type == ControlType::choice && desc->choice.orientation != 0;
         break;
     default:

@@ -1,6 +1,8 @@
 #include "stage/cli/commands/plot.h"
 
 #include "stage/base/file.h"
+#include "stage/base/text.h"
+#include "stage/cli/many/interruption.h"
 #include "stage/plot/plot.h"
 
 #include <CLI/CLI.hpp>
@@ -16,7 +18,8 @@ CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
         ->required()
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    plot->add_option("-o,--output", options.output, "Write to this file (default: print)");
+    plot->add_option("-o,--output", options.output, "Write to this file (default: print)")
+        ->check(notEmpty());
     plot->add_option("--before", options.before,
                      "Draw the channels as they are in this file faintly below");
     plot->add_option("--from", options.from, "First frame (default: all frames)");
@@ -30,6 +33,10 @@ CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
 ExitStatus plot(const PlotOptions& options) {
     const auto reading = readOptionsOf(options.reading);
     if (!reading) return fail(exitUsage, reading.problem());
+    for (const std::string& input : {options.input, options.before})
+        if (!options.output.empty() && !input.empty() && isSamePlace(input, options.output))
+            return fail(exitUsage, {"the picture would replace an input", options.output, {}});
+    endWhenInterrupted();
     auto loaded = readInput(options.input, reading.value());
     if (!loaded) return fail(exitFailed, loaded.problem());
     std::optional<Loaded> before;
@@ -50,12 +57,12 @@ ExitStatus plot(const PlotOptions& options) {
         return fail(exitUsage, problem);
     }
     if (options.output.empty()) {
-        std::cout << *svg << std::flush;
-        return std::cout ? exitDone : fail(exitFailed, {"cannot write the picture", "", ""});
+        std::cout << *svg;
+        return exitDone;
     }
     const auto written = writeFile(options.output, *svg);
     if (!written) return fail(exitFailed, written.problem());
-    std::cout << "wrote " << options.output << "\n";
+    std::cout << "wrote " << escaped(options.output) << "\n";
     return exitDone;
 }
 

@@ -1,9 +1,9 @@
 #include "stage/cli/commands/reading.h"
 
 #include "stage/base/text.h"
+#include "stage/cli/report/exit_status.h"
 
 #include <CLI/CLI.hpp>
-#include <iostream>
 
 namespace cadencora::stage {
 
@@ -12,6 +12,13 @@ void addReading(CLI::App& app, ReadingArguments& arguments) {
                    "Set the frame rate; keys keep their times (30, 23.976, 24000/1001)");
     app.add_option("--clip", arguments.clip,
                    "Open this animation of a file that holds several (default: the first)");
+}
+
+CLI::Validator notEmpty() {
+    return {[](const std::string& text) {
+                return text.empty() ? std::string("the name is empty") : std::string();
+            },
+            "", "not empty"};
 }
 
 Result<ReadOptions> readOptionsOf(const ReadingArguments& arguments) {
@@ -28,7 +35,7 @@ Result<Loaded> readInput(const std::filesystem::path& path, const ReadOptions& o
     auto loaded = readScene(path, options);
     if (loaded)
         for (const std::string& warning : loaded->warnings)
-            std::cerr << "warning: " << warning << "\n";
+            warn(warning);
     return loaded;
 }
 

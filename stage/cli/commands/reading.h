@@ -8,13 +8,17 @@
 
 namespace CLI {
 class App;
-}
+class Validator;
+} // namespace CLI
 
 namespace cadencora::stage {
 
 struct ReadingArguments {
     std::string rate, clip; // as typed; empty: not given
 };
+
+// For the names of outputs: an empty one is a mistake, such as that of a variable in a script.
+CLI::Validator notEmpty();
 
 // Adds --fps and --clip, which parse into `arguments`; they must live as long as `app`.
 void addReading(CLI::App& app, ReadingArguments& arguments);

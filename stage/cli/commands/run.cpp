@@ -1,7 +1,9 @@
 #include "stage/cli/commands/run.h"
 
+#include "stage/base/file.h"
 #include "stage/cli/commands/check.h"
 #include "stage/cli/commands/run_file.h"
+#include "stage/cli/many/interruption.h"
 #include "stage/cli/many/workers.h"
 #include "stage/cli/report/progress.h"
 #include "stage/cli/report/run_report.h"
@@ -17,18 +19,45 @@ namespace cadencora::stage {
 
 namespace {
 
+// The places that a run reads from and writes to, to tell that no two of them are one.
+class Places {
+public:
+    void addInput(const std::filesystem::path& path) { inputs_.insert(placeOf(path)); }
+
+    // `own`: the input that it may replace; empty: none.
+    std::optional<Refusal> addOutput(const std::filesystem::path& path,
+                                     const std::filesystem::path& own = {}) {
+        const auto target = writeTarget(path);
+        if (!target) return Refusal{exitFailed, target.problem()};
+        if (target.value().kind != WriteTarget::Kind::file) return std::nullopt;
+        const auto place = placeOf(path);
+        if (inputs_.contains(place) && (own.empty() || place != placeOf(own)))
+            return Refusal{exitUsage, {"an output would replace an input", path.string(), {}}};
+        if (!outputs_.insert(place).second)
+            return Refusal{exitUsage,
+                           {"two outputs would be written to the same file", path.string(), {}}};
+        return std::nullopt;
+    }
+
+private:
+    std::set<std::filesystem::path> inputs_, outputs_;
+};
+
 // Refuses outputs that cannot work, before any input is opened.
-Result<> checkOutputs(const RunOptions& options) {
-    std::set<std::filesystem::path> outputs;
+std::optional<Refusal> checkOutputs(const RunOptions& options) {
+    Places places;
+    for (const auto& input : options.inputs)
+        places.addInput(input);
     for (const auto& input : options.inputs) {
         const auto output = outputOf(options, input);
         if (output.empty()) continue;
         if (!formatOf(output))
-            return Problem{"cannot write a file of this kind", output.string(), knownExtensions()};
-        if (!outputs.insert(output).second)
-            return Problem{"two inputs would be written to the same file", output.string(), {}};
+            return Refusal{
+                exitUsage,
+                {"cannot write a file of this kind", output.string(), knownExtensions()}};
+        if (auto refusal = places.addOutput(output, input)) return refusal;
     }
-    return done();
+    return options.saveRecipe.empty() ? std::nullopt : places.addOutput(options.saveRecipe);
 }
 
 // Prints the reports of the files in the order of the inputs, whichever is ready first.
@@ -41,10 +70,14 @@ public:
         if (report.status != exitDone && status_ != exitFailed) status_ = report.status;
         ready_[input] = std::move(report);
         for (; printed_ < ready_.size() && ready_[printed_]; ++printed_) {
-            std::cerr << ready_[printed_]->errors << std::flush;
-            if (options_.report == ReportForm::text) std::cout << ready_[printed_]->text;
-            std::cout << std::flush;
+            print(*ready_[printed_]);
         }
+    }
+
+    // After an interruption: what came after a file that was not begun.
+    void printRest() {
+        for (; printed_ < ready_.size(); ++printed_)
+            if (ready_[printed_]) print(*ready_[printed_]);
     }
 
     ExitStatus finish() const {
@@ -53,6 +86,12 @@ public:
     }
 
 private:
+    void print(const FileReport& report) const {
+        std::cerr << report.errors << std::flush;
+        if (options_.report == ReportForm::text) std::cout << report.text;
+        std::cout << std::flush;
+    }
+
     const RunOptions& options_;
     std::vector<std::optional<FileReport>> ready_; // by input
     std::size_t printed_ = 0;
@@ -76,7 +115,7 @@ FileReport endSession(const RunOptions& options, Session& session, FileOutcome o
 void runInWorkers(const RunOptions& options, Reports& reports) {
     Progress progress(std::cerr, isatty(STDERR_FILENO) != 0, options.inputs.size());
     Workers workers;
-    workers.work = [&](std::size_t i, const Workers::EndWith& endWith) {
+    const auto work = [&](std::size_t i, const Workers::EndWith& endWith) {
         auto session = Session::open(options);
         if (!session) return packed(stopped(options, i, session.problem()));
         session.value()->user.giveUp = [&](const Problem& problem) {
@@ -84,6 +123,13 @@ void runInWorkers(const RunOptions& options, Reports& reports) {
         };
         auto outcome = runFile(options, *session.value(), options.inputs[i]);
         return packed(endSession(options, *session.value(), std::move(outcome)));
+    };
+    workers.work = [&](std::size_t i, const Workers::EndWith& endWith) {
+        try {
+            return work(i, endWith);
+        } catch (const std::bad_alloc&) {
+            return packed(stopped(options, i, outOfMemory()));
+        }
     };
     const bool several = options.inputs.size() > 1;
     workers.started = [&](std::size_t i) {
@@ -96,9 +142,11 @@ void runInWorkers(const RunOptions& options, Reports& reports) {
     };
     const std::size_t jobs = options.jobs > 0 ? options.jobs : std::thread::hardware_concurrency();
     runWorkers(options.inputs.size(), std::max<std::size_t>(jobs, 1), workers);
+    if (interruptedBy() != 0) reports.printRest();
 }
 
 void runHere(const RunOptions& options, Reports& reports) {
+    endWhenInterrupted();
     auto session = Session::open(options);
     for (std::size_t i = 0; i < options.inputs.size(); ++i) {
         if (!session) {
@@ -128,8 +176,7 @@ std::optional<Refusal> checkSteps(const RunOptions& options) {
 
 ExitStatus run(const RunOptions& options) {
     if (const auto refusal = checkSteps(options)) return fail(refusal->status, refusal->problem);
-    if (auto possible = checkOutputs(options); !possible)
-        return fail(exitUsage, possible.problem());
+    if (const auto refusal = checkOutputs(options)) return fail(refusal->status, refusal->problem);
     if (!options.outputFolder.empty() && !options.dryRun) {
         std::error_code error;
         std::filesystem::create_directories(options.outputFolder, error);

@@ -12,9 +12,10 @@ std::filesystem::path currentFolder() {
 } // namespace
 
 Session::Session(const RunOptions& options)
-    : user(options.dryRun),
-      host(Scene(), user,
-           {.motionsDirectory = options.motionsFolder, .writeFiles = !options.dryRun}),
+    : user(options.dryRun), host(Scene(), user,
+                                 {.motionsDirectory = options.motionsFolder,
+                                  .undoBudget = 0,
+                                  .writeFiles = !options.dryRun}),
       folder_(currentFolder()) {
     user.lookAt(host.scene());
 }

@@ -1,15 +1,21 @@
 #include "stage/cli/many/workers.h"
 
+#include "stage/base/temporary.h"
+#include "stage/cli/many/interruption.h"
+
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <iostream>
 #include <optional>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -39,12 +45,15 @@ bool writeAll(int descriptor, std::string_view bytes) {
     const bool sent = writeAll(pipe, answer + "!");
     std::cout.flush(); // what a plug-in has printed
     std::fflush(nullptr);
+    removeTemporaries();
     _exit(sent ? 0 : 1); // without what the parent has registered for its own exit
 }
 
-[[noreturn]] void workAndExit(const Workers& workers, std::size_t piece, int pipe, pid_t parent) {
+[[noreturn]] void workAndExit(const Workers& workers, std::size_t piece, int pipe, pid_t parent,
+                              const sigset_t& signals) {
     prctl(PR_SET_PDEATHSIG, SIGKILL); // work that never returns ends with the program
     if (getppid() != parent) _exit(1);
+    endWhenInterrupted(signals);
     answerAndExit(
         workers.work(piece, [pipe](const std::string& answer) { answerAndExit(answer, pipe); }),
         pipe);
@@ -59,11 +68,16 @@ Result<Worker> startWorker(const Workers& workers, std::size_t piece) {
     std::cout.flush();
     std::fflush(nullptr);
     const pid_t parent = getpid();
+    // Signals wait until the new process is ready for them: what it inherits is meant for this one.
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
     const pid_t process = fork();
     if (process == 0) {
         close(ends[0]);
-        workAndExit(workers, piece, ends[1], parent);
+        workAndExit(workers, piece, ends[1], parent, before);
     }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     close(ends[1]); // or the end of the answer would never be seen
     if (process > 0) return Worker{piece, process, ends[0], {}};
     const Problem problem = fail();
@@ -97,6 +111,33 @@ bool readMore(Worker& worker) {
     return n > 0;
 }
 
+// Ends all workers, and takes the answers of those that were ready.
+void endAll(std::vector<Worker>& running, const Workers& workers) {
+    using namespace std::chrono_literals;
+    for (const Worker& worker : running)
+        kill(worker.process, SIGTERM);
+    const auto patience = std::chrono::steady_clock::now() + 2s;
+    for (Worker& worker : running) {
+        fcntl(worker.pipe, F_SETFL, O_NONBLOCK);
+        siginfo_t ended{};
+        const auto hasEnded = [&] {
+            while (readMore(worker)) {
+            }
+            const int flags = WEXITED | WNOHANG | WNOWAIT;
+            return waitid(P_PID, static_cast<id_t>(worker.process), &ended, flags) != 0 ||
+                   ended.si_pid != 0;
+        };
+        while (!hasEnded() && std::chrono::steady_clock::now() < patience)
+            std::this_thread::sleep_for(1ms);
+        kill(worker.process, SIGKILL);
+        while (readMore(worker)) {
+        }
+        auto answer = endWorker(worker);
+        workers.ended(worker.piece, answer ? std::move(answer) : interruption());
+    }
+    running.clear();
+}
+
 } // namespace
 
 Result<std::string> workApart(const std::function<std::string()>& work) {
@@ -106,13 +147,15 @@ Result<std::string> workApart(const std::function<std::string()>& work) {
         {.work = [&](std::size_t, const Workers::EndWith&) { return work(); },
          .started = [](std::size_t) {},
          .ended = [&](std::size_t, Result<std::string> given) { answer = std::move(given); }});
-    return std::move(*answer);
+    return answer ? std::move(*answer) : interruption();
 }
 
 void runWorkers(std::size_t count, std::size_t atOnce, const Workers& workers) {
+    const InterruptionWatch watch;
     std::vector<Worker> running;
     std::size_t next = 0;
     while (next < count || !running.empty()) {
+        if (interruptedBy() != 0) return endAll(running, workers);
         while (next < count && running.size() < atOnce) {
             const std::size_t piece = next++;
             workers.started(piece);
@@ -124,10 +167,12 @@ void runWorkers(std::size_t count, std::size_t atOnce, const Workers& workers) {
         }
         if (running.empty()) continue; // none could be started
         std::vector<pollfd> pipes;
-        pipes.reserve(running.size());
+        pipes.reserve(running.size() + 1);
         for (const Worker& worker : running)
             pipes.push_back({worker.pipe, POLLIN, 0});
+        pipes.push_back({watch.descriptor(), POLLIN, 0});
         if (poll(pipes.data(), pipes.size(), -1) < 0) continue; // interrupted
+        if (interruptedBy() != 0) continue;
         for (std::size_t i = running.size(); i-- > 0;) {
             if (pipes[i].revents == 0 || readMore(running[i])) continue;
             workers.ended(running[i].piece, endWorker(running[i]));

@@ -18,7 +18,8 @@ struct Workers {
     using EndWith = std::function<void(std::string answer)>;
     std::function<std::string(std::size_t piece, const EndWith& endWith)> work;
     std::function<void(std::size_t piece)> started; // here, in order
-    // Here, as they end: what `work` answered, or how its process ended early.
+    // Here, as they end: what `work` answered, or how its process ended early. After an
+    // interruption (interruption.h) pieces that were not started do not end either.
     std::function<void(std::size_t piece, Result<std::string>)> ended;
 };
 
@@ -26,7 +27,8 @@ struct Workers {
 Result<std::string> workApart(const std::function<std::string()>& work);
 
 // Works through the pieces 0 to count - 1, at most `atOnce` of them at a time. The calling
-// process must have one thread only.
+// process must have one thread only. A signal that asks for the end (interruption.h) ends the
+// workers and then the waiting.
 void runWorkers(std::size_t count, std::size_t atOnce, const Workers& workers);
 
 } // namespace cadencora::stage

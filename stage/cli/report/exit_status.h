@@ -14,4 +14,7 @@ enum ExitStatus : int {
 // Prints "cadencora: PROBLEM" on standard error and returns the status.
 ExitStatus fail(ExitStatus status, const Problem& problem);
 
+// Prints "warning: TEXT" on standard error.
+void warn(const std::string& text);
+
 } // namespace cadencora::stage

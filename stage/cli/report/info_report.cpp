@@ -48,7 +48,7 @@ std::size_t depthOf(const Scene& scene, ItemId item) {
 
 void printInfo(const Loaded& loaded, std::ostream& out) {
     const Scene& scene = loaded.scene;
-    out << scene.name << ": " << summary(scene) << "\n";
+    out << escaped(scene.name) << ": " << summary(scene) << "\n";
     if (!loaded.clips.empty()) {
         out << "  clips:";
         for (std::size_t i = 0; i < loaded.clips.size(); ++i)
@@ -56,7 +56,7 @@ void printInfo(const Loaded& loaded, std::ostream& out) {
         out << "; open is " << inQuotes(loaded.clip) << "\n";
     }
     for (const std::string& note : loaded.notes)
-        out << "  " << note << "\n";
+        out << "  " << escaped(note) << "\n";
     for (const ItemType type : itemTypes)
         if (const std::size_t count = scene.itemCount(type))
             out << "  " << counted(count, itemTypeName(type)) << "\n";
@@ -64,7 +64,7 @@ void printInfo(const Loaded& loaded, std::ostream& out) {
         const ItemId id = Scene::itemAt(i);
         const ItemKeys keys = keysOf(scene, id);
         out << std::string(2 + 2 * std::min<std::size_t>(depthOf(scene, id), 40), ' ')
-            << scene.item(id).name << " (" << itemTypeName(scene.item(id).type) << ")";
+            << escaped(scene.item(id).name) << " (" << itemTypeName(scene.item(id).type) << ")";
         if (keys.channels > 0)
             out << ": " << counted(keys.keys, "key") << " on " << counted(keys.channels, "channel")
                 << ", frames " << frameText(scene.rate.frameOf(keys.first)) << " to "

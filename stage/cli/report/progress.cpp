@@ -1,5 +1,7 @@
 #include "stage/cli/report/progress.h"
 
+#include "stage/base/text.h"
+
 #include <cmath>
 #include <cstdio>
 
@@ -16,7 +18,8 @@ void Progress::started(const std::string& file) {
 void Progress::finished(const std::string& file) {
     ++done_;
     hide();
-    if (!terminal_) out_ << "[" << done_ << "/" << total_ << "] " << file << "\n" << std::flush;
+    if (!terminal_)
+        out_ << "[" << done_ << "/" << total_ << "] " << escaped(file) << "\n" << std::flush;
 }
 
 void Progress::hide() {
@@ -27,7 +30,7 @@ void Progress::show() {
     if (!terminal_ || done_ == total_) return;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
     const std::string remaining = remainingText(elapsed.count(), done_, total_);
-    out_ << "\r\033[K[" << done_ << "/" << total_ << "] " << current_
+    out_ << "\r\033[K[" << done_ << "/" << total_ << "] " << escaped(current_)
          << (remaining.empty() ? "" : ", ") << remaining << std::flush;
 }
 

@@ -26,7 +26,7 @@ std::string_view kindName(MessageKind kind) {
 std::string joined(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines)
-        if (!line.empty()) text += (text.empty() ? "" : " / ") + line;
+        if (!line.empty()) text += (text.empty() ? "" : " / ") + escaped(line);
     return text;
 }
 
@@ -62,9 +62,10 @@ Json outcomeJson(const FileOutcome& outcome) {
 }
 
 void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
-    if (!outcome.summary.empty()) out << outcome.input.string() << ": " << outcome.summary << "\n";
+    if (!outcome.summary.empty())
+        out << escaped(outcome.input.string()) << ": " << outcome.summary << "\n";
     for (const StepOutcome& step : outcome.steps) {
-        out << step.press << (step.kept ? "" : " (taken back)") << "\n";
+        out << escaped(step.press) << (step.kept ? "" : " (taken back)") << "\n";
         for (const Message& message : step.messages)
             out << "  " << kindName(message.kind) << ": " << joined(message.lines) << "\n";
         out << "  " << changeText(step.changes) << "\n";
@@ -73,27 +74,27 @@ void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
                    "same\n";
     }
     if (!outcome.written.empty()) {
-        out << "wrote " << outcome.written.string() << "\n";
+        out << "wrote " << escaped(outcome.written.string()) << "\n";
     } else if (outcome.status == exitDone) {
         out << (dryRun ? "dry run: nothing written\n"
                        : "nothing written: no output was asked for (-o, --out-dir)\n");
     } else {
-        out << (outcome.summary.empty() ? outcome.input.string() + ": " : "")
+        out << (outcome.summary.empty() ? escaped(outcome.input.string()) + ": " : "")
             << "nothing written\n";
     }
 }
 
 void printErrors(const FileOutcome& outcome, std::ostream& out) {
-    const std::string file = outcome.input.string();
+    const std::string file = escaped(outcome.input.string());
     for (const std::string& warning : outcome.warnings)
-        out << "warning: " << file << ": " << warning << "\n";
+        out << "warning: " << file << ": " << escaped(warning) << "\n";
     for (const StepOutcome& step : outcome.steps)
         for (const Message& message : step.messages)
             if (message.kind == MessageKind::error && step.kept)
                 out << "error: " << file << ", " << inQuotes(step.press) << ": "
                     << joined(message.lines) << "\n";
     for (const Problem& problem : outcome.problems) {
-        const bool named = problem.where.starts_with(file);
+        const bool named = problem.where.starts_with(outcome.input.string());
         out << "error: " << (named ? "" : file + ", ") << problem.text() << "\n";
     }
 }
@@ -120,9 +121,11 @@ FileReport unpacked(std::string_view bytes) {
 }
 
 void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostream& out) {
-    if (reports.size() == 1) return print(Json::parse(reports.front()->json), out);
+    if (reports.size() == 1 && reports.front())
+        return print(Json::parse(reports.front()->json), out);
     Json files = Json::array();
     for (const auto& report : reports) {
+        if (!report) continue;
         Json file = {{"file", report->file}};
         file.update(Json::parse(report->json));
         files.push_back(std::move(file));

@@ -25,7 +25,7 @@ std::string packed(const FileReport& report);
 FileReport unpacked(std::string_view bytes);
 
 // {"steps": [...], "problems": [...]} for one file; {"files": [...]} with one such entry and the
-// file's name for each of several.
+// file's name for each of several. After an interruption, only of those that there are.
 void printJson(const std::vector<std::optional<FileReport>>& reports, std::ostream& out);
 
 } // namespace cadencora::stage

@@ -253,7 +253,7 @@ void SceneWriter::change(Draft& draft) {
     if (memory_)
         for (const Change& one : changes_) {
             const Node& rest = memory_->model.nodes[one.node];
-            Json& node = draft.document["nodes"][one.node];
+            Json& node = draft.document.json["nodes"][one.node];
             if (one.track && one.path != Path::weights && rest.hasMatrix && node.contains("matrix"))
                 giveTransform(node, rest);
         }

@@ -11,9 +11,11 @@ class Pool {
 public:
     Pool() = default;
     Pool(const Pool&) = delete;
-    ~Pool() {
+    ~Pool() { release(); }
+    void release() {
         while (free_)
             ::operator delete(std::exchange(free_, free_->next));
+        count_ = 0;
     }
     void* take(std::size_t size) {
         if (!free_) return ::operator new(size);
@@ -54,6 +56,11 @@ void* Recycled<T>::operator new(std::size_t size) {
 template <class T>
 void Recycled<T>::operator delete(void* memory) noexcept {
     poolOf<T>().give(memory);
+}
+
+template <class T>
+void Recycled<T>::release() noexcept {
+    poolOf<T>().release();
 }
 
 template struct Recycled<KeyColumns>;

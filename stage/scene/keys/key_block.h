@@ -19,6 +19,7 @@ template <class T>
 struct Recycled {
     static void* operator new(std::size_t size);
     static void operator delete(void* memory) noexcept;
+    static void release() noexcept; // what this thread keeps
 };
 
 // The arrays of a block. The content of slots without a key is unspecified.

@@ -133,16 +133,32 @@ void KeyStore::clear() {
 }
 
 std::size_t KeyStore::bytes() const {
+    return bytesBeside({});
+}
+
+std::size_t KeyStore::bytesBeside(const KeyStore& other) const {
+    std::vector<const KeyColumns*> shared;
+    for (const Block* block = other.head_; block; block = block->next)
+        shared.push_back(&*block->columns);
+    std::ranges::sort(shared, std::less());
     std::size_t total = sizeof *this + separators_.capacity() * sizeof(double) +
                         blocks_.capacity() * sizeof(Block*) + entries_.capacity() * sizeof(Entry);
     for (const Block* block = head_; block; block = block->next) {
         const KeyColumns& columns = *block->columns;
-        total += sizeof *block + sizeof columns + (block->links ? sizeof *block->links : 0);
+        total += sizeof *block + (block->links ? sizeof *block->links : 0);
+        if (std::ranges::binary_search(shared, &columns, std::less())) continue;
+        total += sizeof columns;
         if (columns.parameters) total += sizeof *columns.parameters;
         for (std::size_t p = 0; p < parameterCount; ++p)
             total += columns.hasColumn(p) ? sizeof(KeyColumns::Column<double>) : 0;
     }
     return total;
+}
+
+void KeyStore::releaseMemory() {
+    KeyColumns::release();
+    KeyBlock::release();
+    KeyBlock::Links::release();
 }
 
 // Places

@@ -80,6 +80,9 @@ public:
         int slot_ = 0;
     };
 
+    // Gives memory that gone stores have left for the next ones back to the system.
+    static void releaseMemory();
+
     KeyStore();
     KeyStore(const KeyStore& other); // the keys; the copy's handles are its own
     KeyStore(KeyStore&& other) noexcept;
@@ -90,6 +93,8 @@ public:
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
     std::size_t bytes() const; // memory held, shared arrays too; for reports and tests
+    // Memory held, without the arrays that it shares with another store.
+    std::size_t bytesBeside(const KeyStore& other) const;
 
     // Reading without handles.
     Cursor begin() const { return head_ ? Cursor(head_, head_->firstSlot()) : Cursor(); }

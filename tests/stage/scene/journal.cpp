@@ -56,7 +56,7 @@ TEST_F(Journaled, the_report_counts_what_changed_and_nothing_else) {
     turned.setParameter(turned.at(turned.first()), bias, 0.5);
     edit(scope, b, positionX).after = Behaviour::repeat;
 
-    const ChangeReport report = journal.commit(std::move(scope));
+    const ChangeReport report = journal.commit(scope);
     EXPECT_EQ(report.keysRemoved, 2u);
     EXPECT_EQ(report.keysAdded, 1u);
     EXPECT_EQ(report.keysChanged, 2u);
@@ -106,7 +106,7 @@ TEST_F(Journaled, the_report_agrees_with_a_plain_comparison_over_random_edits) {
                 ++expected.keysChanged;
         }
         expected.keysAdded = after.size() + expected.keysRemoved - before.size();
-        const ChangeReport report = journal.commit(std::move(scope));
+        const ChangeReport report = journal.commit(scope);
         ASSERT_EQ(report.keysAdded, expected.keysAdded);
         ASSERT_EQ(report.keysRemoved, expected.keysRemoved);
         ASSERT_EQ(report.keysChanged, expected.keysChanged);
@@ -120,7 +120,7 @@ TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {
         EditScope scope(scene, name);
         KeyStore& keys = edit(scope, a, positionX).keys;
         keys.erase(keys.first());
-        journal.commit(std::move(scope));
+        journal.commit(scope);
     }
     const auto after = values(a, positionX);
     ASSERT_EQ(after.size(), 8u);
@@ -137,7 +137,7 @@ TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {
 
     EditScope scope(scene, "third");
     edit(scope, b, heading).keys.clear();
-    journal.commit(std::move(scope));
+    journal.commit(scope);
     EXPECT_FALSE(journal.redo(scene));
     EXPECT_EQ(*journal.undoName(), "third");
 }
@@ -145,7 +145,7 @@ TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {
 TEST_F(Journaled, an_edit_that_changed_nothing_leaves_no_trace) {
     EditScope scope(scene, "nothing");
     edit(scope, a, positionX);
-    EXPECT_TRUE(journal.commit(std::move(scope)).empty());
+    EXPECT_TRUE(journal.commit(scope).empty());
     EXPECT_EQ(journal.undoName(), nullptr);
 }
 
@@ -153,7 +153,7 @@ TEST_F(Journaled, added_channels_go_with_undo_and_come_back_with_redo) {
     EditScope scope(scene, "dissolve");
     const ChannelId channel = scope.addChannel(scene.item(a).group, "Dissolve", 0);
     scope.envelope(scene.channel(channel).envelope).keys.insert(1, 1, Shape::hold);
-    const ChangeReport report = journal.commit(std::move(scope));
+    const ChangeReport report = journal.commit(scope);
     EXPECT_EQ(report.channelsAdded, std::vector{channel});
     EXPECT_EQ(report.keysAdded, 1u);
     journal.undo(scene);

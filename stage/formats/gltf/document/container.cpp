@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
 
 namespace cadencora::stage::gltf {
 
@@ -38,8 +37,10 @@ std::optional<Problem> tooMuch(std::string_view text, const std::string& where, 
             return Problem{"the JSON has too many values", where,
                            "the limit is " + std::to_string(mostValues)};
         if (quoted) {
-            if (c == '\\') ++i;
-            quoted = c != '"';
+            i = text.find_first_of("\"\\", i);
+            if (i == std::string_view::npos) break;
+            quoted = text[i] == '\\';
+            if (quoted) ++i;
         } else if (c == '"') {
             quoted = true;
         } else if (c == '{' || c == '[') {
@@ -131,15 +132,17 @@ Result<std::vector<GlbChunk>> glbChunks(std::string_view file, const std::string
     return chunks;
 }
 
-std::string glbHead(std::string_view json, std::size_t rest) {
-    const std::size_t padded = (json.size() + 3) / 4 * 4;
+std::size_t glbPadding(std::size_t json) {
+    return (4 - json % 4) % 4;
+}
+
+std::string glbHead(std::size_t json, std::size_t rest) {
+    const std::size_t padded = json + glbPadding(json);
     std::string bytes;
-    bytes.reserve(fileHead + chunkHead + padded);
     appendWord(bytes, glbMagic);
     appendWord(bytes, 2);
     appendWord(bytes, fileHead + chunkHead + padded + rest);
-    (bytes += glbChunkHead(GlbChunk::json, padded)) += json;
-    return bytes.append(padded - json.size(), ' ');
+    return bytes += glbChunkHead(GlbChunk::json, padded);
 }
 
 std::string glbChunkHead(std::uint32_t type, std::size_t bytes) {
@@ -149,19 +152,78 @@ std::string glbChunkHead(std::uint32_t type, std::size_t bytes) {
     return head;
 }
 
-Result<Json> parseJson(std::string_view text, const std::string& where, std::size_t depth) {
+namespace {
+
+// A mark that is nowhere in a text.
+std::string markFor(std::string_view text) {
+    std::string mark = "data:#";
+    while (text.find(mark) != std::string_view::npos)
+        mark += '#';
+    return mark;
+}
+
+// Where a long data URI begins at or after a place of a JSON text, and its length without the
+// quotes. Nothing: there is none any more.
+std::optional<std::pair<std::size_t, std::size_t>> longUri(std::string_view text, std::size_t at) {
+    constexpr std::size_t isLong = 4096;
+    constexpr std::string_view start = "\"data:";
+    for (; (at = text.find(start, at)) != std::string_view::npos; ++at) {
+        const std::size_t end = text.find_first_of("\"\\", at + 1);
+        if (end == std::string_view::npos) break;
+        if (text[end] == '"' && end - at > isLong) return std::pair(at + 1, end - at - 1);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string_view JsonDocument::uri(const std::string& text) const {
+    if (!text.starts_with(mark)) return text;
+    const auto number =
+        parseInteger(std::string_view(text).substr(mark.size(), text.size() - mark.size() - 1));
+    const bool isKnown = number && *number >= 0 && static_cast<std::size_t>(*number) < uris.size();
+    return isKnown ? uris[static_cast<std::size_t>(*number)] : std::string_view(text);
+}
+
+std::string JsonDocument::hold(std::string uri) {
+    uris.push_back(made.emplace_back(std::move(uri)));
+    return mark + std::to_string(uris.size() - 1) + '#';
+}
+
+Result<JsonDocument> parseJson(std::string_view text, const std::string& where, std::size_t depth) {
     if (auto problem = tooMuch(text, where, depth)) return *problem;
+    JsonDocument document;
+    document.mark = markFor(text);
+    std::string shortened; // of a text with long URIs
+    std::size_t copied = 0;
+    while (const auto found = longUri(text, copied)) {
+        shortened += text.substr(copied, found->first - copied);
+        shortened += document.mark + std::to_string(document.uris.size()) + '#';
+        document.uris.push_back(text.substr(found->first, found->second));
+        copied = found->first + found->second;
+    }
+    if (copied > 0) shortened += text.substr(copied);
+    const std::string_view parsed = copied > 0 ? std::string_view(shortened) : text;
     try {
-        return Json::parse(text);
+        document.json = Json::parse(parsed);
+        return document;
     } catch (const Json::parse_error& error) {
-        const std::string_view before = text.substr(0, error.byte);
+        const std::string_view before = parsed.substr(0, error.byte);
         const auto line = 1 + std::ranges::count(before, '\n');
+        std::size_t byte = error.byte; // in the whole text
+        std::size_t at = 0;
+        for (const std::string_view uri : document.uris) {
+            const std::string name = document.mark + std::to_string(at++) + '#';
+            if (before.find(name) != std::string_view::npos) byte += uri.size() - name.size();
+        }
         return Problem{"this is not valid JSON", where + ":" + std::to_string(line),
-                       "at byte " + std::to_string(error.byte)};
+                       "at byte " + std::to_string(byte)};
     } catch (const Json::exception&) { // a number beyond all bounds
         return Problem{"this is not valid JSON", where, "it has a number that is too large"};
     }
 }
+
+namespace {
 
 std::string jsonText(const Json& document, std::string_view like) {
     // Names from elsewhere may be no UTF-8.
@@ -174,6 +236,24 @@ std::string jsonText(const Json& document, std::string_view like) {
     std::string text = document.dump(static_cast<int>(width - line - 1), blank, false, replace);
     if (like.back() == '\n') text += '\n';
     return text;
+}
+
+} // namespace
+
+JsonPieces::JsonPieces(const JsonDocument& document, std::string_view like)
+    : text(jsonText(document.json, like)) {
+    const std::string_view all = text;
+    const std::string mark = '"' + document.mark;
+    std::size_t from = 0;
+    for (std::size_t at = all.find(mark); at != std::string_view::npos; at = all.find(mark, from)) {
+        const std::size_t end = all.find('"', at + 1);
+        pieces.push_back(all.substr(from, at + 1 - from));
+        pieces.push_back(document.uri(std::string(all.substr(at + 1, end - at - 1))));
+        from = end;
+    }
+    pieces.push_back(all.substr(from));
+    for (const std::string_view piece : pieces)
+        size += piece.size();
 }
 
 bool isDataUri(std::string_view uri) {

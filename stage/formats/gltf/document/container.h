@@ -4,7 +4,8 @@
 #include "stage/base/result.h"
 
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
+#include <deque>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,18 +25,43 @@ struct GlbChunk {
 // The chunks of a whole GLB file, the JSON first. They refer to the bytes of `file`.
 Result<std::vector<GlbChunk>> glbChunks(std::string_view file, const std::string& where);
 
-// The head of a GLB file up to the content of its second chunk; `rest` is the size of the chunks
-// after the JSON, heads included.
-std::string glbHead(std::string_view json, std::size_t rest);
+// The head of a GLB file up to its JSON of so many bytes, which glbPadding() blanks follow; `rest`
+// is the size of the chunks after the JSON, heads included.
+std::string glbHead(std::size_t json, std::size_t rest);
+std::size_t glbPadding(std::size_t json);
 
 // The head of a chunk whose content has been padded.
 std::string glbChunkHead(std::uint32_t type, std::size_t bytes);
 
-// The document of a text. Nesting beyond `depth` is refused before anything is built.
-Result<Json> parseJson(std::string_view text, const std::string& where, std::size_t depth);
+// A document in which long data URIs stand aside: they would take many times their size as JSON.
+struct JsonDocument {
+    Json json;
+    // What stands in the JSON for the URI of each number, after which come the number and "#".
+    std::string mark = "data:#";
+    std::vector<std::string_view> uris; // in the text that was parsed, or in `made`
+    std::deque<std::string> made;
 
-// The document as text, indented as `like` is.
-std::string jsonText(const Json& document, std::string_view like);
+    // The whole URI that a text of the JSON stands for, which may be that text itself.
+    std::string_view uri(const std::string& text) const;
+    // What to write in the JSON for a new URI.
+    std::string hold(std::string uri);
+};
+
+// The document of a text, which must outlive it. Nesting beyond `depth` is refused before anything
+// is built.
+Result<JsonDocument> parseJson(std::string_view text, const std::string& where, std::size_t depth);
+
+// The document as text, indented as `like` is: pieces to be written one after the other, which
+// refer to `text` and to the document's URIs.
+struct JsonPieces {
+    std::string text;
+    std::vector<std::string_view> pieces;
+    std::size_t size = 0; // of all
+
+    JsonPieces(const JsonDocument& document, std::string_view like);
+    JsonPieces(const JsonPieces&) = delete;
+    JsonPieces& operator=(const JsonPieces&) = delete;
+};
 
 // The bytes of a data URI; nothing where it is not in base64.
 std::optional<std::string> dataUriBytes(std::string_view uri);

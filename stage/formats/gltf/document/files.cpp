@@ -90,19 +90,20 @@ Result<std::string> readFileBeside(const fs::path& directory, std::string_view u
     return Problem{problem.what, where, problem.where + ": " + problem.detail};
 }
 
-Result<> placeFileBeside(const fs::path& directory, std::string_view uri, const std::string& where,
-                         std::string_view bytes) {
+Result<fs::path> placeFileBeside(const fs::path& directory, std::string_view uri,
+                                 const std::string& where, std::string_view bytes) {
     const auto path = placeOf(directory, uri, where);
     if (!path) return path.problem();
     std::error_code error;
     if (fs::exists(path.value(), error)) {
         const auto there = readFile(path.value(), bytes.size());
-        if (there && there.value() == bytes) return done();
+        if (there && there.value() == bytes) return fs::path();
         return Problem{"another file of the name is there already", path.value().string(),
                        "write the scene to another directory, or move that file away"};
     }
     fs::create_directories(path.value().parent_path(), error);
-    return writeFile(path.value(), bytes);
+    if (auto written = writeFile(path.value(), bytes); !written) return written.problem();
+    return path.value();
 }
 
 } // namespace cadencora::stage::gltf

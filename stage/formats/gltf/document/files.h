@@ -21,7 +21,9 @@ Result<std::string> readFileBeside(const std::filesystem::path& directory, std::
                                    const std::string& where, std::uintmax_t limit);
 
 // Writes the file unless it exists with these bytes. Refuses to replace a file that differs.
-Result<> placeFileBeside(const std::filesystem::path& directory, std::string_view uri,
-                         const std::string& where, std::string_view bytes);
+// Answers the path of a file that was not there before; empty: it was.
+Result<std::filesystem::path> placeFileBeside(const std::filesystem::path& directory,
+                                              std::string_view uri, const std::string& where,
+                                              std::string_view bytes);
 
 } // namespace cadencora::stage::gltf

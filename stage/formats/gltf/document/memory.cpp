@@ -29,10 +29,11 @@ public:
         }
         const auto document = parseJson(memory_.text, where_, memory_.depth);
         if (!document) return document.problem();
-        auto model = readModel(document.value(), where_, options_.meshes);
+        auto model = readModel(document.value().json, where_, options_.meshes);
         if (!model) return model.problem();
         memory_.model = std::move(*model);
         if (auto read = buffers(document.value()); !read) return read;
+        noteImages(document.value().json);
         unpackViews();
         if (auto found = parents(); !found) return found;
         return clip();
@@ -43,9 +44,9 @@ private:
         return {std::move(what), where_ + ": " + place, std::move(detail)};
     }
 
-    Result<> buffers(const Json& document) {
-        const auto table = document.find("buffers");
-        if (table == document.end()) return done();
+    Result<> buffers(const JsonDocument& document) {
+        const auto table = document.json.find("buffers");
+        if (table == document.json.end()) return done();
         if (!table->is_array()) return problem("buffers", "expected an array");
         for (std::size_t i = 0; i < table->size(); ++i) {
             const std::string place = "buffers[" + std::to_string(i) + "]";
@@ -57,10 +58,9 @@ private:
             const auto uri = buffer.find("uri");
             if (uri != buffer.end() && !uri->is_string())
                 return problem(place + ".uri", "expected a text");
-            if (auto read =
-                    bytes(i, uri == buffer.end() ? nullptr : uri->get_ptr<const std::string*>());
-                !read)
-                return read;
+            std::optional<std::string_view> whole;
+            if (uri != buffer.end()) whole = document.uri(uri->get_ref<const std::string&>());
+            if (auto read = bytes(i, whole); !read) return read;
             Buffer& kept = memory_.buffers.back();
             kept.length = length->get<std::size_t>();
             if (kept.kind != Buffer::Kind::absent && kept.length > kept.bytes.size())
@@ -71,7 +71,23 @@ private:
         return done();
     }
 
-    Result<> bytes(std::size_t index, const std::string* uri) {
+    // The images that are files beside the document; nothing here looks into them.
+    void noteImages(const Json& document) {
+        const auto images = document.find("images");
+        if (images == document.end() || !images->is_array()) return;
+        for (const Json& image : *images)
+            if (image.is_object())
+                if (const auto uri = image.find("uri"); uri != image.end() && uri->is_string())
+                    noteFile(uri->get_ref<const std::string&>());
+    }
+
+    void noteFile(std::string_view uri) {
+        if (isDataUri(uri)) return;
+        if (const auto path = relativePath(uri, {}))
+            memory_.files.push_back(memory_.path.parent_path() / path.value());
+    }
+
+    Result<> bytes(std::size_t index, std::optional<std::string_view> uri) {
         const std::string place = "buffers[" + std::to_string(index) + "]";
         Buffer& buffer = memory_.buffers.emplace_back();
         if (!uri) {
@@ -92,6 +108,7 @@ private:
                 readFileBeside(memory_.path.parent_path(), *uri, where_ + ": " + place + ".uri",
                                options_.limits.bytes - std::min(external_, options_.limits.bytes));
             if (!bytes) return bytes.problem();
+            noteFile(*uri);
             external_ += bytes->size();
             buffer.kind = Buffer::Kind::file;
             buffer.uri = *uri;

@@ -32,19 +32,52 @@ bool isSameDirectory(const fs::path& a, const fs::path& b) {
 void settleBuffers(Draft& draft) {
     for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
         const Draft::Buffer& buffer = draft.buffers[i];
-        Json& json = draft.document["buffers"][i];
+        Json& json = draft.document.json["buffers"][i];
         if (buffer.changed) json["byteLength"] = buffer.changed->size();
         if (!buffer.changed && !buffer.isMoved) continue;
         if (buffer.kind == Kind::chunk) json.erase("uri");
-        if (buffer.kind == Kind::embedded) json["uri"] = dataUri(bytesOf(buffer));
+        if (buffer.kind == Kind::embedded)
+            json["uri"] = draft.document.hold(dataUri(bytesOf(buffer)));
     }
 }
 
+// The files beside a document that is being written. Without keep() those that were not there
+// before are removed again.
+class PlacedFiles {
+public:
+    explicit PlacedFiles(const fs::path& document) : document_(document) {}
+    PlacedFiles(const PlacedFiles&) = delete;
+    PlacedFiles& operator=(const PlacedFiles&) = delete;
+    ~PlacedFiles() {
+        std::error_code ignored;
+        for (const fs::path& path : made_)
+            fs::remove(path, ignored);
+    }
+
+    Result<> place(const std::string& uri, const std::string& where, std::string_view bytes) {
+        const fs::path folder = document_.parent_path();
+        if (const auto path = relativePath(uri, where);
+            path && isSamePlace(folder / path.value(), document_))
+            return Problem{"the document would replace a file that it needs", where, inQuotes(uri)};
+        auto made = placeFileBeside(folder, uri, where, bytes);
+        if (!made) return made.problem();
+        if (!made.value().empty()) made_.push_back(std::move(made.value()));
+        return done();
+    }
+
+    void keep() { made_.clear(); }
+
+private:
+    const fs::path& document_;
+    std::vector<fs::path> made_;
+};
+
 // Images stay files: nothing here looks into them.
 Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& path,
-                    std::vector<std::string>& warnings) {
-    const auto images = draft.document.find("images");
-    if (images == draft.document.end() || !images->is_array() || isSameDirectory(memory.path, path))
+                    PlacedFiles& placed, std::vector<std::string>& warnings) {
+    const auto images = draft.document.json.find("images");
+    if (images == draft.document.json.end() || !images->is_array() ||
+        isSameDirectory(memory.path, path))
         return done();
     for (std::size_t i = 0; i < images->size(); ++i) {
         const Json& image = (*images)[i];
@@ -60,24 +93,26 @@ Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& pa
             warnings.push_back("an image is not copied: " + bytes.problem().text());
             continue;
         }
-        if (auto placed = placeFileBeside(path.parent_path(), uri, place, bytes.value()); !placed)
-            return placed;
+        if (auto copied = placed.place(uri, place, bytes.value()); !copied) return copied;
     }
     return done();
 }
 
-Result<> writeGlbFile(const Draft& draft, const std::string& text, const fs::path& path) {
+Result<> writeGlbFile(const Draft& draft, const JsonPieces& json, const fs::path& path) {
     const bool hasChunk = !draft.buffers.empty() && draft.buffers[0].kind == Kind::chunk;
     const std::string_view chunk = hasChunk ? bytesOf(draft.buffers[0]) : std::string_view();
     const std::size_t padding = (4 - chunk.size() % 4) % 4;
     std::size_t rest = hasChunk ? 8 + chunk.size() + padding : 0;
     for (const GlbChunk& further : draft.furtherChunks)
         rest += 8 + further.bytes.size();
-    if (text.size() + rest > 0xffffff00u)
+    if (json.size + rest > 0xffffff00u)
         return Problem{"cannot write the scene as GLB", path.string(), "it is beyond 4 GiB"};
     auto file = AtomicFile::create(path);
     if (!file) return file.problem();
-    file->write(glbHead(text, rest));
+    file->write(glbHead(json.size, rest));
+    for (const std::string_view piece : json.pieces)
+        file->write(piece);
+    file->write(std::string(glbPadding(json.size), ' '));
     if (hasChunk) {
         file->write(glbChunkHead(GlbChunk::binary, chunk.size() + padding));
         file->write(chunk);
@@ -100,7 +135,7 @@ std::size_t Draft::growingBuffer(bool isGlb) {
     const Kind kind = isGlb && buffers.empty() ? Kind::chunk : Kind::embedded;
     buffers.emplace_back().kind = kind;
     buffers.back().changed.emplace();
-    document["buffers"].push_back({{"byteLength", 0}});
+    document.json["buffers"].push_back({{"byteLength", 0}});
     return buffers.size() - 1;
 }
 
@@ -126,22 +161,40 @@ Draft makeDraft(const Memory& memory, bool isGlb) {
     return draft;
 }
 
+namespace {
+
+Result<> writeText(const JsonPieces& json, const fs::path& path) {
+    auto file = AtomicFile::create(path);
+    if (!file) return file.problem();
+    for (const std::string_view piece : json.pieces)
+        file->write(piece);
+    return file->commit();
+}
+
+} // namespace
+
 Result<> writeDraft(Draft& draft, const Memory* memory, const std::string* unchanged,
                     const fs::path& path, bool isGlb, std::vector<std::string>& warnings) {
+    PlacedFiles placed(path);
     for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
         const Draft::Buffer& buffer = draft.buffers[i];
         if (buffer.kind != Kind::file) continue;
         const std::string place = path.string() + ": buffers[" + std::to_string(i) + "].uri";
-        if (auto placed = placeFileBeside(path.parent_path(), buffer.uri, place, bytesOf(buffer));
-            !placed)
-            return placed;
+        if (auto written = placed.place(buffer.uri, place, bytesOf(buffer)); !written)
+            return written;
     }
     if (memory)
-        if (auto copied = copyImages(draft, *memory, path, warnings); !copied) return copied;
-    if (unchanged) return writeFile(path, *unchanged);
-    settleBuffers(draft);
-    const std::string text = jsonText(draft.document, draft.like);
-    return isGlb ? writeGlbFile(draft, text, path) : writeFile(path, text);
+        if (auto copied = copyImages(draft, *memory, path, placed, warnings); !copied)
+            return copied;
+    const auto write = [&]() -> Result<> {
+        if (unchanged) return writeFile(path, *unchanged);
+        settleBuffers(draft);
+        const JsonPieces json(draft.document, draft.like);
+        return isGlb ? writeGlbFile(draft, json, path) : writeText(json, path);
+    };
+    auto written = write();
+    if (written) placed.keep();
+    return written;
 }
 
 } // namespace cadencora::stage::gltf

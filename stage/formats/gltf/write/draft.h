@@ -15,7 +15,7 @@ struct Draft {
         std::optional<std::string> changed;
         bool isMoved = false; // it was of another kind: its URI has to change
     };
-    Json document;
+    JsonDocument document;
     std::vector<Buffer> buffers;
     std::vector<GlbChunk> furtherChunks; // of a GLB file, after the binary one
     std::string_view like;               // JSON text whose layout to follow

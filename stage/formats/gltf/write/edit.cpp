@@ -28,9 +28,10 @@ std::string_view bytesOf(const std::vector<float>& numbers) {
 class Editor {
 public:
     Editor(Draft& draft, Json& clip, bool isGlb)
-        : draft_(draft), clip_(clip), isGlb_(isGlb), uses_(countUses(draft.document)),
+        : draft_(draft), clip_(clip), isGlb_(isGlb), uses_(countUses(draft.document.json)),
           ends_(draft.buffers.size()) {
-        if (const auto table = draft.document.find("bufferViews"); table != draft.document.end())
+        if (const auto table = draft.document.json.find("bufferViews");
+            table != draft.document.json.end())
             for (const Json& view : *table)
                 ends_[number(view, "buffer")] =
                     std::max(ends_[number(view, "buffer")],
@@ -79,8 +80,8 @@ private:
     void removeUnused();
     bool mayReuseView(std::size_t view) const;
 
-    Json& accessors() { return tableOf(draft_.document, "accessors"); }
-    Json& views() { return tableOf(draft_.document, "bufferViews"); }
+    Json& accessors() { return tableOf(draft_.document.json, "accessors"); }
+    Json& views() { return tableOf(draft_.document.json, "bufferViews"); }
 
     Draft& draft_;
     Json& clip_;
@@ -197,7 +198,7 @@ void Editor::assignAccessors() {
 }
 
 bool Editor::mayReuseView(std::size_t view) const {
-    const Json& json = draft_.document["bufferViews"][view];
+    const Json& json = draft_.document.json["bufferViews"][view];
     return uses_.views[view] == 0 && !json.contains("extensions");
 }
 
@@ -366,7 +367,7 @@ void Editor::removeUnused() {
 bool applyChanges(Draft& draft, std::size_t clip, const std::string& name,
                   const std::vector<Change>& changes, bool isGlb) {
     if (changes.empty()) return false;
-    Json& clips = tableOf(draft.document, "animations");
+    Json& clips = tableOf(draft.document.json, "animations");
     if (clip == none) {
         clip = clips.size();
         clips.push_back({{"name", name}, {"channels", Json::array()}, {"samplers", Json::array()}});
@@ -374,13 +375,13 @@ bool applyChanges(Draft& draft, std::size_t clip, const std::string& name,
     // The table of clips stays as it is while the editor adds to the others.
     Json edited = clips[clip];
     Editor(draft, edited, isGlb).apply(changes);
-    Json& after = draft.document["animations"];
+    Json& after = draft.document.json["animations"];
     if (!edited["channels"].empty()) {
         after[clip] = std::move(edited);
         return false;
     }
     after.erase(clip);
-    if (after.empty()) draft.document.erase("animations");
+    if (after.empty()) draft.document.json.erase("animations");
     return true;
 }
 

@@ -87,7 +87,7 @@ void putKind(const Item& item, Json& document, Json& node) {
 
 Result<Draft> freshDraft(const Scene& scene, std::vector<std::string>& warnings) {
     Draft draft;
-    Json& document = draft.document;
+    Json& document = draft.document.json;
     document["asset"] = {{"version", "2.0"}, {"generator", "Cadencora"}};
     Json nodes = Json::array(), roots = Json::array();
     std::size_t turnedAbout = 0;

@@ -83,7 +83,9 @@ struct Document {
     }
     std::string glb() const {
         const std::string chunk = bytes + std::string((4 - bytes.size() % 4) % 4, '\0');
-        return glbHead(withBuffer(Json::object()).dump(), 8 + chunk.size()) +
+        const std::string text = withBuffer(Json::object()).dump();
+        return glbHead(text.size(), 8 + chunk.size()) + text +
+               std::string(glbPadding(text.size()), ' ') +
                glbChunkHead(GlbChunk::binary, chunk.size()) + chunk;
     }
 
