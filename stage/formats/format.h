@@ -58,6 +58,18 @@ struct Written {
     std::vector<std::string> warnings; // what the format could not hold
 };
 
+struct WriteOptions {
+    // As for reading. What is stopped leaves the old file as it was.
+    std::function<bool(double share)> progress;
+
+    bool goesOn(double share) const { return !progress || progress(share); }
+};
+
+// The Problem where `progress` stopped the writing.
+inline Problem writingStopped(const std::filesystem::path& path) {
+    return {"the writing was stopped", path.string(), {}};
+}
+
 struct Format {
     std::string_view name;                    // for messages
     std::vector<std::string_view> extensions; // lower case, with the dot; the usual one first
@@ -69,7 +81,8 @@ struct Format {
                            const ReadOptions& options);
 
     // Leaves the old file, if any, as it was unless all went well.
-    Result<Written> (*write)(const Scene& scene, const std::filesystem::path& path);
+    Result<Written> (*write)(const Scene& scene, const std::filesystem::path& path,
+                             const WriteOptions& options);
 };
 
 } // namespace cadencora::stage

@@ -92,7 +92,8 @@ Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& o
     }
 }
 
-Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path) {
+Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path,
+                           const WriteOptions& options) {
     const Format* format = formatOf(path);
     if (!format) return unknownExtension("cannot write the file", path);
     if (scene.source)
@@ -101,7 +102,7 @@ Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path
                 return Problem{"cannot write the scene over a file that it is made from",
                                path.string(), used.string()};
     try {
-        auto written = format->write(scene, path);
+        auto written = format->write(scene, path, options);
         if (written)
             for (const auto& left : takeLeftByOthers())
                 written->warnings.push_back("a run on another machine is using, or has left, " +

@@ -14,6 +14,7 @@ const Format* formatOf(const std::filesystem::path& path);
 std::string knownExtensions();
 
 Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& options = {});
-Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path);
+Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path,
+                           const WriteOptions& options = {});
 
 } // namespace cadencora::stage

@@ -193,6 +193,13 @@ void Recorder::redone() {
                 inQuotes(steps_[step].step.press) + " was undone then, and made again later";
 }
 
+void Recorder::restore(std::vector<RecordedStep> steps, const Scene& scene) {
+    clear(scene);
+    isFirst_ = steps.empty();
+    changed_.assign(steps.size(), false);
+    steps_ = std::move(steps);
+}
+
 void Recorder::clear(const Scene& scene) {
     *this = {};
     before_ = stateOf(scene);

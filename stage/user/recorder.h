@@ -43,6 +43,9 @@ public:
     void undone();
     void redone();
 
+    // Takes up steps of an earlier time, which no undo reaches.
+    void restore(std::vector<RecordedStep> steps, const Scene& scene);
+
     // Forgets all steps; the next one starts from this scene.
     void clear(const Scene& scene);
 

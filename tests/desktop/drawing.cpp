@@ -63,7 +63,7 @@ TEST(Drawing, curves_on_show_are_keyed_or_were_before_the_last_edit) {
 
     EditScope edit(scene, "Clear");
     edit.envelope(curves[0].envelope).keys.clear();
-    journal.commit(std::move(edit));
+    journal.commit(edit);
     curves = shownCurves(scene, items, journal);
     ASSERT_EQ(curves.size(), 2u);
     ASSERT_NE(curves[0].before, nullptr);

@@ -15,7 +15,8 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("desktop-tests"));
     QApplication::setStyle(QStringLiteral("Fusion"));
     QApplication::setEffectEnabled(Qt::UI_AnimateCombo, false);
-    const QTemporaryDir settings;
+    const QTemporaryDir settings, data;
+    qputenv("XDG_DATA_HOME", data.path().toUtf8());
     QSettings::setDefaultFormat(QSettings::IniFormat);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
     return RUN_ALL_TESTS();

@@ -68,7 +68,7 @@ TEST(Strangers, start_with_a_dialog_and_an_edit_and_keep_their_panel_over_files)
     desk.document().redo();
     EXPECT_EQ(desk.press("Use"), "kept 0 and 7") << "the same handle means the channel again";
 
-    ASSERT_TRUE(desk.document().save(desk.document().path()).ok());
+    ASSERT_TRUE(desk.window.saveFile(desk.file("scene.stage")));
     desk.expectStart("0");
     ASSERT_TRUE(desk.window.openFile(desk.file("scene.stage")));
     EXPECT_EQ(desk.said.back(), "activation 2 with 0");

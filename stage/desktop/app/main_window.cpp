@@ -33,7 +33,7 @@ class LineLabel : public QLabel {
 
 } // namespace
 
-MainWindow::MainWindow() : document_(frontEnd_), playback_(document_) {
+MainWindow::MainWindow() : document_(frontEnd_), recovery_(document_), playback_(document_) {
     frontEnd_.serve(document_);
     frontEnd_.setMainWindow(this);
     setAcceptDrops(true);
@@ -120,6 +120,15 @@ void MainWindow::showNews() {
     redo_->setEnabled(redo != nullptr);
     undo_->setText(undo ? tr("&Undo %1").arg(QString::fromStdString(*undo)) : tr("&Undo"));
     redo_->setText(redo ? tr("&Redo %1").arg(QString::fromStdString(*redo)) : tr("&Redo"));
+    const Journal& journal = document_.host().journal();
+    const auto megabytes = [](std::size_t bytes) { return static_cast<qulonglong>(bytes >> 20); };
+    const QString held = tr("Undo &Memory: %1 of %2 MB…")
+                             .arg(megabytes(journal.bytes()))
+                             .arg(megabytes(journal.budget()));
+    undoMemory_->setText(journal.givenUp() == 0
+                             ? held
+                             : held + tr(" (%n oldest edit(s) given up)", nullptr,
+                                         static_cast<int>(journal.givenUp())));
 }
 
 } // namespace cadencora::stage

@@ -24,6 +24,9 @@ public:
     MainWindow();
     ~MainWindow() override;
 
+    // Offers unsaved work of windows that have ended suddenly, once the window is shown.
+    void offerRecovered();
+
     // As from the menus; what goes wrong is shown, and answered with false.
     // `clip`: of the file's; empty: the first. Opening can be cancelled, too.
     bool openFile(const QString& path, const QString& clip = {},
@@ -61,20 +64,24 @@ private:
     void fillRecent(QMenu& menu);
     void showNews();
     bool told(const Result<std::vector<std::string>>& result);
+    Result<Written> write(const std::filesystem::path& path, const QString& what);
+    void askUndoMemory();
     bool mayLose(const std::filesystem::path& path); // what a format cannot hold
 
     DesktopFrontEnd frontEnd_;
     Document document_;
+    Recovery recovery_;
     Playback playback_;
     ItemTree* tree_ = nullptr;
     Viewport* viewport_ = nullptr;
     CurveView* curves_ = nullptr;
-    bool isReading_ = false;                             // a file
+    bool isAtFile_ = false;                              // reading or writing one
     std::pair<std::filesystem::path, QString> accepted_; // losses, for a file
     QLabel* news_ = nullptr;
     QLabel* frame_ = nullptr;
     QAction* undo_ = nullptr;
     QAction* redo_ = nullptr;
+    QAction* undoMemory_ = nullptr;
 };
 
 } // namespace cadencora::stage

@@ -8,12 +8,15 @@
 #include "stage/desktop/widgets/qt_text.h"
 #include "stage/formats/registry.h"
 
+#include <QAbstractButton>
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
+#include <QLocale>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QUrl>
 
@@ -86,8 +89,7 @@ bool MainWindow::told(const Result<std::vector<std::string>>& result) {
 bool MainWindow::mayLose(const std::filesystem::path& path) {
     auto scratch = TemporaryDirectory::create();
     if (isSceneFile(path) || !scratch) return true;
-    auto trial =
-        whileBusy([&] { return writeScene(document_.scene(), scratch->path() / path.filename()); });
+    auto trial = write(scratch->path() / path.filename(), tr("Looking what %1 can hold"));
     if (!trial || trial->warnings.empty()) return true; // what is wrong shows again
     const QString losses = lines(trial->warnings);
     const auto question = std::pair(path, losses);
@@ -102,7 +104,7 @@ bool MainWindow::mayLose(const std::filesystem::path& path) {
 }
 
 bool MainWindow::openFile(const QString& path, const QString& clip, Document::Origin origin) {
-    if (document_.isBusy() || isReading_) return false;
+    if (document_.isBusy() || isAtFile_) return false;
     playback_.setPlaying(false);
     LongWork work(this, tr("Opening %1").arg(QFileInfo(path).fileName()));
     ReadOptions options;
@@ -110,31 +112,84 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
     if (!clip.isEmpty()) options.clip = clip.toStdString();
     options.progress = [&work](double share) { return work.progress(share); };
     std::optional<Result<Loaded>> loaded;
-    isReading_ = true;
+    isAtFile_ = true;
     work.run([&] { loaded = readScene(path.toStdString(), options); });
-    isReading_ = false;
+    isAtFile_ = false;
     if (work.isCancelled()) return false;
     if (!*loaded) return told(loaded->problem());
     const auto shown = whileBusy(
         [&] { return document_.show(std::move(loaded->value()), path.toStdString(), origin); });
     rememberFile(path);
+    if (recovery_.isOpenElsewhere(document_.path()))
+        QMessageBox::warning(
+            this, tr("Open twice"),
+            tr("%1 is also open in another window of Cadencora. The one that saves last replaces "
+               "what the other has saved.")
+                .arg(shownName(document_.path())));
     return told(shown);
+}
+
+// On a thread of its own, from the scene as it is now. `what`: with a place for the file's name.
+Result<Written> MainWindow::write(const std::filesystem::path& path, const QString& what) {
+    LongWork work(this, what.arg(shownName(path)));
+    const Scene scene = document_.scene().snapshot();
+    WriteOptions options;
+    options.progress = [&work](double share) { return work.progress(share); };
+    std::optional<Result<Written>> written;
+    isAtFile_ = true;
+    work.run([&] { written = writeScene(scene, path, options); });
+    isAtFile_ = false;
+    return std::move(*written);
 }
 
 bool MainWindow::saveFile(const QString& path) {
     const std::filesystem::path file = path.toStdString();
-    if (document_.isBusy() || !mayLose(file)) return false;
-    const auto saved = whileBusy([&] { return document_.save(file); });
-    if (!saved) return told(saved);
+    if (document_.isBusy() || isAtFile_ || !mayLose(file)) return false;
+    const auto written = write(file, tr("Saving %1"));
+    if (!written) return told(written.problem());
+    document_.saved(file);
     rememberFile(path);
     return true;
 }
 
 bool MainWindow::exportFile(const QString& path) {
     const std::filesystem::path file = path.toStdString();
-    if (document_.isBusy() || !mayLose(file)) return false;
-    const auto written = whileBusy([&] { return document_.exportTo(file); });
-    return written ? true : told(written);
+    if (document_.isBusy() || isAtFile_ || !mayLose(file)) return false;
+    const auto written = write(file, tr("Exporting %1"));
+    if (!written) return told(written.problem());
+    document_.exported(file);
+    return true;
+}
+
+void MainWindow::offerRecovered() {
+    for (const std::filesystem::path& path : recovery_.leftBehind()) {
+        auto recovered = Recovery::read(path);
+        if (!recovered) {
+            told(recovered.problem());
+            continue;
+        }
+        QMessageBox box(QMessageBox::Question, tr("Unsaved work"),
+                        tr("Cadencora ended suddenly, with unsaved work on %1.")
+                            .arg(recovered->file.empty() ? tr("a scene without a file")
+                                                         : shownName(recovered->file)),
+                        QMessageBox::NoButton, this);
+        box.setTextFormat(Qt::PlainText);
+        box.setInformativeText(
+            tr("The work is of %1. Take it up again?")
+                .arg(QLocale().toString(QFileInfo(qtText(path.string())).lastModified(),
+                                        QLocale::ShortFormat)));
+        const QAbstractButton* takeUp = box.addButton(tr("Recover"), QMessageBox::AcceptRole);
+        const QAbstractButton* discard = box.addButton(tr("Discard"), QMessageBox::DestructiveRole);
+        box.addButton(tr("Later"), QMessageBox::RejectRole);
+        box.exec();
+        if (box.clickedButton() == discard) Recovery::remove(path);
+        if (box.clickedButton() != takeUp) continue;
+        const auto shown = whileBusy([&] { return document_.recover(std::move(*recovered)); });
+        if (!told(shown)) return;
+        recovery_.keepNow(); // before the old file goes
+        if (recovery_.problem().empty()) Recovery::remove(path);
+        return; // one window has one scene: the rest is offered next time
+    }
 }
 
 // The same file again, with the same items selected.
@@ -243,7 +298,7 @@ QString MainWindow::askTarget(const QString& title, const std::string& extension
 }
 
 bool MainWindow::mayLeave() {
-    if (document_.isBusy() || isReading_) return false;
+    if (document_.isBusy() || isAtFile_) return false;
     if (!document_.isModified()) return true;
     QMessageBox box(QMessageBox::Question, tr("Unsaved changes"),
                     tr("Save the changes to %1?").arg(QString::fromStdString(document_.name())),

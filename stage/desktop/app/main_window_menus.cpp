@@ -9,10 +9,28 @@
 #include <QAction>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QMenu>
 #include <QMenuBar>
+#include <QSettings>
 
 namespace cadencora::stage {
+
+static const QString undoMegabytes = QStringLiteral("undoMegabytes");
+
+// How much memory the history may take: the oldest edits make room.
+void MainWindow::askUndoMemory() {
+    if (document_.isBusy()) return;
+    const Journal& journal = document_.host().journal();
+    bool isGiven = false;
+    const int megabytes = QInputDialog::getInt(
+        this, tr("Undo Memory"), tr("Megabytes that edits to be undone may take:"),
+        static_cast<int>(journal.budget() >> 20), 1, 1 << 20, 1, &isGiven);
+    if (!isGiven) return;
+    QSettings().setValue(undoMegabytes, megabytes);
+    document_.host().setUndoBudget(static_cast<std::size_t>(megabytes) << 20);
+    showNews();
+}
 
 void MainWindow::addFileMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&File"));
@@ -47,6 +65,10 @@ void MainWindow::addEditMenu() {
                             &Document::undo);
     redo_ = menu->addAction(tr("&Redo"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), &document_,
                             &Document::redo);
+    menu->addSeparator();
+    undoMemory_ = menu->addAction(QString(), this, &MainWindow::askUndoMemory);
+    const int megabytes = QSettings().value(undoMegabytes, 1024).toInt();
+    document_.host().setUndoBudget(static_cast<std::size_t>(std::max(megabytes, 1)) << 20);
 }
 
 void MainWindow::addTimeMenu() {

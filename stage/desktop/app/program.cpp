@@ -4,10 +4,13 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QMessageBox>
 #include <QScreen>
 #include <QSettings>
 
+#include <csignal>
 #include <cstdio>
+#include <new>
 
 namespace cadencora::stage {
 
@@ -51,10 +54,28 @@ void restorePlaces(MainWindow& window) {
     window.restoreState(settings.value(docks).toByteArray());
 }
 
+// Where memory runs out in the middle of what a click has begun, the program goes on.
+class Application : public QApplication {
+public:
+    using QApplication::QApplication;
+
+    bool notify(QObject* receiver, QEvent* event) override {
+        try {
+            return QApplication::notify(receiver, event);
+        } catch (const std::bad_alloc&) {
+            QMessageBox::critical(nullptr, tr("Error"),
+                                  QString::fromStdString(outOfMemory().text()));
+            return true;
+        }
+    }
+};
+
 } // namespace
 
 int runDesktop(int argc, char** argv) {
-    QApplication application(argc, argv);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a full disk is an error, not the end
+    Application application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Cadencora"));
     QApplication::setApplicationName(QStringLiteral("cadencora-desktop"));
 
@@ -85,7 +106,8 @@ int runDesktop(int argc, char** argv) {
     MainWindow window;
     restorePlaces(window);
     window.show();
-    if (!files.isEmpty() && !window.openFile(files.first())) return 1;
+    window.offerRecovered();
+    if (!files.isEmpty()) window.openFile(files.first()); // what is wrong is shown
     if (parser.isSet(start) && !window.startPlugin(parser.value(start), parser.value(server)))
         return 1;
     if (!showPlace(window.document(), parser.values(select), parser.value(frame))) return 2;

@@ -7,6 +7,7 @@
 #include "stage/scene/summary.h"
 
 #include <cmath>
+#include <malloc.h>
 
 namespace cadencora::stage {
 
@@ -16,6 +17,46 @@ Scene emptyScene() {
     Scene empty;
     empty.lastFrame = empty.previewLast = 60;
     return empty;
+}
+
+// Whether the same items stand in the same order.
+bool hasItemsOf(const Scene& scene, const Scene& other) {
+    if (scene.itemCount() != other.itemCount()) return false;
+    for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+        const ItemId id = Scene::itemAt(i);
+        if (scene.item(id).name != other.item(id).name ||
+            scene.item(id).type != other.item(id).type)
+            return false;
+    }
+    return true;
+}
+
+// Gives every channel of a group the curve that it has in another scene, channels that are missing
+// added.
+void takeMotion(EditScope& edit, const Scene& scene, GroupId to, const Scene& from,
+                GroupId source) {
+    for (const ChannelId channel : from.group(source).channels) {
+        const Channel& known = from.channel(channel);
+        ChannelId own = scene.findChannel(to, known.name);
+        const Envelope& curve = from.envelope(known.envelope);
+        if (own == ChannelId::none) own = edit.addChannel(to, known.name, curve.rest);
+        Envelope& envelope = edit.envelope(scene.channel(own).envelope);
+        envelope.before = curve.before;
+        envelope.after = curve.after;
+        envelope.keys = curve.keys;
+    }
+    const auto& groups = scene.group(to).groups;
+    for (const GroupId sub : from.group(source).groups)
+        for (const GroupId own : groups)
+            if (scene.group(own).name == from.group(sub).name)
+                takeMotion(edit, scene, own, from, sub);
+}
+
+void takeMotion(EditScope& edit, const Scene& scene, const Scene& from) {
+    for (std::size_t i = 0; i < scene.itemCount(); ++i) {
+        const ItemId id = Scene::itemAt(i);
+        takeMotion(edit, scene, scene.item(id).group, from, from.item(id).group);
+    }
 }
 
 } // namespace
@@ -38,6 +79,8 @@ void Document::setPath(const std::filesystem::path& path) {
 Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesystem::path& path,
                                                 Origin origin) {
     host_.load(std::move(loaded.scene));
+    KeyStore::releaseMemory(); // of the scene before
+    malloc_trim(0);
     recorder_.clear(scene());
     position_ = savedPosition_ = 0;
     setPath(path);
@@ -53,9 +96,7 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
     return std::move(loaded.warnings);
 }
 
-Result<std::vector<std::string>> Document::save(const std::filesystem::path& path) {
-    auto written = writeScene(scene(), path);
-    if (!written) return written.problem();
+void Document::saved(const std::filesystem::path& path) {
     if (formatOf(path) != formatOf(path_)) { // the new file holds only this clip
         clips_.clear();
         clip_.clear();
@@ -65,15 +106,47 @@ Result<std::vector<std::string>> Document::save(const std::filesystem::path& pat
     savedPosition_ = position_;
     news_ = "wrote " + path.string();
     emit changed({});
-    return std::move(written->warnings);
 }
 
-Result<std::vector<std::string>> Document::exportTo(const std::filesystem::path& path) {
-    auto written = writeScene(scene(), path);
-    if (!written) return written.problem();
+void Document::exported(const std::filesystem::path& path) {
     news_ = "exported " + path.string();
     emit changed({});
-    return std::move(written->warnings);
+}
+
+Result<std::vector<std::string>> Document::recover(Recovered recovered) {
+    RecoveredClip& clip = recovered.clips.front();
+    ReadOptions options;
+    options.meshes = true;
+    if (!clip.clip.empty()) options.clip = clip.clip;
+    auto original = readScene(recovered.file, options);
+    std::vector<std::string> warnings;
+    if (original && hasItemsOf(original->scene, clip.scene)) {
+        const auto origin = recovered.isImported ? Origin::imported : Origin::opened;
+        auto shown = show(std::move(*original), recovered.file, origin);
+        if (!shown) return shown;
+        warnings = std::move(*shown);
+        const std::string name = "Recovered Work";
+        const ChangeReport report =
+            edit(name, [&] { takeMotion(host_.edit(), scene(), clip.scene); });
+        finishEdit(name, report);
+    } else {
+        Loaded alone;
+        alone.scene = clip.scene.snapshot();
+        auto shown = show(std::move(alone), recovered.file, Origin::imported);
+        if (!shown) return shown;
+        savedPosition_ = -1;
+        warnings.push_back(recovered.file.string() +
+                           " is gone or has changed: the work is here without it");
+    }
+    Scene& now = host_.mutableScene();
+    if (now.rate == clip.scene.rate) now.currentTime = clip.scene.currentTime;
+    now.previewFirst = clip.scene.previewFirst;
+    now.previewLast = clip.scene.previewLast;
+    host_.refreshRecords();
+    recorder_.restore(std::move(clip.steps), scene());
+    news_ = "recovered the work on " + name();
+    emit changed(Change::scene);
+    return warnings;
 }
 
 Result<Module*> Document::openPlugin(const std::filesystem::path& path) {

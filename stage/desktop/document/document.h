@@ -4,6 +4,7 @@
 // changed(). Everything that they let the user do goes through the functions below.
 #pragma once
 
+#include "stage/desktop/document/recovery.h"
 #include "stage/desktop/document/work_clock.h"
 #include "stage/formats/registry.h"
 #include "stage/module/module.h"
@@ -49,9 +50,14 @@ public:
     Result<std::vector<std::string>> show(Loaded loaded, const std::filesystem::path& path,
                                           Origin origin = Origin::opened);
 
-    // Each answers warnings. What is exported stays under its own name, saved or not.
-    Result<std::vector<std::string>> save(const std::filesystem::path& path);
-    Result<std::vector<std::string>> exportTo(const std::filesystem::path& path);
+    // The scene has been written to `path`: as its own file from now on, or beside that.
+    void saved(const std::filesystem::path& path);
+    void exported(const std::filesystem::path& path);
+
+    // Takes up the work of a program that has ended suddenly. It becomes one edit of the scene of
+    // its file, so that a save keeps what only that has; if the file is gone, or another, the scene
+    // has no file. Answers warnings.
+    Result<std::vector<std::string>> recover(Recovered recovered);
 
     // The plug-in of a file; it is opened once and kept until the end.
     Result<Module*> openPlugin(const std::filesystem::path& path);

@@ -19,6 +19,7 @@ Result<Loaded> read(std::string_view text, const std::filesystem::path& path,
                     const ReadOptions& options);
 
 // Refuses a scene without bones. Curves are sampled on each frame of the scene's rate.
-Result<Written> write(const Scene& scene, const std::filesystem::path& path);
+Result<Written> write(const Scene& scene, const std::filesystem::path& path,
+                      const WriteOptions& options = {});
 
 } // namespace cadencora::stage::bvh

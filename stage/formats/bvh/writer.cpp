@@ -189,7 +189,8 @@ private:
 
 } // namespace
 
-Result<Written> write(const Scene& scene, const std::filesystem::path& path) {
+Result<Written> write(const Scene& scene, const std::filesystem::path& path,
+                      const WriteOptions& options) {
     auto planned = makePlan(scene, path);
     if (!planned) return planned.problem();
     Plan& plan = *planned;
@@ -200,10 +201,14 @@ Result<Written> write(const Scene& scene, const std::filesystem::path& path) {
     file->write("MOTION\nFrames: " + std::to_string(plan.frames) +
                 "\nFrame Time: " + frameTimeText(scene.rate, plan.memory) + "\n");
     RowWriter rows(scene, plan);
-    for (std::int64_t frame = 0; frame < plan.frames; ++frame)
+    constexpr std::int64_t pace = 64; // frames between two words about the progress
+    for (std::int64_t frame = 0; frame < plan.frames; ++frame) {
         if (!rows.write(*file, frame))
             return Problem{"cannot write the scene as BVH", path.string(),
                            "a value at frame " + std::to_string(frame) + " is not finite"};
+        const double share = static_cast<double>(frame) / static_cast<double>(plan.frames);
+        if (frame % pace == 0 && !options.goesOn(share)) return writingStopped(path);
+    }
     rows.addWarnings(plan.warnings);
     if (auto written = file->commit(); !written) return written.problem();
     return Written{std::move(plan.warnings)};

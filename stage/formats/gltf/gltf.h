@@ -36,7 +36,9 @@ Result<Loaded> readGlb(std::string_view bytes, const std::filesystem::path& path
 
 // Files that the document names are put beside `path` first, the document itself last. None that
 // is there already with another content is overwritten.
-Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path);
-Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path);
+Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path,
+                          const WriteOptions& options = {});
+Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path,
+                         const WriteOptions& options = {});
 
 } // namespace cadencora::stage::gltf

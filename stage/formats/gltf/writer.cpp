@@ -39,12 +39,14 @@ struct Remark {
 
 class SceneWriter {
 public:
-    SceneWriter(const Scene& scene, const std::filesystem::path& path, bool isGlb)
-        : scene_(scene), path_(path), isGlb_(isGlb),
+    SceneWriter(const Scene& scene, const std::filesystem::path& path, const WriteOptions& options,
+                bool isGlb)
+        : scene_(scene), path_(path), options_(options), isGlb_(isGlb),
           memory_(dynamic_cast<const Memory*>(scene.source.get())) {}
 
     Result<Written> write() {
         if (auto compared = compare(); !compared) return failed(compared.problem());
+        if (isStopped_) return writingStopped(path_);
         remarks();
         Draft draft;
         if (memory_) {
@@ -88,7 +90,8 @@ private:
 
     const Scene& scene_;
     const std::filesystem::path& path_;
-    bool isGlb_;
+    const WriteOptions& options_;
+    bool isGlb_, isStopped_ = false;
     const Memory* memory_; // null where the scene came from elsewhere
     Written written_;
     std::vector<Change> changes_;
@@ -116,9 +119,12 @@ Result<> SceneWriter::compare() {
             if (channels[i].node != none && channels[i].path != Path::other)
                 source_[{channels[i].node, channels[i].path}] = i;
     }
-    for (std::size_t node = 0; node < nodes(); ++node)
+    for (std::size_t node = 0; node < nodes(); ++node) {
+        isStopped_ = !options_.goesOn(static_cast<double>(node) / static_cast<double>(nodes()));
+        if (isStopped_) return done();
         for (const Path path : {Path::translation, Path::rotation, Path::scale, Path::weights})
             if (auto compared = comparePath(node, path); !compared) return compared;
+    }
     return done();
 }
 
@@ -264,12 +270,14 @@ void SceneWriter::change(Draft& draft) {
 
 } // namespace
 
-Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path) {
-    return SceneWriter(scene, path, false).write();
+Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path,
+                          const WriteOptions& options) {
+    return SceneWriter(scene, path, options, false).write();
 }
 
-Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path) {
-    return SceneWriter(scene, path, true).write();
+Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path,
+                         const WriteOptions& options) {
+    return SceneWriter(scene, path, options, true).write();
 }
 
 } // namespace cadencora::stage::gltf

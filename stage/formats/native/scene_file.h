@@ -48,6 +48,7 @@ Result<Loaded> readSceneFile(std::string_view text, const std::filesystem::path&
                              const ReadOptions& options);
 
 // Refuses a scene with a number that is not finite.
-Result<Written> writeSceneFile(const Scene& scene, const std::filesystem::path& path);
+Result<Written> writeSceneFile(const Scene& scene, const std::filesystem::path& path,
+                               const WriteOptions& options = {});
 
 } // namespace cadencora::stage

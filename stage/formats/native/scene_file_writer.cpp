@@ -59,7 +59,7 @@ public:
     // The item or channel with a number that is not finite; empty where all are finite.
     const std::string& notFinite() const { return notFinite_; }
 
-    void write();
+    bool write(const WriteOptions& options); // false: it was stopped
 
 private:
     void item(const Item& item);
@@ -97,7 +97,7 @@ private:
     std::string notFinite_;
 };
 
-void SceneFileWriter::write() {
+bool SceneFileWriter::write(const WriteOptions& options) {
     text_ = "{\n\"cadencora\": \"scene\",\n\"version\": ";
     whole(sceneFileVersion);
     text_ += ",\n\"name\": " + nameText(scene_.name) + ",\n\"rate\": \"" + scene_.rate.text() +
@@ -119,9 +119,12 @@ void SceneFileWriter::write() {
         text_ += i == 0 ? "\n" : ",\n";
         item(scene_.item(Scene::itemAt(i)));
         flush();
+        if (!options.goesOn(static_cast<double>(i) / static_cast<double>(scene_.itemCount())))
+            return false;
     }
     text_ += "\n]\n}\n";
     flush();
+    return true;
 }
 
 void SceneFileWriter::item(const Item& item) {
@@ -238,11 +241,12 @@ void SceneFileWriter::keys(const KeyStore& keys) {
 
 } // namespace
 
-Result<Written> writeSceneFile(const Scene& scene, const std::filesystem::path& path) {
+Result<Written> writeSceneFile(const Scene& scene, const std::filesystem::path& path,
+                               const WriteOptions& options) {
     auto file = AtomicFile::create(path);
     if (!file) return file.problem();
     SceneFileWriter writer(scene, *file);
-    writer.write();
+    if (!writer.write(options)) return writingStopped(path);
     if (!writer.notFinite().empty())
         return Problem{"cannot write the scene", path.string(),
                        "a number of " + writer.notFinite() + " is not finite"};

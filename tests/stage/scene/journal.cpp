@@ -142,6 +142,47 @@ TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {
     EXPECT_EQ(*journal.undoName(), "third");
 }
 
+TEST_F(Journaled, the_oldest_edits_make_room_for_the_newest) {
+    KeyStore& keys = scene.mutableMotion(b, bank).keys;
+    for (int i = 0; i < 10'000; ++i)
+        keys.append(i, 0, Shape::linear);
+    const auto change = [&](int value) {
+        EditScope scope(scene, std::to_string(value));
+        KeyStore& edited = edit(scope, b, bank).keys;
+        for (auto key = edited.first(); key != KeyHandle::none; key = edited.next(key))
+            edited.setValue(edited.at(key), value);
+        journal.commit(scope);
+    };
+    change(1);
+    const std::size_t each = journal.bytes();
+    EXPECT_GT(each, 10'000u * 17);
+    EXPECT_LT(each, 10'000u * 30);
+    journal.setBudget(3 * each + each / 2);
+    for (int value = 2; value <= 6; ++value)
+        change(value);
+    EXPECT_EQ(journal.givenUp(), 3u);
+    EXPECT_LE(journal.bytes(), journal.budget());
+    while (journal.undo(scene)) {
+    }
+    EXPECT_EQ(keys.begin().value(), 3) << "the state before the edits that are left";
+    EXPECT_EQ(*journal.redoName(), "4");
+    change(7); // drops what could be redone
+    EXPECT_LT(journal.bytes(), 2 * each);
+    journal.setBudget(1);
+    EXPECT_EQ(*journal.undoName(), "7") << "the last one stays";
+    journal.setBudget(0);
+    EXPECT_EQ(journal.undoName(), nullptr);
+
+    // An edit that touches one block of many keeps that block.
+    journal.clear();
+    journal.setBudget(std::size_t{1} << 30);
+    EditScope scope(scene, "one");
+    KeyStore& edited = edit(scope, b, bank).keys;
+    edited.setValue(edited.at(edited.find(5000)), -1);
+    journal.commit(scope);
+    EXPECT_LT(journal.bytes(), each / 4);
+}
+
 TEST_F(Journaled, an_edit_that_changed_nothing_leaves_no_trace) {
     EditScope scope(scene, "nothing");
     edit(scope, a, positionX);

@@ -7,6 +7,7 @@
 #include "plugin/host/interface_info.h"
 #include "plugin/host/item_info.h"
 #include "plugin/host/layout_generic.h"
+#include "plugin/host/panel_funcs.h"
 #include "plugin/host/scene_info.h"
 #include "stage/services/file_paths.h"
 #include "stage/services/host.h"
@@ -186,6 +187,53 @@ TEST_F(Services, envelopes_of_the_plug_in_s_live_until_they_are_destroyed_or_und
     EXPECT_EQ(host.scene().keyCount(), keys + 1);
     EXPECT_TRUE(host.undo());
     EXPECT_EQ(envelopes.evaluate(kept, 0), 6) << "its keys come back with it";
+}
+
+TEST_F(Services, an_event_that_runs_out_of_memory_leaves_the_scene_as_it_was) {
+    const auto envelope = envelopeOf("Prop", "Position.Y");
+    for (const bool inSlot : {false, true}) {
+        host.event("grow", [&] {
+            envelopes.createKey(envelope, 0.5, 7);
+            try {
+                throw std::bad_alloc();
+            } catch (...) {
+                if (!inSlot) throw;
+                host.recordThrown("service", "slot");
+            }
+        });
+        EXPECT_EQ(envelopes.evaluate(envelope, 0.5), 0);
+        EXPECT_EQ(host.journal().undoName(), nullptr);
+        const auto problems = host.takeProblems();
+        ASSERT_EQ(problems.size(), 1u);
+        EXPECT_NE(problems[0].text().find("not enough memory"), std::string::npos);
+    }
+}
+
+// A front end whose every dialog opens the next one.
+struct EndlessDialogs : ScriptedUser {
+    int opened = 0;
+    bool runModal(PanelModel&) override {
+        ++opened;
+        const auto* funcs =
+            static_cast<const host::PanelFuncs*>(Host::lookup(host::panelFuncsName, 0));
+        funcs->openPanel(funcs->createPanel("next", 0), host::openModal);
+        return true;
+    }
+};
+
+TEST(Limits, of_what_a_plug_in_asks_for_end_with_a_message) {
+    EndlessDialogs user;
+    Host host(smallScene(), user, {});
+    const auto& panels = *static_cast<host::PanelFuncs*>(Host::lookup(host::panelFuncsName, 0));
+    host.event("nest", [&] { panels.openPanel(panels.createPanel("first", 0), host::openModal); });
+    EXPECT_EQ(user.opened, 50);
+    const std::string text(1'000'001, 'x');
+    EXPECT_EQ(panels.createPanel(text.c_str(), 0), nullptr);
+    EXPECT_NE(panels.createPanel(text.c_str() + 1, 0), nullptr);
+    const auto problems = host.takeProblems();
+    ASSERT_EQ(problems.size(), 2u);
+    EXPECT_NE(problems[0].text().find("more than 50 dialogs"), std::string::npos);
+    EXPECT_NE(problems[1].text().find("more than 1000000 bytes"), std::string::npos);
 }
 
 TEST_F(Services, the_records_follow_the_clock_and_the_selection) {

@@ -53,6 +53,32 @@ TEST(GltfWrite, an_edit_changes_its_sampler_and_leaves_every_other_byte) {
     EXPECT_EQ(back.scene.keyCount(), 24u + 3);
 }
 
+// Long data URIs stand aside while the JSON is read and edited.
+TEST(GltfWrite, long_embedded_buffers_are_read_kept_and_written_whole) {
+    auto document = Document::twoClips();
+    for (int i = 0; i < 9000; ++i)
+        document.bytes += static_cast<char>(i * 7);
+    const std::string uri = dataUri(document.bytes);
+    Json whole = document.withBuffer({{"uri", uri}});
+    whole["images"] = {{{"uri", "data:image/png;base64," + std::string(8000, 'A')}},
+                       {{"name", "data:#0#"}, {"uri", "data:,x"}}};
+    const std::string text = whole.dump(1);
+    EXPECT_EQ(written(loaded("a.gltf", text).scene, "b.gltf"), text);
+    auto file = loaded("a.gltf", text);
+    keyAt(file.scene, "A", positionY, 12, 77); // a number in place of another
+    for (const char* name : {"b.gltf", "b.glb"}) {
+        const auto after = documentOf(written(file.scene, name));
+        EXPECT_EQ(after.json["images"], whole["images"]) << name;
+        EXPECT_EQ(after.bytes.substr(4 * 10), document.bytes.substr(4 * 10)) << name;
+        EXPECT_NE(after.bytes, document.bytes);
+        const auto back = loaded(name, bytesOf(scratch(name)));
+        EXPECT_EQ(back.scene.motion(itemNamed(back.scene, "A"), positionY).evaluate(0.5), 77);
+    }
+    const std::string damaged = text.substr(0, text.size() - 3) + "]]}";
+    expectRefused(readText("c.gltf", damaged),
+                  "at byte " + std::to_string(text.size() - 1)); // of the second bracket
+}
+
 TEST(GltfWrite, samplers_that_are_shared_stay_as_they_are) {
     auto document = Document::twoClips();
     // B goes where A goes, by the very same sampler.
