@@ -1,5 +1,6 @@
 #include "stage/cli/commands/run_file.h"
 
+#include "stage/base/file.h"
 #include "stage/base/text.h"
 #include "stage/formats/registry.h"
 #include "stage/scene/summary.h"
@@ -166,7 +167,16 @@ FileOutcome runFile(const RunOptions& options, Session& session,
     }
 
     const auto output = outputOf(options, input);
-    if (options.dryRun || output.empty()) return outcome;
+    if (output.empty()) return outcome;
+    if (options.dryRun) {
+        // The folder of several outputs is made by a real run.
+        const auto writable = options.outputFolder.empty() ? checkWritable(output) : done();
+        if (!writable) {
+            outcome.problems.push_back(writable.problem());
+            outcome.status = exitFailed;
+        }
+        return outcome;
+    }
     auto written = writeScene(session.host.scene(), output);
     if (!written) {
         outcome.problems.push_back(written.problem());

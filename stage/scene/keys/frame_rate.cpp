@@ -68,7 +68,7 @@ std::optional<FrameRate> FrameRate::parse(std::string_view text) {
     if (decimal->places >= 2 && decimal->digits % unit != 0) {
         const std::int64_t nominal = std::llround(value * 1.001);
         const double broadcast = static_cast<double>(nominal) * 1000.0 / 1001.0;
-        if (std::abs(broadcast - value) <= 1.0 / static_cast<double>(unit))
+        if (nominal > 0 && std::abs(broadcast - value) <= 1.0 / static_cast<double>(unit))
             return of(nominal * 1000, 1001);
     }
     return of(decimal->digits, unit);

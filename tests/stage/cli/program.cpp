@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace cadencora::stage {
 namespace {
@@ -302,6 +304,13 @@ TEST(Workers, answer_whole_or_say_how_they_ended) {
         if (piece == 1) std::raise(SIGKILL);
         if (piece == 2) _exit(7);
         if (piece == 4) endWith("early");
+        if (piece == 5) { // dies in the middle of its answer, which is the only pipe it writes to
+            for (int descriptor = 3; descriptor < 64; ++descriptor)
+                if (struct stat status{};
+                    fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode))
+                    if (write(descriptor, "half", 4) < 0) continue;
+            _exit(0);
+        }
         return piece == 3 ? big : std::to_string(piece);
     };
     workers.started = [&](std::size_t piece) {
@@ -312,14 +321,15 @@ TEST(Workers, answer_whole_or_say_how_they_ended) {
         ++ended;
         answers[piece] = answer ? answer.value() : answer.problem().text();
     };
-    runWorkers(6, 2, workers);
-    EXPECT_EQ(answers.size(), 6u);
+    runWorkers(7, 2, workers);
+    EXPECT_EQ(answers.size(), 7u);
     EXPECT_EQ(answers[0], "0");
     EXPECT_NE(answers[1].find("signal 9"), std::string::npos);
     EXPECT_NE(answers[2].find("status 7"), std::string::npos);
     EXPECT_EQ(answers[3], big);
     EXPECT_EQ(answers[4], "early");
-    EXPECT_EQ(answers[5], "5");
+    EXPECT_NE(answers[5].find("ended early"), std::string::npos) << answers[5];
+    EXPECT_EQ(answers[6], "6");
     EXPECT_EQ(remainingText(10, 0, 5), "");
     EXPECT_EQ(remainingText(10, 2, 5), "about 0:15 left");
     EXPECT_EQ(remainingText(4000, 1, 3), "about 2:13:20 left");

@@ -244,6 +244,51 @@ TEST_F(Plot, draws_holds_as_steps_splines_as_they_are_and_the_outside_dashed) {
         EXPECT_LT(distance(at(frame, x.evaluate(frame / 30)), all), 0.1) << frame;
 }
 
+TEST_F(Plot, a_mirrored_stretch_runs_backwards_and_every_point_is_within_its_chart) {
+    Envelope& x = keyed(positionX, {{10, 0}, {14, 8}, {20, 1, Shape::linear}});
+    x.after = Behaviour::mirror;
+    const Element root = drawn({"Ball/Position.X"});
+    const auto at = mapping(root, {10, 0}, {20, 1});
+    std::vector<Point> all = flattened(root.ofClass("outside").at(1));
+    for (double frame = 20.1; frame < 60; frame += 0.37)
+        EXPECT_LT(distance(at(frame, x.evaluate(frame / 30)), all), 0.1) << frame;
+    Point low{1e9, 1e9}, high{}; // of the grid
+    root.visit([&](const Element& one) {
+        if (one.name != "line") return;
+        const auto number = [&](const char* name) { return std::stod(one.attributes.at(name)); };
+        low = {std::min(low.x, number("x1")), std::min(low.y, number("y1"))};
+        high = {std::max(high.x, number("x2")), std::max(high.y, number("y2"))};
+    });
+    ASSERT_LT(low.x + 100, high.x);
+    for (const char* which : {"keyed", "outside"})
+        for (const Element& path : root.ofClass(which))
+            for (const Point p : flattened(path)) {
+                EXPECT_GE(p.x, low.x - 0.1);
+                EXPECT_LE(p.x, high.x + 0.1);
+                EXPECT_GE(p.y, low.y - 0.1);
+                EXPECT_LE(p.y, high.y + 0.1);
+            }
+}
+
+TEST_F(Plot, begins_inside_a_span_ends_beyond_the_keys_and_steps_onto_the_last_hold) {
+    Envelope& x = keyed(positionX, {{0, 0}, {20, 10, Shape::linear}, {40, 4, Shape::hold}});
+    const Element root =
+        parsed(plotSvg({.scene = scene, .channels = {"Ball/Position.X"}, .from = 10, .to = 50}));
+    const auto line = flattened(root.ofClass("keyed").at(0));
+    const auto outside = flattened(root.ofClass("outside").at(0));
+    const double perFrame = (outside.back().x - line.front().x) / 40;
+    const double perValue = (line.back().y - line.front().y) / (4 - 5);
+    const auto at = [&](double frame, double value) {
+        return Point{line.front().x + (frame - 10) * perFrame,
+                     line.front().y + (value - 5) * perValue};
+    };
+    for (double frame = 10; frame < 40; frame += 0.7)
+        EXPECT_LT(distance(at(frame, x.evaluate(frame / 30)), line), 0.1) << frame;
+    EXPECT_LT(distance(at(40, 10), line), 0.1) << "held up to the last key";
+    EXPECT_NEAR(line.back().y, at(40, 4).y, 0.1);
+    EXPECT_NEAR(outside.front().y, at(40, 4).y, 0.1);
+}
+
 TEST_F(Plot, thins_dense_captures_to_a_tenth_of_a_pixel_with_their_peaks) {
     scene.lastFrame = 20'000;
     const auto value = [](int frame) {

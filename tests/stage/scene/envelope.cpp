@@ -76,6 +76,25 @@ TEST(Envelope, a_spline_is_straight_where_its_keys_are_however_unevenly_they_lie
     EXPECT_NEAR((through(0, -1, 0, 1.0001) - 1) / 0.0001, -0.5, 1e-2) << "a corner, leaving";
 }
 
+TEST(Envelope, tension_flattens_the_outermost_keys_and_straight_lines_go_on_from_their_own_end) {
+    const auto edge = [](double first, double last, double at) {
+        return curve({{0, 0, Shape::spline, {first}}, {1, 1, Shape::spline, {last}}}).evaluate(at);
+    };
+    EXPECT_NEAR(edge(0, 0, 1e-4), 1e-4, 1e-7);
+    EXPECT_NEAR(edge(1, 0, 1e-4), 0, 1e-7) << "flat at the first key";
+    EXPECT_NEAR(edge(0.5, 0, 1e-4), 0.5e-4, 1e-7);
+    EXPECT_NEAR(1 - edge(0, 1, 1 - 1e-4), 0, 1e-7) << "flat at the last key";
+    EXPECT_NEAR(1 - edge(1, 0, 1 - 1e-4), 1e-4, 1e-7);
+
+    Envelope bent = curve({{0, 0, Shape::linear, {}},
+                           {1, 1, Shape::linear, {}},
+                           {2, 1, Shape::linear, {}},
+                           {3, 4, Shape::linear, {}}});
+    bent.before = bent.after = Behaviour::linear;
+    EXPECT_EQ(bent.evaluate(-2), -2);
+    EXPECT_EQ(bent.evaluate(5), 10);
+}
+
 TEST(Envelope, goes_on_outside_its_keys_as_its_behaviours_say) {
     Envelope ramp = curve({{1, 10, Shape::linear, {}}, {3, 14, Shape::linear, {}}});
     struct Case {

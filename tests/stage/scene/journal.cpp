@@ -142,6 +142,44 @@ TEST_F(Journaled, undo_and_redo_go_both_ways_and_a_new_edit_drops_the_redo) {
     EXPECT_EQ(*journal.undoName(), "third");
 }
 
+TEST_F(Journaled, a_behaviour_or_a_rest_value_alone_is_a_change) {
+    for (const int which : {0, 1, 2}) {
+        EditScope scope(scene, "edit");
+        Envelope& envelope = edit(scope, a, positionX);
+        if (which == 0) envelope.before = Behaviour::mirror;
+        if (which == 1) envelope.after = Behaviour::mirror;
+        if (which == 2) envelope.rest = -0.0;
+        const ChangeReport report = journal.commit(scope);
+        ASSERT_EQ(report.channels.size(), 1u) << which;
+        EXPECT_TRUE(report.channels[0].settingsChanged);
+        EXPECT_FALSE(report.firstFrame);
+        ASSERT_TRUE(journal.undo(scene)) << which;
+    }
+}
+
+TEST_F(Journaled, a_preview_that_ends_early_stays_and_one_to_the_end_grows) {
+    for (const bool toEnd : {false, true}) {
+        scene.lastFrame = 20;
+        scene.previewFirst = 2;
+        scene.previewLast = toEnd ? 20 : 15;
+        EditScope scope(scene, "longer");
+        edit(scope, a, positionX).keys.insert(scene.rate.timeOf(30 + toEnd), 0, Shape::linear);
+        journal.commit(scope);
+        EXPECT_EQ(scene.lastFrame, 30 + toEnd);
+        EXPECT_EQ(scene.previewLast, toEnd ? 31 : 15);
+        EXPECT_EQ(scene.previewFirst, 2);
+    }
+    scene.lastFrame = 40;
+    scene.previewFirst = 10;
+    scene.previewLast = 20;
+    scene.setRate(FrameRate::of(60).value());
+    EXPECT_EQ(scene.previewFirst, 20);
+    EXPECT_EQ(scene.previewLast, 40);
+    scene.previewLast = scene.lastFrame;
+    scene.setRate(FrameRate::of(25).value());
+    EXPECT_EQ(scene.previewLast, scene.lastFrame) << "still to the end";
+}
+
 TEST_F(Journaled, the_oldest_edits_make_room_for_the_newest) {
     KeyStore& keys = scene.mutableMotion(b, bank).keys;
     for (int i = 0; i < 10'000; ++i)

@@ -185,6 +185,23 @@ TEST(KeyStore, walks_with_handles_in_order_while_keys_are_removed_and_moved) {
     EXPECT_FALSE(store.atOrAfter(249.5));
 }
 
+TEST(KeyStore, keys_that_split_a_block_in_its_middle_stay_in_order) {
+    KeyStore store;
+    for (int i = 0; i < 128; ++i)
+        store.append(i, i, Shape::linear);
+    store.insert(63.5, 0, Shape::linear);
+    EXPECT_EQ(store.at(store.find(10)).time(), 10);
+    store.insert(63.75, 0, Shape::linear);
+    double last = -1;
+    std::size_t count = 0;
+    for (auto key = store.begin(); key; key.advance(), ++count) {
+        EXPECT_GT(key.time(), last);
+        last = key.time();
+    }
+    EXPECT_EQ(count, 130u);
+    EXPECT_NE(store.find(63.75), KeyHandle::none);
+}
+
 TEST(KeyStore, finds_a_key_by_its_exact_time_only) {
     KeyStore store;
     EXPECT_EQ(store.find(0), KeyHandle::none);

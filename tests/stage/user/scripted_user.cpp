@@ -3,6 +3,7 @@
 #include "stage/user/scripted_user.h"
 #include "stage/panels/actions.h"
 #include "stage/panels/labels.h"
+#include "stage/user/recipe.h"
 
 #include <gtest/gtest.h>
 
@@ -103,6 +104,26 @@ TEST(Panels, a_value_of_the_wrong_kind_or_out_of_range_is_refused_and_fires_noth
     EXPECT_FALSE(setByText(s, "1", scene)) << "an erased control is out of reach";
     panels.destroyPanel(panel);
     EXPECT_FALSE(press(button));
+}
+
+TEST(ScriptedUsers, settings_keep_their_equals_signs_and_answers_their_order) {
+    const auto setting = parseSetting("File full path=/a=b/c==d", "--set");
+    ASSERT_TRUE(setting.ok());
+    EXPECT_EQ(setting.value().label, "File full path");
+    EXPECT_EQ(setting.value().value, "/a=b/c==d");
+    EXPECT_EQ(settingText(setting.value()), "File full path=/a=b/c==d");
+
+    ScriptedUser user;
+    Step step;
+    step.isStart = true;
+    step.answers = {false, true};
+    std::vector<bool> given;
+    EXPECT_TRUE(user.perform(step, [&]() -> Result<> {
+        for (int i = 0; i < 3; ++i)
+            given.push_back(user.ask({MessageKind::question, {"Really?"}}));
+        return done();
+    }));
+    EXPECT_EQ(given, (std::vector<bool>{false, true, true})) << "the last answer goes on";
 }
 
 TEST(Panels, labels_name_controls_with_their_list_where_two_share_one) {
