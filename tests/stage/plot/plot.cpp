@@ -254,10 +254,12 @@ TEST_F(Plot, a_mirrored_stretch_runs_backwards_and_every_point_is_within_its_cha
         EXPECT_LT(distance(at(frame, x.evaluate(frame / 30)), all), 0.1) << frame;
     Point low{1e9, 1e9}, high{}; // of the grid
     root.visit([&](const Element& one) {
-        if (one.name != "line") return;
-        const auto number = [&](const char* name) { return std::stod(one.attributes.at(name)); };
-        low = {std::min(low.x, number("x1")), std::min(low.y, number("y1"))};
-        high = {std::max(high.x, number("x2")), std::max(high.y, number("y2"))};
+        Point a, b;
+        if (one.name != "path" || std::sscanf(one.attributes.at("d").c_str(), "M%lf,%lfL%lf,%lf",
+                                              &a.x, &a.y, &b.x, &b.y) != 4)
+            return;
+        low = {std::min(low.x, a.x), std::min(low.y, a.y)};
+        high = {std::max(high.x, b.x), std::max(high.y, b.y)};
     });
     ASSERT_LT(low.x + 100, high.x);
     for (const char* which : {"keyed", "outside"})
