@@ -42,7 +42,8 @@ void* lookUp(Host& host, std::string_view name, int) {
         host.missingServices.insert(std::string(name));
         return nullptr;
     }
-    host.refreshRecords();
+    // The other records are the same at all times, and the plug-in looks them up often.
+    if (name == host::sceneInfoName || name == host::interfaceInfoName) host.refreshRecords();
     return found->record();
 }
 

@@ -171,16 +171,16 @@ TEST(GltfBad, no_cut_and_no_changed_byte_of_a_file_brings_the_reader_down) {
     for (std::size_t length = 0; length < glb.size(); ++length)
         EXPECT_FALSE(readGlb(std::string_view(glb).substr(0, length), "cut.glb", {}).ok());
     std::size_t readable = 0;
-    const auto tryAll = [&](const std::string& file, auto read) {
-        for (std::size_t at = 0; at < file.size(); ++at)
+    const auto tryAll = [&](const std::string& file, std::size_t from, auto read) {
+        for (std::size_t at = from; at < file.size(); ++at)
             for (const char byte : {'9', '"', '\xff'}) {
                 std::string spoilt = file;
                 spoilt[at] = byte;
                 readable += read(spoilt, "spoilt", ReadOptions{}).ok();
             }
     };
-    tryAll(glb, readGlb);
-    tryAll(text, readGltf);
+    tryAll(glb, 0, readGlb);
+    tryAll(text, text.find("\"buffers\""), readGltf); // the JSON before is that of the other file
     EXPECT_GT(readable, 100u); // bytes of numbers and names may well be others
 }
 
