@@ -4,6 +4,7 @@
 // Scenes hold I items x 9 channels x K keys. Three shapes with the same number of keys show how the
 // cost per key grows with the length of a curve.
 
+#include "bench/floor.h"
 #include "stage/module/module.h"
 #include "stage/services/host.h"
 #include "stage/user/scripted_user.h"
@@ -193,6 +194,7 @@ int main(int argc, char** argv) {
     for (const Command& command : commands)
         addShapes(benchmark::RegisterBenchmark(command.name, runCommand, command)->UseManualTime());
     addShapes(benchmark::RegisterBenchmark("make_scene", memory));
+    cadencora::floor::registerBenchmarks();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();

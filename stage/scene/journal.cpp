@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <iterator>
+#include <limits>
 
 namespace cadencora::stage {
 
@@ -18,10 +19,6 @@ ChannelChange compare(const Envelope& before, const Envelope& after) {
         change.lastTime = time;
     };
     auto old = before.keys.begin(), now = after.keys.begin();
-    const auto step = [](auto& cursor) {
-        cursor.advance();
-        return static_cast<bool>(cursor);
-    };
     bool both = old && now;
     while (both) {
         if (sharedKey(old, now)) {
@@ -32,30 +29,31 @@ ChannelChange compare(const Envelope& before, const Envelope& after) {
         const double was = old.time(), is = now.time();
         if (was < is) {
             touched(was);
-            ++change.keysRemoved;
-            both = step(old);
+            change.keysRemoved += passBefore(old, is, change.lastTime);
+            both = static_cast<bool>(old);
         } else if (is < was) {
             touched(is);
-            ++change.keysAdded;
-            both = step(now);
-        } else if (sameKey(old, now)) {
-            skipSameKeys(old, now);
-            both = old && now;
+            change.keysAdded += passBefore(now, was, change.lastTime);
+            both = static_cast<bool>(now);
         } else {
-            touched(is);
-            ++change.keysChanged;
-            old.advance();
-            now.advance();
+            KeyStore::Cursor::Differences differences;
+            compareKeys(old, now, differences);
+            if (differences.keys > 0) {
+                touched(differences.first);
+                change.keysChanged += differences.keys;
+                change.lastTime = differences.last;
+            }
             both = old && now;
         }
     }
-    for (; old; old.advance()) {
+    constexpr double never = std::numeric_limits<double>::infinity();
+    while (old) {
         touched(old.time());
-        ++change.keysRemoved;
+        change.keysRemoved += passBefore(old, never, change.lastTime);
     }
-    for (; now; now.advance()) {
+    while (now) {
         touched(now.time());
-        ++change.keysAdded;
+        change.keysAdded += passBefore(now, never, change.lastTime);
     }
     return change;
 }

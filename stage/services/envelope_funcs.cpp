@@ -100,25 +100,6 @@ KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value)
     return target.keys.handle(target.placeKey(keyTime(host, target.keys, time), value));
 }
 
-// The refusals are functions of their own, so that the usual calls stay short: they are made for
-// every attribute of every key.
-[[noreturn, gnu::cold, gnu::noinline]] void wrongKey(KeyHandle key) {
-    throw MisuseError{key == KeyHandle::none ? "null key"
-                                             : "the key is not of this envelope, or was destroyed"};
-}
-
-[[gnu::always_inline]] inline KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
-    const KeyStore::Cursor cursor = keys.at(key);
-    if (!cursor) [[unlikely]]
-        wrongKey(key);
-    return cursor;
-}
-
-void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
-    requireKey(envelope->keys, key);
-    edited(host, envelope).keys.erase(key);
-}
-
 KeyHandle findKey(Host& host, EnvelopeRef envelope, double time) {
     KeyStore& keys = envelope.envelope.keys;
     const double settled = host.scene().rate.settled(time);
@@ -127,18 +108,23 @@ KeyHandle findKey(Host& host, EnvelopeRef envelope, double time) {
     return found ? keys.handle(found) : KeyHandle::none;
 }
 
-KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {
-    KeyStore& keys = envelope.envelope.keys;
-    if (key == KeyHandle::none) return keys.first();
-    requireKey(keys, key);
-    return keys.next(key);
-}
+// The slots that walks and copies consist of. Each has one body, which is called in one of two
+// manners. Quick: it neither throws nor takes memory, so it needs no guard; where it would have to,
+// it answers false, and has done nothing. Full: behind the gate, where it may do both, and always
+// answers true.
+enum class Manner { quick, full };
 
 template <class T>
 T read(const void* in) {
     T value;
     std::memcpy(&value, in, sizeof value); // the caller's storage may lie at any address
     return value;
+}
+
+// The refusals are functions of their own, so that the usual calls stay short.
+[[noreturn, gnu::cold, gnu::noinline]] void wrongKey(KeyHandle key) {
+    throw MisuseError{key == KeyHandle::none ? "null key"
+                                             : "the key is not of this envelope, or was destroyed"};
 }
 
 [[noreturn, gnu::cold, gnu::noinline]] void wrongAttribute(int attribute) {
@@ -149,128 +135,186 @@ T read(const void* in) {
     throw MisuseError{"null attribute"};
 }
 
-Parameter parameterOf(int attribute) {
-    if (attribute < host::keyParameterFirst || attribute > host::keyParameterLast) [[unlikely]]
-        wrongAttribute(attribute);
-    return static_cast<Parameter>(attribute - host::keyParameterFirst);
-}
-
-int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const void* in) {
-    if (!in) [[unlikely]]
-        nullAttribute();
-    const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
-    if (!host.faults.refusedAttributes.empty() && host.faults.refusedAttributes.contains(attribute))
-        return 0;
-    KeyStore& keys = edited(host, envelope).keys;
-    if (attribute == host::keyShape) {
-        const int shape = read<int>(in);
-        if (!isShape(shape)) return 0;
-        keys.setShape(cursor, static_cast<Shape>(shape));
-        return 1;
-    }
-    const double number = read<double>(in);
-    if (!std::isfinite(number)) return 0;
-    switch (attribute) {
-    case host::keyValue:
-        keys.setValue(cursor, number);
-        return 1;
-    case host::keyTime:
-        return keys.setTime(key, keyTime(host, keys, number)) ? 1 : 0;
-    default:
-        keys.setParameter(cursor, parameterOf(attribute), number);
-        return 1;
-    }
-}
-
-int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void* out) {
-    if (!out) [[unlikely]]
-        nullAttribute();
-    const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
-    if (!host.faults.unavailableAttributes.empty() &&
-        host.faults.unavailableAttributes.contains(attribute))
-        return 0;
-    const auto write = [&](auto value) { std::memcpy(out, &value, sizeof value); };
-    switch (attribute) {
-    case host::keyValue:
-        write(cursor.value());
-        break;
-    case host::keyTime:
-        write(cursor.time());
-        break;
-    case host::keyShape:
-        write(static_cast<int>(cursor.shape()));
-        break;
-    default:
-        write(cursor.parameter(parameterOf(attribute)));
-    }
-    return 1;
-}
-
-// The fast paths of the three calls that walks and copies consist of. Handles are checked as ever:
-// the envelope's is one of the last that passed, the key's is looked up.
-struct KnownKey {
-    Envelope* envelope = nullptr;
-    KeyStore::Cursor cursor; // empty: the fast path does not apply
-};
-
-[[gnu::always_inline]] inline KnownKey knownKey(Host& host, host::Envelope raw, host::Key key) {
-    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(raw);
-    if (!last) return {};
-    return {last->envelope, last->envelope->keys.at(Wire<KeyHandle>::in(host, key))};
-}
-
 bool isParameter(int attribute) {
     return attribute >= host::keyParameterFirst && attribute <= host::keyParameterLast;
 }
 
-bool fastNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key& result) {
-    const KnownKey known = knownKey(host, envelope, key);
-    if (!known.cursor) return false;
-    KeyHandle next;
-    if (!known.envelope->keys.nextInPlace(known.cursor, next)) return false;
-    result = Wire<KeyHandle>::out(next);
-    return true;
+Parameter parameterOf(int attribute) {
+    return static_cast<Parameter>(attribute - host::keyParameterFirst);
 }
 
-bool fastKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
-                int& result) {
-    const KeyStore::Cursor cursor = knownKey(host, envelope, key).cursor;
-    if (!cursor || !out || !host.faults.unavailableAttributes.empty()) return false;
+KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
+    const KeyStore::Cursor cursor = keys.at(key);
+    if (!cursor) wrongKey(key);
+    return cursor;
+}
+
+// The key that a quick call is about, its handles checked: it is the one of an earlier call, or it
+// is looked up and remembered in `first`. Null: only the full manner can tell.
+[[gnu::always_inline]] inline LastKeys::Entry* known(Host& host, LastKeys::Entry& first,
+                                                     LastKeys::Entry& second,
+                                                     host::Envelope envelope, host::Key key) {
+    const auto isIt = [&](const LastKeys::Entry& entry) {
+        return entry.handle == key && entry.envelopeHandle == envelope && entry.cursor;
+    };
+    if (isIt(first)) [[likely]]
+        return &first;
+    if (isIt(second)) return &second;
+    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(envelope);
+    if (!last) return nullptr;
+    const KeyStore::Cursor cursor = last->envelope->keys.at(Wire<KeyHandle>::in(host, key));
+    if (!cursor) return nullptr;
+    first = {envelope, key, last->envelope, cursor};
+    return &first;
+}
+
+template <Manner manner>
+bool getAttribute(const Host& host, const KeyStore::Cursor& key, int attribute, void* out,
+                  int& result) {
+    constexpr bool isQuick = manner == Manner::quick;
+    if (!out) [[unlikely]]
+        return isQuick ? false : (nullAttribute(), true);
     result = 1;
+    if (const auto& unavailable = host.faults.unavailableAttributes; !unavailable.empty())
+        [[unlikely]] {
+        if constexpr (isQuick) return false;
+        if (unavailable.contains(attribute)) {
+            result = 0;
+            return true;
+        }
+    }
     double number;
-    if (isParameter(attribute)) {
-        number = cursor.parameter(static_cast<Parameter>(attribute - host::keyParameterFirst));
-    } else if (attribute == host::keyValue) {
-        number = cursor.value();
+    if (attribute == host::keyValue) {
+        number = key.value();
+    } else if (isParameter(attribute)) {
+        number = key.parameter(parameterOf(attribute));
     } else if (attribute == host::keyTime) {
-        number = cursor.time();
+        number = key.time();
     } else if (attribute == host::keyShape) {
-        const int shape = static_cast<int>(cursor.shape());
+        const int shape = static_cast<int>(key.shape());
         std::memcpy(out, &shape, sizeof shape);
         return true;
     } else {
-        return false;
+        return isQuick ? false : (wrongAttribute(attribute), true);
     }
     std::memcpy(out, &number, sizeof number);
     return true;
 }
 
-bool fastKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
-                int& result) {
-    const auto [edited, cursor] = knownKey(host, envelope, key);
-    if (!cursor || !in || !host.faults.refusedAttributes.empty() || edited->keptBy == 0)
-        return false;
+// The envelope is in the journal already.
+template <Manner manner>
+bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHandle handle,
+                  int attribute, const void* in, int& result) {
+    constexpr bool isQuick = manner == Manner::quick;
+    if (!in) [[unlikely]]
+        return isQuick ? false : (nullAttribute(), true);
     result = 1;
+    if (const auto& refused = host.faults.refusedAttributes; !refused.empty()) [[unlikely]] {
+        if constexpr (isQuick) return false;
+        if (refused.contains(attribute)) {
+            result = 0;
+            return true;
+        }
+    }
     if (attribute == host::keyShape) {
         const int shape = read<int>(in);
-        return isShape(shape) && edited->keys.setShapeInPlace(cursor, static_cast<Shape>(shape));
+        result = isShape(shape) ? 1 : 0;
+        if (result == 0) return true;
+        if constexpr (isQuick) return keys.setShapeInPlace(key, static_cast<Shape>(shape));
+        keys.setShape(key, static_cast<Shape>(shape));
+        return true;
     }
     const double number = read<double>(in);
-    if (!std::isfinite(number)) return false;
-    if (isParameter(attribute))
-        return edited->keys.setParameterInPlace(
-            cursor, static_cast<Parameter>(attribute - host::keyParameterFirst), number);
-    return attribute == host::keyValue && edited->keys.setValueInPlace(cursor, number);
+    result = std::isfinite(number) ? 1 : 0;
+    if (result == 0) return true;
+    if (attribute == host::keyValue) {
+        if constexpr (isQuick) return keys.setValueInPlace(key, number);
+        keys.setValue(key, number);
+    } else if (isParameter(attribute)) {
+        if constexpr (isQuick) return keys.setParameterInPlace(key, parameterOf(attribute), number);
+        keys.setParameter(key, parameterOf(attribute), number);
+    } else if (isQuick) {
+        return false; // it moves keys, or is none
+    } else if (attribute == host::keyTime) {
+        result = keys.setTime(handle, keyTime(host, keys, number)) ? 1 : 0;
+    } else {
+        wrongAttribute(attribute);
+    }
+    return true;
+}
+
+// Full
+
+KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {
+    KeyStore& keys = envelope.envelope.keys;
+    if (key == KeyHandle::none) return keys.first();
+    requireKey(keys, key);
+    return keys.next(key);
+}
+
+int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void* out) {
+    int result = 0;
+    getAttribute<Manner::full>(host, requireKey(envelope->keys, key), attribute, out, result);
+    return result;
+}
+
+int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const void* in) {
+    const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
+    if (!in) nullAttribute();
+    int result = 0;
+    setAttribute<Manner::full>(host, edited(host, envelope).keys, cursor, key, attribute, in,
+                               result);
+    return result;
+}
+
+void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
+    requireKey(envelope->keys, key);
+    edited(host, envelope).keys.erase(key);
+}
+
+// Quick
+
+bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key& result) {
+    LastKeys& last = host.lastKeys;
+    LastKeys::Entry* at = known(host, last.walked, last.written, envelope, key);
+    if (!at) return false;
+    KeyStore::Cursor cursor = at->cursor;
+    KeyHandle next;
+    if (!at->envelope->keys.nextInPlace(cursor, next)) return false;
+    result = Wire<KeyHandle>::out(next);
+    last.walked = {envelope, result, at->envelope, cursor};
+    return true;
+}
+
+bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
+                 int& result) {
+    LastKeys& last = host.lastKeys;
+    const LastKeys::Entry* at = known(host, last.walked, last.written, envelope, key);
+    return at && getAttribute<Manner::quick>(host, at->cursor, attribute, out, result);
+}
+
+bool quickKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
+                 int& result) {
+    LastKeys& last = host.lastKeys;
+    const LastKeys::Entry* at = known(host, last.written, last.walked, envelope, key);
+    if (!at || at->envelope->keptBy == 0) return false; // the journal has to keep it first
+    return setAttribute<Manner::quick>(host, at->envelope->keys, at->cursor,
+                                       Wire<KeyHandle>::in(host, key), attribute, in, result);
+}
+
+bool quickDestroyKey(Host& host, host::Envelope envelope, host::Key key) {
+    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(envelope);
+    if (!last || last->envelope->keptBy == 0) return false;
+    KeyStore& keys = last->envelope->keys;
+    const KeyHandle handle = Wire<KeyHandle>::in(host, key);
+    if (!keys.at(handle) || !keys.eraseInPlace(handle)) return false;
+    // Other keys may have moved; the walk has fetched the next one before.
+    LastKeys& keysBefore = host.lastKeys;
+    keysBefore.written.cursor = {};
+    keysBefore.walked.cursor = keysBefore.walked.envelopeHandle == envelope
+                                   ? keys.at(Wire<KeyHandle>::in(host, keysBefore.walked.handle))
+                                   : KeyStore::Cursor();
+    return true;
 }
 
 Behaviour Envelope::*settingOf(int tag) {
@@ -308,12 +352,12 @@ host::EnvelopeFuncs& envelopeFuncs() {
         .slot8 = nullptr,
         .slot9 = nullptr,
         .createKey = gate<service, "createKey", &createKey>,
-        .destroyKey = gate<service, "destroyKey", &destroyKey>,
+        .destroyKey = fastGate<&quickDestroyKey, gate<service, "destroyKey", &destroyKey>>,
         .findKey = gate<service, "findKey", &findKey>,
-        .nextKey = fastGate<&fastNextKey, gate<service, "nextKey", &nextKey>>,
+        .nextKey = fastGate<&quickNextKey, gate<service, "nextKey", &nextKey>>,
         .slot14 = nullptr,
-        .keySet = fastGate<&fastKeySet, gate<service, "keySet", &keySet>>,
-        .keyGet = fastGate<&fastKeyGet, gate<service, "keyGet", &keyGet>>,
+        .keySet = fastGate<&quickKeySet, gate<service, "keySet", &keySet>>,
+        .keyGet = fastGate<&quickKeyGet, gate<service, "keyGet", &keyGet>>,
         .slot17 = nullptr,
         .setEnvelopeValue = gate<service, "setEnvelopeValue", &setEnvelopeValue>,
         .getEnvelopeValue = gate<service, "getEnvelopeValue", &getEnvelopeValue>,

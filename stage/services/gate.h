@@ -246,6 +246,7 @@ private:
         if (!host) return;
         try {
             host->countCall();
+            host->lastKeys.forget();
             body(*host);
         } catch (...) {
             host->recordThrown(service.text, slot.text);
@@ -257,19 +258,25 @@ private:
 template <SlotName service, SlotName slot, auto function>
 constexpr auto gate = &Gate<service, slot, function>::call;
 
-// Slots that are called for every attribute of every key have a fast path before their gate: `fast`
-// gets the raw arguments and handles the common case, without throwing or allocating. Where it
-// returns false it has done nothing, and the gate checks everything again.
+// Slots that are called for every key have a quick path before their gate: `fast` gets the raw
+// arguments and handles the common case, without throwing or allocating. Where it returns false it
+// has done nothing, and the gate checks everything again.
 template <auto fast, auto gated, class = decltype(gated)>
 struct FastGate;
 
 template <auto fast, auto gated, class R, class... A>
 struct FastGate<fast, gated, R (*)(A...) noexcept> {
     static R call(A... arguments) noexcept {
-        R result;
-        if (Host* host = Host::active(); host && fast(*host, arguments..., result)) [[likely]]
-            return result;
-        return gated(arguments...);
+        Host* host = Host::active();
+        if constexpr (std::is_void_v<R>) {
+            if (!host || !fast(*host, arguments...)) [[unlikely]]
+                gated(arguments...);
+        } else {
+            R result;
+            if (host && fast(*host, arguments..., result)) [[likely]]
+                return result;
+            return gated(arguments...);
+        }
     }
 };
 

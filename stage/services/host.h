@@ -61,6 +61,21 @@ private:
     std::array<Entry, 2> entries_; // the newest first
 };
 
+// The keys that the plug-in's last calls were about: the one that a walk has come to, and the one
+// that is written to. Cursors hold only until a store changes otherwise than by the quick slots, so
+// every other call forgets them.
+struct LastKeys {
+    struct Entry {
+        host::Envelope envelopeHandle = nullptr;
+        host::Key handle = nullptr;
+        Envelope* envelope = nullptr;
+        KeyStore::Cursor cursor; // empty: the entry is none
+    };
+    Entry walked, written;
+
+    void forget() { walked.cursor = written.cursor = {}; }
+};
+
 // For tests of the pair of plug-in and stage.
 struct HostFaults {
     std::set<std::string, std::less<>> withheldServices;
@@ -161,7 +176,11 @@ public:
 
     // Must be forgotten whenever an envelope is removed.
     LastEnvelopes lastEnvelopes;
-    void forgetEnvelope() { lastEnvelopes.forget(); }
+    void forgetEnvelope() {
+        lastEnvelopes.forget();
+        lastKeys.forget();
+    }
+    LastKeys lastKeys;
 
     HostFiles files;
     int modalPanels = 0; // open now, one within the other

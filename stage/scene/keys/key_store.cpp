@@ -74,6 +74,47 @@ void skipSameKeys(KeyStore::Cursor& a, KeyStore::Cursor& b) {
     b.advance();
 }
 
+void compareKeys(KeyStore::Cursor& a, KeyStore::Cursor& b,
+                 KeyStore::Cursor::Differences& differences) {
+    const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
+    const auto i = KeyBlock::at(a.slot_), j = KeyBlock::at(b.slot_);
+    const auto run = KeyBlock::at(std::min(a.runLength(), b.runLength()));
+    const bool plain = !x.parameters && !y.parameters;
+    std::size_t n = 0, found = 0, first = 0, last = 0;
+    for (; n < run && x.time[i + n] == y.time[j + n]; ++n) {
+        bool same = identical(x.value[i + n], y.value[j + n]) && x.shape[i + n] == y.shape[j + n] &&
+                    identical(x.time[i + n], y.time[j + n]);
+        for (std::size_t p = 0; !plain && same && p < parameterCount; ++p)
+            same = identical(x.parameter(a.slot_ + static_cast<int>(n), p),
+                             y.parameter(b.slot_ + static_cast<int>(n), p));
+        if (same) continue;
+        if (found++ == 0) first = n;
+        last = n;
+    }
+    if (found > 0) {
+        if (differences.keys == 0) differences.first = y.time[j + first];
+        differences.last = y.time[j + last];
+        differences.keys += found;
+    }
+    a.slot_ += static_cast<int>(n) - 1;
+    b.slot_ += static_cast<int>(n) - 1;
+    a.advance();
+    b.advance();
+}
+
+std::size_t passBefore(KeyStore::Cursor& key, double time, double& last) {
+    const double* times = &key.block_->columns->time[KeyBlock::at(key.slot_)];
+    const int run = key.runLength();
+    int n = run; // mostly all of them
+    if (!(times[run - 1] < time))
+        for (n = 1; times[n] < time;)
+            ++n;
+    last = times[n - 1];
+    key.slot_ += n - 1;
+    key.advance();
+    return static_cast<std::size_t>(n);
+}
+
 // Life
 
 KeyStore::KeyStore() : nextSerial_(firstSerial()) {}

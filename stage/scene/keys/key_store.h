@@ -69,6 +69,18 @@ public:
         // same ones after it, as far as one block shows. Free where stores share the arrays.
         friend void skipSameKeys(Cursor& a, Cursor& b);
 
+        // Steps both cursors, which stand on keys at the same time, over these and those after them
+        // that stand at the same times, as far as one block shows. Adds what differs.
+        struct Differences {
+            std::size_t keys = 0;
+            double first = 0, last = 0; // their times
+        };
+        friend void compareKeys(Cursor& a, Cursor& b, Differences& differences);
+
+        // Steps over the keys before a time, as far as one block shows. The cursor stands on one.
+        // Answers how many; `last` becomes the time of the last one.
+        friend std::size_t passBefore(Cursor& key, double time, double& last);
+
     private:
         friend class KeyStore;
         int runLength() const { // of slots with keys from here on
@@ -110,17 +122,19 @@ public:
     // Handles. Asking for a key's handle again gives the same one.
     KeyHandle first();
     KeyHandle next(KeyHandle key); // the key must be valid
-    // The same without allocating; false: nothing was done, since it would allocate or has no
-    // effect.
-    bool nextInPlace(Cursor key, KeyHandle& result) {
-        key.advance();
-        if (!key || !key.block_->links) return false;
-        std::uint32_t& link = (*key.block_->links)[Block::at(key.slot_)];
+    // The same without allocating: goes on to the next key. False: nothing was done, since it would
+    // allocate, or there is no next key.
+    bool nextInPlace(Cursor& key, KeyHandle& result) {
+        Cursor next = key;
+        next.advance();
+        if (!next || !next.block_->links) return false;
+        std::uint32_t& link = (*next.block_->links)[Block::at(next.slot_)];
         if (link == 0) {
             if (freeEntry_ == 0) return false;
-            link = takeEntry(&mutableBlock(key), key.slot_);
+            link = takeEntry(&mutableBlock(next), next.slot_);
         }
         result = handleOf(link);
+        key = next;
         return true;
     }
     KeyHandle find(double time);   // the key that stands exactly at the time
@@ -142,6 +156,8 @@ public:
     // Puts a key at a finite time; a key that stands there gets the value and keeps the rest.
     Cursor insert(double time, double value, Shape shape);
     void erase(KeyHandle key);
+    // The same where it takes no memory; false: not done, as it might take some.
+    bool eraseInPlace(KeyHandle key);
     // The cursor must be of this store and up to date.
     void setValue(Cursor key, double value) {
         mutableBlock(key).edit().value[Block::at(key.slot_)] = value;
@@ -231,7 +247,8 @@ private:
     void eraseSlot(Block& block, int slot);
     Block* addBlockAfter(Block* block, double separator);
     void removeBlock(Block* block);
-    void mergeIfSparse(Block* block);
+    void mergeSparse(Block* block);
+    void eraseEntry(Entry& entry);
     std::size_t indexOf(const Block* block) const;
     void copyKeys(const KeyStore& other);
 

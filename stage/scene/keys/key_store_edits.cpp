@@ -102,8 +102,8 @@ void KeyStore::removeBlock(Block* block) {
     delete block;
 }
 
-void KeyStore::mergeIfSparse(Block* block) {
-    if (block->count >= sparse) return;
+// The block has fewer keys than it should.
+void KeyStore::mergeSparse(Block* block) {
     if (block->count == 0) {
         removeBlock(block);
         return;
@@ -179,7 +179,7 @@ KeyStore::Cursor KeyStore::insert(double time, double value, Shape shape) {
     return {finger_.block, slot};
 }
 
-void KeyStore::eraseSlot(Block& block, int slot) {
+inline void KeyStore::eraseSlot(Block& block, int slot) {
     const int index = block.indexOf(slot);
     if (block.count == capacity) {
         block.gapBegin = slot; // no gap yet: it opens here
@@ -194,17 +194,37 @@ void KeyStore::eraseSlot(Block& block, int slot) {
     --block.count;
     --size_;
     finger_ = {&block, index};
-    mergeIfSparse(&block);
+    if (block.count < sparse) mergeSparse(&block);
 }
 
 void KeyStore::erase(KeyHandle key) {
-    Entry& entry = entryOf(key);
+    eraseEntry(entryOf(key));
+}
+
+inline void KeyStore::eraseEntry(Entry& entry) {
     Block& block = *entry.block;
     const int slot = static_cast<int>(entry.slot);
     entry = {nullptr, 0,
              std::exchange(freeEntry_, static_cast<std::uint32_t>(&entry - entries_.data() + 1))};
     (*block.links)[Block::at(slot)] = 0;
     eraseSlot(block, slot);
+}
+
+bool KeyStore::eraseInPlace(KeyHandle key) {
+    Entry& entry = entryOf(key);
+    Block& block = *entry.block;
+    const int slot = static_cast<int>(entry.slot);
+    const bool movesKeys =
+        block.count < capacity && slot != block.gapEnd() && slot != block.gapBegin - 1;
+    if (movesKeys && block.columns.shared()) return false;
+    if (block.count <= sparse && block.count > 1) { // it might join a neighbour
+        const auto hasRoom = [&](const Block* neighbour) {
+            return neighbour && neighbour->count + block.count - 1 <= joined;
+        };
+        if (hasRoom(block.previous) || hasRoom(block.next)) return false;
+    }
+    eraseEntry(entry);
+    return true;
 }
 
 bool KeyStore::setTime(KeyHandle key, double time) {

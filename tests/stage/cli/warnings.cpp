@@ -60,8 +60,6 @@ TEST_F(Told, a_dry_run_reads_back_what_it_would_have_written_and_writes_nothing)
                                       "Destroy Keys",
                                       "--set",
                                       "Affected Objects/Load=" + path("./set"),
-                                      "--set",
-                                      "Use selected objects only=on",
                                       "--report",
                                       "json",
                                       "--out-dir",
