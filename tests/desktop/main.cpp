@@ -4,7 +4,12 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
+#include <cstring>
 #include <gtest/gtest.h>
+
+namespace cadencora::stage {
+int editAndWait(); // of recovery.cpp: has unsaved work, and is killed
+}
 
 int main(int argc, char** argv) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -16,8 +21,9 @@ int main(int argc, char** argv) {
     QApplication::setStyle(QStringLiteral("Fusion"));
     QApplication::setEffectEnabled(Qt::UI_AnimateCombo, false);
     const QTemporaryDir settings, data;
-    qputenv("XDG_DATA_HOME", data.path().toUtf8());
+    const bool isChild = argc == 2 && std::strcmp(argv[1], "--edit-and-wait") == 0;
+    if (!isChild) qputenv("XDG_DATA_HOME", data.path().toUtf8()); // the child has its parent's
     QSettings::setDefaultFormat(QSettings::IniFormat);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
-    return RUN_ALL_TESTS();
+    return isChild ? cadencora::stage::editAndWait() : RUN_ALL_TESTS();
 }

@@ -5,8 +5,8 @@
 #include "tests/desktop/desk.h"
 
 #include <QAction>
-#include <QFile>
 #include <QInputDialog>
+#include <QProcess>
 
 namespace cadencora::stage {
 namespace {
@@ -32,28 +32,32 @@ void clickText(QDialog& box, const char* text) {
     click(findButton(box, text));
 }
 
-TEST(Unsaved, work_is_kept_aside_and_taken_up_again_as_one_edit) {
-    const fs::path kept = Recovery::folder() / "gone.recovery";
-    const QTemporaryDir place; // the file outlives the window
-    const QString walk = place.filePath(QStringLiteral("walk.bvh"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(CADENCORA_SOURCE_DIR "/examples/walk.bvh"), walk));
-    std::size_t keys = 0;
-    {
-        Desk desk;
-        ASSERT_TRUE(desk.window.openFile(walk));
-        keys = desk.scene().keyCount();
-        EXPECT_TRUE(recoveryFiles().empty());
-        destroyAll(desk, "Hips");
-        ASSERT_TRUE(QTest::qWaitFor([] { return !recoveryFiles().empty(); }, 20000));
-        // As a kill leaves it: without its lock.
-        std::error_code error;
-        fs::copy_file(recoveryFiles().front(), kept, error);
-        ASSERT_FALSE(error) << error.message();
-        ASSERT_TRUE(writeFile(Recovery::folder() / "gone.window", "").ok());
-        desk.document().undo();
-        EXPECT_TRUE(recoveryFiles() == std::vector{kept}) << "nothing is unsaved any more";
-    }
+} // namespace
+
+// Run by the test below, in a process of its own.
+int editAndWait() {
     Desk desk;
+    destroyAll(desk, "Hips");
+    QTest::qWait(60'000);
+    return 1;
+}
+
+namespace {
+
+TEST(Unsaved, work_outlives_a_kill_and_is_taken_up_again_as_one_edit) {
+    const QTemporaryDir place; // of the files of the process that is killed
+    QProcess child;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), place.path());
+    child.setProcessEnvironment(environment);
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--edit-and-wait")});
+    ASSERT_TRUE(QTest::qWaitFor([] { return !recoveryFiles().empty(); }, 20'000));
+    child.kill();
+    ASSERT_TRUE(child.waitForFinished());
+    const fs::path kept = recoveryFiles().front();
+
+    Desk desk;
+    const std::size_t keys = desk.scene().keyCount();
     desk.hand.then([](QDialog& box) { clickText(box, "Later"); });
     desk.window.offerRecovered();
     desk.hand.then([](QDialog& box) { clickText(box, "Recover"); });
@@ -68,10 +72,12 @@ TEST(Unsaved, work_is_kept_aside_and_taken_up_again_as_one_edit) {
     desk.document().undo();
     EXPECT_EQ(desk.scene().keyCount(), keys);
     EXPECT_FALSE(desk.window.isWindowModified());
+    EXPECT_TRUE(recoveryFiles().empty()) << "nothing is unsaved any more";
 
     // Without its file, the work is there all the same; a damaged one says so and goes.
     ASSERT_TRUE(writeFile(Recovery::folder() / "gone.window", "").ok());
-    ASSERT_TRUE(writeFile(kept, R"({"cadencora": "recovery", "version": 1, "file": "/no/a.bvh",
+    ASSERT_TRUE(writeFile(Recovery::folder() / "gone.recovery",
+                          R"({"cadencora": "recovery", "version": 1, "file": "/no/a.bvh",
         "imported": false, "clips": [{"clip": "", "scene": {"cadencora": "scene", "version": 1,
         "items": [{"type": "object", "name": "Left"}]}}]})")
                     .ok());

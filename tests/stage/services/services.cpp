@@ -1,23 +1,16 @@
 // The services as a plug-in calls them, through their C tables.
 
-#include "plugin/host/channel_info.h"
 #include "plugin/host/dir_info.h"
-#include "plugin/host/envelope_funcs.h"
-#include "plugin/host/file_io_funcs.h"
 #include "plugin/host/interface_info.h"
-#include "plugin/host/item_info.h"
 #include "plugin/host/layout_generic.h"
-#include "plugin/host/panel_funcs.h"
 #include "plugin/host/scene_info.h"
 #include "stage/services/file_paths.h"
-#include "stage/services/host.h"
-#include "stage/user/scripted_user.h"
+#include "tests/stage/services/host_fixture.h"
 #include "tests/test_folder.h"
 
 #include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <gtest/gtest.h>
 
 namespace cadencora::stage {
 namespace {
@@ -39,21 +32,14 @@ Scene smallScene() {
     return scene;
 }
 
-struct Services : testing::Test {
-    ScriptedUser user;
+struct Services : HostFixture {
     fs::path folder = testFolder() / "motions";
-    Host host{smallScene(), user, {.motionsDirectory = folder, .writeFiles = true}};
 
-    template <class Table>
-    const Table& table(const char* name) {
-        return *static_cast<Table*>(Host::lookup(name, 0));
+    Services()
+        : HostFixture(smallScene(),
+                      {.motionsDirectory = testFolder() / "motions", .writeFiles = true}) {
+        fs::create_directories(folder);
     }
-    const host::ItemInfo& items = table<host::ItemInfo>(host::itemInfoName);
-    const host::ChannelInfo& channels = table<host::ChannelInfo>(host::channelInfoName);
-    const host::EnvelopeFuncs& envelopes = table<host::EnvelopeFuncs>(host::envelopeFuncsName);
-    const host::FileIOFuncs& files = table<host::FileIOFuncs>(host::fileIOFuncsName);
-
-    Services() { fs::create_directories(folder); }
     ~Services() override {
         fs::remove_all(folder);
         EXPECT_TRUE(host.misuses.empty()) << host.misuses.front().reason;

@@ -1,19 +1,12 @@
 // What a plug-in does at the edge of what the tables allow.
 
-#include "plugin/host/channel_info.h"
-#include "plugin/host/envelope_funcs.h"
-#include "plugin/host/file_io_funcs.h"
-#include "plugin/host/item_info.h"
 #include "plugin/host/layout_generic.h"
-#include "plugin/host/panel_funcs.h"
 #include "stage/panels/actions.h"
-#include "stage/services/host.h"
-#include "stage/user/scripted_user.h"
+#include "tests/stage/services/host_fixture.h"
 #include "tests/test_folder.h"
 
 #include <array>
 #include <cstring>
-#include <gtest/gtest.h>
 
 namespace cadencora::stage {
 namespace {
@@ -27,19 +20,8 @@ Scene twoProps() {
     return scene;
 }
 
-struct Tables : testing::Test {
-    ScriptedUser user;
-    Host host{twoProps(), user, {}};
-
-    template <class Table>
-    const Table& table(const char* name) {
-        return *static_cast<Table*>(Host::lookup(name, 0));
-    }
-    const host::ItemInfo& items = table<host::ItemInfo>(host::itemInfoName);
-    const host::ChannelInfo& channels = table<host::ChannelInfo>(host::channelInfoName);
-    const host::EnvelopeFuncs& envelopes = table<host::EnvelopeFuncs>(host::envelopeFuncsName);
-    const host::FileIOFuncs& files = table<host::FileIOFuncs>(host::fileIOFuncsName);
-    const host::PanelFuncs& panels = table<host::PanelFuncs>(host::panelFuncsName);
+struct Tables : HostFixture {
+    Tables() : HostFixture(twoProps()) {}
 
     std::size_t misuses() { return std::exchange(host.misuses, {}).size(); }
     host::Control* control(const char* type, const host::ControlDesc& desc) {
