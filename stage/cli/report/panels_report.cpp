@@ -41,11 +41,11 @@ std::vector<NamedControl> named(const PanelCopy& panel) {
 }
 
 void printControl(const NamedControl& named, int indent, std::ostream& out) {
-    out << std::string(static_cast<std::size_t>(indent), ' ') << named.label << " ("
-        << describe(named.control) << ")";
+    out << std::string(static_cast<std::size_t>(indent), ' ') << escaped(named.label) << " ("
+        << escaped(describe(named.control)) << ")";
     if (named.control.type != ControlType::button)
         if (const std::string value = initialValue(named.control); !value.empty())
-            out << " = " << value;
+            out << " = " << escaped(value);
     out << "\n";
 }
 
@@ -83,11 +83,12 @@ Json dialogsJson(const std::deque<PanelCopy>& dialogs) {
 }
 
 void printPanel(const PanelOffer& panel, bool isExplored, std::ostream& out) {
-    out << panel.copy.panel.title << "\n";
+    out << escaped(panel.copy.panel.title) << "\n";
     std::string tab;
     for (const ButtonOffer& button : panel.buttons) {
-        if (button.tab != tab) out << "[" << (tab = button.tab) << "]\n";
-        out << "  " << button.label << (button.connected ? "" : " (no command yet)") << "\n";
+        if (button.tab != tab) out << "[" << escaped(tab = button.tab) << "]\n";
+        out << "  " << escaped(button.label) << (button.connected ? "" : " (no command yet)")
+            << "\n";
         printDialogs(button.dialogs, 4, out);
     }
     for (const NamedControl& control : named(panel.copy))
