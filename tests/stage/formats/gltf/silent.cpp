@@ -1,5 +1,6 @@
 // Motion that would come out wrong without a word.
 
+#include "stage/formats/gltf/animation/knots.h"
 #include "stage/scene/mesh/mesh.h"
 #include "tests/stage/formats/gltf/document.h"
 
@@ -165,6 +166,11 @@ TEST(GltfSilent, limits_hold_at_their_last_and_first_number) {
     auto claims = Document::twoClips();
     claims.json["accessors"][0]["count"] = 4'000'000'000u;
     EXPECT_FALSE(readText("count.glb", claims.glb(), {}).ok());
+    const FrameRate second = FrameRate::of(1).value();
+    const auto most = Knots::framesBetween(0, 5'000'001, second);
+    ASSERT_TRUE(most);
+    EXPECT_EQ(most->size(), 5'000'000u);
+    EXPECT_FALSE(Knots::framesBetween(0, 5'000'002, second));
     for (const char* rate : {"100000", "0.001", "29.9", "29.97"})
         EXPECT_TRUE(FrameRate::parse(rate)) << rate;
     for (const char* rate : {"5000000", "100001", "0.0009", "0", "-24"})
