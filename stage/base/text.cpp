@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <fnmatch.h>
 #include <numeric>
 
 namespace cadencora::stage {
@@ -67,6 +68,19 @@ std::string_view trimmed(std::string_view text) {
 
 bool equalNoCase(std::string_view a, std::string_view b) {
     return std::ranges::equal(a, b, [](char x, char y) { return lower(x) == lower(y); });
+}
+
+bool isPattern(std::string_view text) {
+    return text.find_first_of("*?") != std::string_view::npos;
+}
+
+bool fitsPattern(const std::string& text, std::string_view pattern) {
+    std::string plain; // in which nothing else is special
+    for (const char c : pattern) {
+        if (c == '[' || c == '\\') plain += '\\';
+        plain += c;
+    }
+    return fnmatch(plain.c_str(), text.c_str(), 0) == 0;
 }
 
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,

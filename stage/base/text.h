@@ -19,6 +19,10 @@ std::string_view trimmed(std::string_view text);
 // Equal without regard to ASCII case.
 bool equalNoCase(std::string_view a, std::string_view b);
 
+// Patterns of names: "*" stands for any text, "?" for one character; every other one for itself.
+bool isPattern(std::string_view text);
+bool fitsPattern(const std::string& text, std::string_view pattern);
+
 // Up to `most` of the names, nearest to `wanted` first, quoted and joined by commas; the count of
 // the rest follows. For messages about an unknown name.
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,

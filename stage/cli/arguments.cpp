@@ -28,7 +28,7 @@ struct Arguments {
     std::size_t jobs = 1;
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
-    bool dryRun = false, cancel = false, start = false, inProcess = false;
+    bool selectOptional = false, dryRun = false, cancel = false, start = false, inProcess = false;
 };
 
 // Puts the options of the steps back into the order in which they were given: each --press begins a
@@ -62,6 +62,8 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
         } else if (name == "select") {
             if (!step.select) step.select.emplace();
             step.select->push_back(arguments.selects[selects++]);
+        } else if (name == "select-optional") {
+            step.selectOptional = true;
         } else if (name == "time") {
             step.time = arguments.times[times++];
         } else if (name == "set") {
@@ -75,7 +77,10 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
         }
     }
     if (!recipe.empty()) {
-        if (early.select) recipe.front().select = std::move(early.select);
+        if (early.select) {
+            recipe.front().select = std::move(early.select);
+            recipe.front().selectOptional = early.selectOptional;
+        }
         if (early.time) recipe.front().time = early.time;
         if (!early.settings.empty() || !early.answers.empty() || early.cancel)
             return Problem{"a recipe's steps have their settings", "--recipe",
@@ -126,7 +131,12 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     run->add_flag("--start", arguments.start,
                   "Begin a step before the first --press: for the dialogs that open when the "
                   "plug-in starts");
-    run->add_option("--select", arguments.selects, "Select an item by name (repeat for several)");
+    run->add_option(
+        "--select", arguments.selects,
+        "Select an item by name, or all whose names fit a pattern such as '*Arm*' (repeat for "
+        "several)");
+    run->add_flag("--select-optional", arguments.selectOptional,
+                  "Pass over names and patterns of the step that no item has");
     run->add_option("--time", arguments.times, "Move the current time to a frame");
     run->add_option("--set", arguments.settings,
                     "Set a control of the step's dialogs: LABEL=VALUE, or the label of a button");

@@ -80,9 +80,12 @@ private:
                 step_.answers.push_back(text == "yes");
                 return done();
             });
-        } else if (name == "cancel" || name == "keep") {
+        } else if (name == "cancel" || name == "keep" || name == "selectOptional") {
             if (!value.is_boolean()) return wrong(at, "expected true or false");
-            (name == "keep" ? step_.keep : step_.cancel) = value.get<bool>();
+            bool& member = name == "keep"     ? step_.keep
+                           : name == "cancel" ? step_.cancel
+                                              : step_.selectOptional;
+            member = value.get<bool>();
         } else if (name == "preview") {
             const auto isFrame = [](const Json& number) { return number.is_number_integer(); };
             if (!value.is_array() || value.size() != 2 || !std::ranges::all_of(value, isFrame) ||
@@ -103,6 +106,7 @@ private:
 Json stepJson(const Step& step) {
     Json json = step.isStart ? Json{{"start", true}} : Json{{"press", step.press}};
     if (step.select) json["select"] = *step.select;
+    if (step.selectOptional) json["selectOptional"] = true;
     if (step.time) json["time"] = *step.time;
     if (step.preview) json["preview"] = {step.preview->first, step.preview->second};
     Json settings = Json::array(), answers = Json::array();

@@ -23,11 +23,14 @@ struct Step {
     // The button's label; "LABEL=VALUE" sets another control of a floating panel.
     std::string press;
     bool isStart = false; // not a press: the settings are for the start of the plug-in
-    std::optional<std::vector<std::string>> select; // names of items; nothing: as it was
-    std::optional<double> time;                     // frame; nothing: as it was
-    std::vector<Setting> settings;                  // in the order in which they are made
-    std::vector<bool> answers;                      // to the questions; the last one is repeated
-    bool cancel = false;                            // the dialog in which the last setting was made
+    // Names of items, and patterns of them; nothing: as it was. A pattern takes all items whose
+    // names fit, in the scene's order.
+    std::optional<std::vector<std::string>> select;
+    bool selectOptional = false;   // a name or pattern that no item has is passed over
+    std::optional<double> time;    // frame; nothing: as it was
+    std::vector<Setting> settings; // in the order in which they are made
+    std::vector<bool> answers;     // to the questions; the last one is repeated
+    bool cancel = false;           // the dialog in which the last setting was made
     std::optional<std::pair<std::int64_t, std::int64_t>> preview; // frames; nothing: as it was
     // False: what it does to the scene is taken back at once, and errors do not end the run. So a
     // recipe repeats a step that was undone: the plug-in may remember what was set in it.

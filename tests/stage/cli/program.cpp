@@ -3,6 +3,7 @@
 #include "stage/cli/report/progress.h"
 #include "tests/test_folder.h"
 
+#include <algorithm>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <map>
@@ -264,6 +265,42 @@ TEST_F(Program, a_recipe_takes_the_same_steps_again_and_nothing_that_it_cannot) 
         EXPECT_EQ(result.output, "");
         EXPECT_FALSE(fs::exists(again));
     }
+}
+
+TEST_F(Program, a_pattern_selects_all_items_whose_names_fit_in_the_scene_s_order) {
+    const fs::path rig = folder / "rig.stage", recipe = folder / "arms.json", set = folder / "set";
+    write(rig, R"({"cadencora": "scene", "version": 1, "items": [
+        {"type": "object", "name": "RightArm"}, {"type": "object", "name": "Leg"},
+        {"type": "object", "name": "Arm[1]"}, {"type": "object", "name": "Arm1"},
+        {"type": "object", "name": "*"}]})");
+    // The list of affected objects, as the command has it.
+    const auto selected = [&](std::vector<std::string> options) {
+        fs::remove(set);
+        std::vector<std::string> arguments = {"run", rig.string(), "--press", "Destroy Keys"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        arguments.insert(arguments.end(),
+                         {"--set", "Affected Objects/Save=" + set.string(), "--cancel"});
+        const auto result = run(arguments);
+        if (result.status != 0) return std::to_string(result.status) + ": " + result.errors;
+        std::string names = fileText(set);
+        std::ranges::replace(names, '\n', ' ');
+        return names;
+    };
+    EXPECT_EQ(selected({"--select", "*Arm*"}), "RightArm Arm[1] Arm1 ");
+    EXPECT_EQ(selected({"--select", "Arm?", "--select", "*Arm*"}), "Arm1 RightArm Arm[1] ");
+    EXPECT_EQ(selected({"--select", "Arm[1]*"}), "Arm[1] ") << "a bracket is itself";
+    EXPECT_EQ(selected({"--select", "*"}), "* ") << "the very name comes first";
+    EXPECT_TRUE(selected({"--select", "*Wing*"}).starts_with("2: "));
+    EXPECT_NE(selected({"--select", "*Wing*"}).find("fits \"*Wing*\""), std::string::npos);
+    EXPECT_EQ(selected({"--select", "*Wing*", "--select", "L?g", "--select", "Tail",
+                        "--select-optional"}),
+              "Leg ");
+    EXPECT_EQ(run({"run", rig.string(), "--press", "Destroy Keys", "--select", "*Wing*", "--select",
+                   "Leg", "--select-optional", "--save-recipe", recipe.string()})
+                  .status,
+              0);
+    EXPECT_NE(fileText(recipe).find("\"selectOptional\": true"), std::string::npos);
+    EXPECT_EQ(run({"run", rig.string(), "--recipe", recipe.string()}).status, 0);
 }
 
 TEST_F(Program, many_files_at_a_time_give_what_one_after_the_other_gives) {
