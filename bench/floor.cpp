@@ -59,7 +59,7 @@ std::uint32_t slotOf(const Curve& curve, host::Key key) { // `nowhere`: the hand
     return isValid ? slot : nowhere;
 }
 
-// The last key at or before the time; `nowhere`: there is none.
+// The last key at or before the time, or `nowhere`.
 std::uint32_t before(Curve& curve, double time) {
     std::uint32_t at = curve.finger != nowhere ? curve.finger : curve.first;
     if (at == nowhere) return nowhere;

@@ -1,5 +1,7 @@
 #include "stage/base/temporary.h"
 
+#include "stage/base/folder.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -56,7 +58,7 @@ struct LockedRegistry {
     std::unique_lock<std::mutex> lock;
 };
 
-// The machine in the name of something temporary; empty: the name is none of these.
+// The machine in the name of something temporary. Empty for a name of another kind.
 std::string_view machineIn(std::string_view name, std::string_view prefix) {
     constexpr std::size_t unique = 7; // "-XXXXXX"
     if (!name.starts_with(prefix) || name.size() <= prefix.size() + unique) return {};
@@ -84,15 +86,14 @@ void sweep(const fs::path& folder, std::string_view prefix) {
     std::error_code error;
     const fs::path real = fs::weakly_canonical(folder, error);
     if (!LockedRegistry()->swept.insert(real).second) return;
-    for (auto entry = fs::directory_iterator(folder, error);
-         !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
+    for (const fs::path& entry : entriesOf(folder)) {
+        const std::string name = entry.filename().string();
         const std::string_view maker = machineIn(name, prefix);
         if (maker.empty()) continue;
         if (maker == machine())
-            removeIfFree(entry->path());
+            removeIfFree(entry);
         else if (prefix == filePrefix)
-            LockedRegistry()->leftByOthers.push_back(entry->path());
+            LockedRegistry()->leftByOthers.push_back(entry);
     }
 }
 
@@ -169,13 +170,12 @@ void removeTemporaries() {
         const LockedRegistry registry;
         made.swap(registry->made);
     }
-    std::error_code ignored;
-    for (auto entry = fs::directory_iterator("/proc/self/fd", ignored);
-         !ignored && entry != fs::directory_iterator(); entry.increment(ignored)) {
+    for (const fs::path& descriptor : entriesOf("/proc/self/fd")) {
         std::error_code gone;
-        const fs::path open = fs::read_symlink(entry->path(), gone);
+        const fs::path open = fs::read_symlink(descriptor, gone);
         if (!gone && isMadeByPlugin(open.native())) made.insert(open);
     }
+    std::error_code ignored;
     for (const fs::path& path : made)
         fs::remove_all(path, ignored);
 }

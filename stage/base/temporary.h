@@ -14,8 +14,8 @@
 
 namespace cadencora::stage {
 
-// A file or a folder of this process, open and locked. Whoever takes it closes the descriptor and
-// calls forgetTemporary() once it is gone or has its final name.
+// A file or a folder of this process, open and locked. The owner closes the descriptor. It calls
+// forgetTemporary() once the file is gone, or has its final name.
 struct Temporary {
     int descriptor = -1;
     std::filesystem::path path;

@@ -73,7 +73,7 @@ double evaluate(Host& host, EnvelopeRef envelope, double time) {
 }
 
 // The key that a plug-in means by a time: exactly there; else on the frame that the time misses by
-// a rounding, as sums of times do. Empty: there is none.
+// a rounding, as sums of times do. Empty where there is no such key.
 KeyStore::Cursor keyMeant(const KeyStore& keys, double time, double settled) {
     KeyStore::Cursor onFrame;
     const double last = std::max(time, settled);
@@ -168,21 +168,19 @@ KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
     return &first;
 }
 
+// Where a body has to refuse: in full it throws, by `wrong`, and quick it leaves that to the full
+// one.
+template <Manner manner, class Wrong>
+bool refuse(const Wrong& wrong) {
+    if constexpr (manner == Manner::full) wrong();
+    return false;
+}
+
 template <Manner manner>
-bool getAttribute(const Host& host, const KeyStore::Cursor& key, int attribute, void* out,
-                  int& result) {
-    constexpr bool isQuick = manner == Manner::quick;
+bool getAttribute(const KeyStore::Cursor& key, int attribute, void* out, int& result) {
     if (!out) [[unlikely]]
-        return isQuick ? false : (nullAttribute(), true);
+        return refuse<manner>(nullAttribute);
     result = 1;
-    if (const auto& unavailable = host.faults.unavailableAttributes; !unavailable.empty())
-        [[unlikely]] {
-        if constexpr (isQuick) return false;
-        if (unavailable.contains(attribute)) {
-            result = 0;
-            return true;
-        }
-    }
     double number;
     if (attribute == host::keyValue) {
         number = key.value();
@@ -195,7 +193,7 @@ bool getAttribute(const Host& host, const KeyStore::Cursor& key, int attribute, 
         std::memcpy(out, &shape, sizeof shape);
         return true;
     } else {
-        return isQuick ? false : (wrongAttribute(attribute), true);
+        return refuse<manner>([=] { wrongAttribute(attribute); });
     }
     std::memcpy(out, &number, sizeof number);
     return true;
@@ -207,15 +205,8 @@ bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHa
                   int attribute, const void* in, int& result) {
     constexpr bool isQuick = manner == Manner::quick;
     if (!in) [[unlikely]]
-        return isQuick ? false : (nullAttribute(), true);
+        return refuse<manner>(nullAttribute);
     result = 1;
-    if (const auto& refused = host.faults.refusedAttributes; !refused.empty()) [[unlikely]] {
-        if constexpr (isQuick) return false;
-        if (refused.contains(attribute)) {
-            result = 0;
-            return true;
-        }
-    }
     if (attribute == host::keyShape) {
         const int shape = read<int>(in);
         result = isShape(shape) ? 1 : 0;
@@ -233,12 +224,11 @@ bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHa
     } else if (isParameter(attribute)) {
         if constexpr (isQuick) return keys.setParameterInPlace(key, parameterOf(attribute), number);
         keys.setParameter(key, parameterOf(attribute), number);
-    } else if (isQuick) {
-        return false; // it moves keys, or is none
-    } else if (attribute == host::keyTime) {
-        result = keys.setTime(handle, keyTime(host, keys, number)) ? 1 : 0;
+    } else if (attribute != host::keyTime) {
+        return refuse<manner>([=] { wrongAttribute(attribute); });
     } else {
-        wrongAttribute(attribute);
+        if constexpr (isQuick) return false; // other keys may move
+        result = keys.setTime(handle, keyTime(host, keys, number)) ? 1 : 0;
     }
     return true;
 }
@@ -253,14 +243,16 @@ KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {
 }
 
 int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void* out) {
+    const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
+    if (host.faults.unavailableAttributes.contains(attribute)) return 0;
     int result = 0;
-    getAttribute<Manner::full>(host, requireKey(envelope->keys, key), attribute, out, result);
+    getAttribute<Manner::full>(cursor, attribute, out, result);
     return result;
 }
 
 int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const void* in) {
     const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
-    if (!in) nullAttribute();
+    if (host.faults.refusedAttributes.contains(attribute)) return 0;
     int result = 0;
     setAttribute<Manner::full>(host, edited(host, envelope).keys, cursor, key, attribute, in,
                                result);
@@ -288,13 +280,15 @@ bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key&
 
 bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
                  int& result) {
+    if (!host.faults.unavailableAttributes.empty()) return false;
     LastKeys& last = host.lastKeys;
     const LastKeys::Entry* at = known(host, last.walked, last.written, envelope, key);
-    return at && getAttribute<Manner::quick>(host, at->cursor, attribute, out, result);
+    return at && getAttribute<Manner::quick>(at->cursor, attribute, out, result);
 }
 
 bool quickKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
                  int& result) {
+    if (!host.faults.refusedAttributes.empty()) return false;
     LastKeys& last = host.lastKeys;
     const LastKeys::Entry* at = known(host, last.written, last.walked, envelope, key);
     if (!at || at->envelope->keptBy == 0) return false; // the journal has to keep it first
@@ -303,17 +297,17 @@ bool quickKeySet(Host& host, host::Envelope envelope, host::Key key, int attribu
 }
 
 bool quickDestroyKey(Host& host, host::Envelope envelope, host::Key key) {
-    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(envelope);
-    if (!last || last->envelope->keptBy == 0) return false;
-    KeyStore& keys = last->envelope->keys;
+    const LastEnvelopes::Entry* of = host.lastEnvelopes.find(envelope);
+    if (!of || of->envelope->keptBy == 0) return false;
+    KeyStore& keys = of->envelope->keys;
     const KeyHandle handle = Wire<KeyHandle>::in(host, key);
     if (!keys.at(handle) || !keys.eraseInPlace(handle)) return false;
     // Other keys may have moved; the walk has fetched the next one before.
-    LastKeys& keysBefore = host.lastKeys;
-    keysBefore.written.cursor = {};
-    keysBefore.walked.cursor = keysBefore.walked.envelopeHandle == envelope
-                                   ? keys.at(Wire<KeyHandle>::in(host, keysBefore.walked.handle))
-                                   : KeyStore::Cursor();
+    LastKeys& last = host.lastKeys;
+    last.written.cursor = {};
+    last.walked.cursor = last.walked.envelopeHandle == envelope
+                             ? keys.at(Wire<KeyHandle>::in(host, last.walked.handle))
+                             : KeyStore::Cursor();
     return true;
 }
 

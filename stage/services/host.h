@@ -69,7 +69,7 @@ struct LastKeys {
         host::Envelope envelopeHandle = nullptr;
         host::Key handle = nullptr;
         Envelope* envelope = nullptr;
-        KeyStore::Cursor cursor; // empty: the entry is none
+        KeyStore::Cursor cursor; // empty while the entry is not in use
     };
     Entry walked, written;
 

@@ -22,16 +22,18 @@ namespace {
 // The places that a run reads from and writes to, to tell that no two of them are one.
 class Places {
 public:
-    void addInput(const std::filesystem::path& path) { inputs_.insert(placeOf(path)); }
+    std::filesystem::path addInput(const std::filesystem::path& path) {
+        return *inputs_.insert(placeOf(path)).first;
+    }
 
-    // `own`: the input that it may replace; empty: none.
+    // `own`: the place of the input that it may replace; empty for none.
     std::optional<Refusal> addOutput(const std::filesystem::path& path,
                                      const std::filesystem::path& own = {}) {
         const auto target = writeTarget(path);
         if (!target) return Refusal{exitFailed, target.problem()};
         if (target.value().kind != WriteTarget::Kind::file) return std::nullopt;
         const auto place = placeOf(path);
-        if (inputs_.contains(place) && (own.empty() || place != placeOf(own)))
+        if (inputs_.contains(place) && place != own)
             return Refusal{exitUsage, {"an output would replace an input", path.string(), {}}};
         if (!outputs_.insert(place).second)
             return Refusal{exitUsage,
@@ -46,16 +48,17 @@ private:
 // Refuses outputs that cannot work, before any input is opened.
 std::optional<Refusal> checkOutputs(const RunOptions& options) {
     Places places;
+    std::vector<std::filesystem::path> inputs; // where they are
     for (const auto& input : options.inputs)
-        places.addInput(input);
-    for (const auto& input : options.inputs) {
-        const auto output = outputOf(options, input);
+        inputs.push_back(places.addInput(input));
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        const auto output = outputOf(options, options.inputs[i]);
         if (output.empty()) continue;
         if (!formatOf(output))
             return Refusal{
                 exitUsage,
                 {"cannot write a file of this kind", output.string(), knownExtensions()}};
-        if (auto refusal = places.addOutput(output, input)) return refusal;
+        if (auto refusal = places.addOutput(output, inputs[i])) return refusal;
     }
     return options.saveRecipe.empty() ? std::nullopt : places.addOutput(options.saveRecipe);
 }

@@ -40,10 +40,7 @@ void takeMotion(EditScope& edit, const Scene& scene, GroupId to, const Scene& fr
         ChannelId own = scene.findChannel(to, known.name);
         const Envelope& curve = from.envelope(known.envelope);
         if (own == ChannelId::none) own = edit.addChannel(to, known.name, curve.rest);
-        Envelope& envelope = edit.envelope(scene.channel(own).envelope);
-        envelope.before = curve.before;
-        envelope.after = curve.after;
-        envelope.keys = curve.keys;
+        assign(edit.envelope(scene.channel(own).envelope), curve);
     }
     const auto& groups = scene.group(to).groups;
     for (const GroupId sub : from.group(source).groups)

@@ -1,6 +1,7 @@
 #include "stage/desktop/document/recovery.h"
 
 #include "stage/base/file.h"
+#include "stage/base/folder.h"
 #include "stage/desktop/document/document.h"
 #include "stage/formats/native/scene_file.h"
 #include "stage/user/recipe.h"
@@ -44,11 +45,8 @@ int lockOfGone(const fs::path& path) {
 }
 
 std::vector<fs::path> filesEndingIn(const fs::path& folder, const char* ending) {
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (auto entry = fs::directory_iterator(folder, error);
-         !error && entry != fs::directory_iterator(); entry.increment(error))
-        if (entry->path().extension() == ending) found.push_back(entry->path());
+    std::vector<fs::path> found = entriesOf(folder);
+    std::erase_if(found, [&](const fs::path& path) { return path.extension() != ending; });
     return found;
 }
 
@@ -64,25 +62,21 @@ struct Recovery::Writing {
     std::jthread thread;
 
     void write() {
-        const fs::path scenePath = fs::path(path).replace_extension(".scene");
-        const auto attempt = [&]() -> Result<> {
-            if (auto written = writeSceneFile(scene, scenePath); !written) return written.problem();
-            auto sceneText = readFile(scenePath);
-            if (!sceneText) return sceneText.problem();
-            // The scene is put in as text: it may be large.
-            std::string head_ = text(head), clip_ = text(clip);
-            head_.pop_back();
-            clip_.pop_back();
-            return writeFile(path,
-                             head_ + ",\"clips\":[" + clip_ + ",\"scene\":" + *sceneText + "}]}\n");
-        };
         try {
-            result = attempt();
+            auto sceneJson = sceneText(scene);
+            if (!sceneJson) {
+                result = sceneJson.problem();
+                return;
+            }
+            // The scene is put in as text: it may be large.
+            std::string start = text(head), clipStart = text(clip);
+            start.pop_back();
+            clipStart.pop_back();
+            result = writeFile(path, start + ",\"clips\":[" + clipStart +
+                                         ",\"scene\":" + *sceneJson + "}]}\n");
         } catch (const std::bad_alloc&) {
             result = outOfMemory(path.string());
         }
-        std::error_code ignored;
-        fs::remove(scenePath, ignored);
     }
 };
 
@@ -130,7 +124,7 @@ void Recovery::follow() {
     if (!document_.isModified()) {
         timer_.stop();
         isStale_ = false;
-        if (writing_) end();
+        end();
         if (std::exchange(isKept_, false)) remove(path_);
     } else if (writing_) {
         isStale_ = true;

@@ -47,7 +47,10 @@ bool isSceneText(std::string_view head);
 Result<Loaded> readSceneFile(std::string_view text, const std::filesystem::path& path,
                              const ReadOptions& options);
 
-// Refuses a scene with a number that is not finite.
+// What a scene file of the scene holds. Refuses a scene with a number that is not finite.
+Result<std::string> sceneText(const Scene& scene);
+
+// Refuses the same.
 Result<Written> writeSceneFile(const Scene& scene, const std::filesystem::path& path,
                                const WriteOptions& options = {});
 

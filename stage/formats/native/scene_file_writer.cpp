@@ -54,7 +54,9 @@ bool isDefault(const Envelope& envelope, double rest) {
 
 class SceneFileWriter {
 public:
-    SceneFileWriter(const Scene& scene, AtomicFile& file) : scene_(scene), file_(file) {}
+    using Out = std::function<void(std::string_view)>; // takes piece after piece
+
+    SceneFileWriter(const Scene& scene, Out out) : scene_(scene), out_(std::move(out)) {}
 
     // The item or channel with a number that is not finite; empty where all are finite.
     const std::string& notFinite() const { return notFinite_; }
@@ -86,12 +88,12 @@ private:
     }
     void index(ItemId id) { whole(static_cast<std::uint32_t>(id) - 1); }
     void flush() {
-        file_.write(text_);
+        out_(text_);
         text_.clear();
     }
 
     const Scene& scene_;
-    AtomicFile& file_;
+    Out out_;
     std::string text_;
     std::string place_ = "the scene"; // what is being written
     std::string notFinite_;
@@ -239,17 +241,28 @@ void SceneFileWriter::keys(const KeyStore& keys) {
     text_ += ']';
 }
 
+Problem notFinite(const SceneFileWriter& writer, std::string where) {
+    return {"cannot write the scene", std::move(where),
+            "a number of " + writer.notFinite() + " is not finite"};
+}
+
 } // namespace
+
+Result<std::string> sceneText(const Scene& scene) {
+    std::string text;
+    SceneFileWriter writer(scene, [&](std::string_view piece) { text += piece; });
+    writer.write({});
+    if (!writer.notFinite().empty()) return notFinite(writer, scene.name);
+    return text;
+}
 
 Result<Written> writeSceneFile(const Scene& scene, const std::filesystem::path& path,
                                const WriteOptions& options) {
     auto file = AtomicFile::create(path);
     if (!file) return file.problem();
-    SceneFileWriter writer(scene, *file);
+    SceneFileWriter writer(scene, [&](std::string_view piece) { file->write(piece); });
     if (!writer.write(options)) return writingStopped(path);
-    if (!writer.notFinite().empty())
-        return Problem{"cannot write the scene", path.string(),
-                       "a number of " + writer.notFinite() + " is not finite"};
+    if (!writer.notFinite().empty()) return notFinite(writer, path.string());
     if (auto written = file->commit(); !written) return written.problem();
     return Written{};
 }

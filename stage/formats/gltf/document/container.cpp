@@ -132,8 +132,8 @@ Result<std::vector<GlbChunk>> glbChunks(std::string_view file, const std::string
     return chunks;
 }
 
-std::size_t glbPadding(std::size_t json) {
-    return (4 - json % 4) % 4;
+std::size_t glbPadding(std::size_t bytes) {
+    return (4 - bytes % 4) % 4;
 }
 
 std::string glbHead(std::size_t json, std::size_t rest) {
@@ -163,7 +163,7 @@ std::string markFor(std::string_view text) {
 }
 
 // Where a long data URI begins at or after a place of a JSON text, and its length without the
-// quotes. Nothing: there is none any more.
+// quotes. Nothing where there is no further one.
 std::optional<std::pair<std::size_t, std::size_t>> longUri(std::string_view text, std::size_t at) {
     constexpr std::size_t isLong = 4096;
     constexpr std::string_view start = "\"data:";
@@ -177,15 +177,14 @@ std::optional<std::pair<std::size_t, std::size_t>> longUri(std::string_view text
 
 } // namespace
 
-std::string_view JsonDocument::uri(const std::string& text) const {
-    if (!text.starts_with(mark)) return text;
-    const auto number =
-        parseInteger(std::string_view(text).substr(mark.size(), text.size() - mark.size() - 1));
-    const bool isKnown = number && *number >= 0 && static_cast<std::size_t>(*number) < uris.size();
-    return isKnown ? uris[static_cast<std::size_t>(*number)] : std::string_view(text);
+std::string_view JsonDocument::uri(std::string_view text) const {
+    if (uris.empty() || !text.starts_with(mark)) return text;
+    text.remove_prefix(mark.size());
+    return uris[static_cast<std::size_t>(*parseInteger(text.substr(0, text.size() - 1)))];
 }
 
 std::string JsonDocument::hold(std::string uri) {
+    if (mark.empty()) mark = markFor(json.dump(-1, ' ', false, Json::error_handler_t::replace));
     uris.push_back(made.emplace_back(std::move(uri)));
     return mark + std::to_string(uris.size() - 1) + '#';
 }
@@ -245,10 +244,12 @@ JsonPieces::JsonPieces(const JsonDocument& document, std::string_view like)
     const std::string_view all = text;
     const std::string mark = '"' + document.mark;
     std::size_t from = 0;
-    for (std::size_t at = all.find(mark); at != std::string_view::npos; at = all.find(mark, from)) {
+    while (!document.uris.empty()) {
+        const std::size_t at = all.find(mark, from);
+        if (at == std::string_view::npos) break;
         const std::size_t end = all.find('"', at + 1);
         pieces.push_back(all.substr(from, at + 1 - from));
-        pieces.push_back(document.uri(std::string(all.substr(at + 1, end - at - 1))));
+        pieces.push_back(document.uri(all.substr(at + 1, end - at - 1)));
         from = end;
     }
     pieces.push_back(all.substr(from));

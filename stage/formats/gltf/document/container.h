@@ -28,7 +28,7 @@ Result<std::vector<GlbChunk>> glbChunks(std::string_view file, const std::string
 // The head of a GLB file up to its JSON of so many bytes, which glbPadding() blanks follow; `rest`
 // is the size of the chunks after the JSON, heads included.
 std::string glbHead(std::size_t json, std::size_t rest);
-std::size_t glbPadding(std::size_t json);
+std::size_t glbPadding(std::size_t bytes);
 
 // The head of a chunk whose content has been padded.
 std::string glbChunkHead(std::uint32_t type, std::size_t bytes);
@@ -36,14 +36,15 @@ std::string glbChunkHead(std::uint32_t type, std::size_t bytes);
 // A document in which long data URIs stand aside: they would take many times their size as JSON.
 struct JsonDocument {
     Json json;
-    // What stands in the JSON for the URI of each number, after which come the number and "#".
-    std::string mark = "data:#";
+    // What stands in the JSON for the URI of each number, after which come the number and "#". It
+    // is nowhere else in the document. Empty while no URI stands aside.
+    std::string mark;
     std::vector<std::string_view> uris; // in the text that was parsed, or in `made`
     std::deque<std::string> made;
 
     // The whole URI that a text of the JSON stands for, which may be that text itself.
-    std::string_view uri(const std::string& text) const;
-    // What to write in the JSON for a new URI.
+    std::string_view uri(std::string_view text) const;
+    // What to write in the JSON for a new URI. From then on the JSON gets no other new texts.
     std::string hold(std::string uri);
 };
 

@@ -101,7 +101,7 @@ Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& pa
 Result<> writeGlbFile(const Draft& draft, const JsonPieces& json, const fs::path& path) {
     const bool hasChunk = !draft.buffers.empty() && draft.buffers[0].kind == Kind::chunk;
     const std::string_view chunk = hasChunk ? bytesOf(draft.buffers[0]) : std::string_view();
-    const std::size_t padding = (4 - chunk.size() % 4) % 4;
+    const std::size_t padding = glbPadding(chunk.size());
     std::size_t rest = hasChunk ? 8 + chunk.size() + padding : 0;
     for (const GlbChunk& further : draft.furtherChunks)
         rest += 8 + further.bytes.size();

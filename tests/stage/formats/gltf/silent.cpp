@@ -144,6 +144,18 @@ TEST(GltfSilent, a_rate_is_found_within_the_roundings_of_its_times_and_no_furthe
     }
 }
 
+TEST(GltfSilent, a_name_that_looks_like_what_stands_for_a_buffer_is_a_name) {
+    Scene scene;
+    for (const char* name : {"data:#", "data:#0#", "data:##0#"})
+        scene.addItem(ItemType::object, name);
+    scene.mutableMotion(Scene::itemAt(0), positionX).keys.append(0, 1, Shape::linear);
+    const auto back = loaded("a.gltf", written(scene, "a.gltf"));
+    ASSERT_EQ(back.scene.itemCount(), 3u);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(back.scene.item(Scene::itemAt(i)).name, scene.item(Scene::itemAt(i)).name);
+    EXPECT_EQ(back.scene.motion(Scene::itemAt(0), positionX).evaluate(0), 1);
+}
+
 TEST(GltfSilent, limits_hold_at_their_last_and_first_number) {
     const auto nested = [](std::size_t depth) {
         Document document;
