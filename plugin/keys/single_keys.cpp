@@ -2,12 +2,6 @@
 
 namespace cadencora {
 
-int getKeyData(const host::EnvelopeFuncs* envelopes, host::Envelope envelope, host::Key key,
-               double* time, double* value) {
-    envelopes->keyGet(envelope, key, host::keyValue, value);
-    return envelopes->keyGet(envelope, key, host::keyTime, time);
-}
-
 host::Key findOrCreateKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,
                           double time) {
     const host::Key key = envelopes->findKey(envelope, time);

@@ -11,8 +11,11 @@ namespace cadencora {
 
 // Reads value, then time (seconds). Answers the host's result for the time; what the host does not
 // deliver is left as it was.
-int getKeyData(const host::EnvelopeFuncs* envelopes, host::Envelope envelope, host::Key key,
-               double* time, double* value);
+inline int getKeyData(const host::EnvelopeFuncs* envelopes, host::Envelope envelope, host::Key key,
+                      double* time, double* value) {
+    envelopes->keyGet(envelope, key, host::keyValue, value);
+    return envelopes->keyGet(envelope, key, host::keyTime, time);
+}
 
 // The key at the time, or a new one there with the curve's present value. Null if refused.
 host::Key findOrCreateKey(const host::EnvelopeFuncs* envelopes, host::Envelope envelope,

@@ -9,53 +9,11 @@ namespace cadencora::stage {
 
 namespace {
 
-// Walks both states of an envelope together, in order of time.
 ChannelChange compare(const Envelope& before, const Envelope& after) {
-    ChannelChange change;
-    change.settingsChanged = before.before != after.before || before.after != after.after ||
-                             !identical(before.rest, after.rest);
-    const auto touched = [&](double time) {
-        if (change.keys() == 0) change.firstTime = time;
-        change.lastTime = time;
-    };
-    auto old = before.keys.begin(), now = after.keys.begin();
-    bool both = old && now;
-    while (both) {
-        if (sharedKey(old, now)) {
-            skipSameKeys(old, now);
-            both = old && now;
-            continue;
-        }
-        const double was = old.time(), is = now.time();
-        if (was < is) {
-            touched(was);
-            change.keysRemoved += passBefore(old, is, change.lastTime);
-            both = static_cast<bool>(old);
-        } else if (is < was) {
-            touched(is);
-            change.keysAdded += passBefore(now, was, change.lastTime);
-            both = static_cast<bool>(now);
-        } else {
-            KeyStore::Cursor::Differences differences;
-            compareKeys(old, now, differences);
-            if (differences.keys > 0) {
-                touched(differences.first);
-                change.keysChanged += differences.keys;
-                change.lastTime = differences.last;
-            }
-            both = old && now;
-        }
-    }
-    constexpr double never = std::numeric_limits<double>::infinity();
-    while (old) {
-        touched(old.time());
-        change.keysRemoved += passBefore(old, never, change.lastTime);
-    }
-    while (now) {
-        touched(now.time());
-        change.keysAdded += passBefore(now, never, change.lastTime);
-    }
-    return change;
+    return {.channel = ChannelId::none,
+            .keys = after.keys.differencesFrom(before.keys),
+            .settingsChanged = before.before != after.before || before.after != after.after ||
+                               !identical(before.rest, after.rest)};
 }
 
 } // namespace
@@ -120,16 +78,17 @@ ChangeReport EditScope::report() const {
         const Envelope* copy = before[static_cast<std::size_t>(channel.envelope)];
         if (!copy) return;
         ChannelChange change = compare(*copy, scene_.envelope(channel.envelope));
-        if (change.keys() == 0 && !change.settingsChanged) return;
+        const KeyStore::Differences& keys = change.keys;
+        if (keys.count() == 0 && !change.settingsChanged) return;
         change.channel = id;
-        if (change.keys() > 0) {
+        if (keys.count() > 0) {
             const bool none = report.keysAdded + report.keysRemoved + report.keysChanged == 0;
-            first = none ? change.firstTime : std::min(first, change.firstTime);
-            last = none ? change.lastTime : std::max(last, change.lastTime);
+            first = none ? keys.first : std::min(first, keys.first);
+            last = none ? keys.last : std::max(last, keys.last);
         }
-        report.keysAdded += change.keysAdded;
-        report.keysRemoved += change.keysRemoved;
-        report.keysChanged += change.keysChanged;
+        report.keysAdded += keys.added;
+        report.keysRemoved += keys.removed;
+        report.keysChanged += keys.changed;
         report.channels.push_back(change);
         if (const ItemId item = scene_.group(channel.group).item; item != lastItem) {
             ++report.items;

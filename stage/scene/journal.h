@@ -11,15 +11,11 @@
 
 namespace cadencora::stage {
 
-// What an edit did to one channel. A key counts as changed where it stands at the same time as
-// before and any other of its attributes has other bits.
+// What an edit did to one channel.
 struct ChannelChange {
     ChannelId channel = ChannelId::none;
-    std::size_t keysAdded = 0, keysRemoved = 0, keysChanged = 0;
-    bool settingsChanged = false;       // behaviours
-    double firstTime = 0, lastTime = 0; // seconds; of the keys touched, where there are any
-
-    std::size_t keys() const { return keysAdded + keysRemoved + keysChanged; }
+    KeyStore::Differences keys;
+    bool settingsChanged = false; // behaviours
 };
 
 struct ChangeReport {

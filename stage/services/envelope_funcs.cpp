@@ -67,11 +67,6 @@ void saveEnvelope(Host& host, EnvelopeRef envelope, host::SaveState state) {
     file->second.text += envelopeText(envelope.envelope);
 }
 
-// Settled, so that a key made with the curve's value is on the curve.
-double evaluate(Host& host, EnvelopeRef envelope, double time) {
-    return envelope->evaluate(host.scene().rate.settled(time));
-}
-
 // The key that a plug-in means by a time: exactly there; else on the frame that the time misses by
 // a rounding, as sums of times do. Empty where there is no such key.
 KeyStore::Cursor keyMeant(const KeyStore& keys, double time, double settled) {
@@ -93,19 +88,10 @@ double keyTime(const Host& host, const KeyStore& keys, double time) {
     return there ? there.time() : settled;
 }
 
-KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
-    if (!std::isfinite(time) || !std::isfinite(value))
-        throw MisuseError{"a key needs a finite time and value"};
-    Envelope& target = edited(host, envelope);
-    return target.keys.handle(target.placeKey(keyTime(host, target.keys, time), value));
-}
-
-KeyHandle findKey(Host& host, EnvelopeRef envelope, double time) {
-    KeyStore& keys = envelope.envelope.keys;
-    const double settled = host.scene().rate.settled(time);
-    if (settled == time || !std::isfinite(time)) return keys.find(time);
-    const KeyStore::Cursor found = keyMeant(keys, time, settled);
-    return found ? keys.handle(found) : KeyHandle::none;
+KeyStore::Cursor keyAt(const KeyStore& keys, double time, double settled) {
+    if (settled != time && std::isfinite(time)) return keyMeant(keys, time, settled);
+    const KeyStore::Cursor next = keys.atOrAfter(time);
+    return next && next.time() == time ? next : KeyStore::Cursor();
 }
 
 // The slots that walks and copies consist of. Each has one body, which is called in one of two
@@ -149,23 +135,17 @@ KeyStore::Cursor requireKey(const KeyStore& keys, KeyHandle key) {
     return cursor;
 }
 
-// The key that a quick call is about, its handles checked: it is the one of an earlier call, or it
-// is looked up and remembered in `first`. Null: only the full manner can tell.
-[[gnu::always_inline]] inline LastKeys::Entry* known(Host& host, LastKeys::Entry& first,
-                                                     LastKeys::Entry& second,
-                                                     host::Envelope envelope, host::Key key) {
-    const auto isIt = [&](const LastKeys::Entry& entry) {
-        return entry.handle == key && entry.envelopeHandle == envelope && entry.cursor;
-    };
-    if (isIt(first)) [[likely]]
+// The key that a quick call is about, where it is one that an earlier call has found. Null: only
+// the full manner can tell.
+[[gnu::always_inline]] inline const LastKeys::Entry* known(const LastKeys::Entry& first,
+                                                           const LastKeys::Entry& second,
+                                                           const LastKeys::Entry& third,
+                                                           host::Envelope envelope, host::Key key) {
+    if (first.isOf(envelope, key)) [[likely]]
         return &first;
-    if (isIt(second)) return &second;
-    const LastEnvelopes::Entry* last = host.lastEnvelopes.find(envelope);
-    if (!last) return nullptr;
-    const KeyStore::Cursor cursor = last->envelope->keys.at(Wire<KeyHandle>::in(host, key));
-    if (!cursor) return nullptr;
-    first = {envelope, key, last->envelope, cursor};
-    return &first;
+    if (second.isOf(envelope, key)) [[likely]]
+        return &second;
+    return third.isOf(envelope, key) ? &third : nullptr;
 }
 
 // Where a body has to refuse: in full it throws, by `wrong`, and quick it leaves that to the full
@@ -177,7 +157,8 @@ bool refuse(const Wrong& wrong) {
 }
 
 template <Manner manner>
-bool getAttribute(const KeyStore::Cursor& key, int attribute, void* out, int& result) {
+[[gnu::always_inline]] inline bool getAttribute(const KeyStore::Cursor& key, int attribute,
+                                                void* out, int& result) {
     if (!out) [[unlikely]]
         return refuse<manner>(nullAttribute);
     result = 1;
@@ -216,6 +197,9 @@ bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHa
         return true;
     }
     const double number = read<double>(in);
+    if constexpr (isQuick) // most of what copies of keys set
+        if (isParameter(attribute) && keys.staysZero(key, parameterOf(attribute), number))
+            return true;
     result = std::isfinite(number) ? 1 : 0;
     if (result == 0) return true;
     if (attribute == host::keyValue) {
@@ -228,23 +212,63 @@ bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHa
         return refuse<manner>([=] { wrongAttribute(attribute); });
     } else {
         if constexpr (isQuick) return false; // other keys may move
+        Host::lastKeys.forget();
         result = keys.setTime(handle, keyTime(host, keys, number)) ? 1 : 0;
     }
     return true;
 }
 
+// Settled, so that a key made with the curve's value is on the curve.
+double curveAt(const Host& host, const Envelope& envelope, double time) {
+    return envelope.evaluate(host.scene().rate.settled(time));
+}
+
 // Full
 
-KeyHandle nextKey(Host&, EnvelopeRef envelope, KeyHandle key) {
+// For the quick calls after this one. They do not ask about the faults that tests wish for.
+void remember(const Host& host, LastKeys::Entry& entry, const EnvelopeRef& envelope,
+              const KeyStore::Cursor& key, KeyHandle handle) {
+    if (!host.faults().refusedAttributes.empty() || !host.faults().unavailableAttributes.empty())
+        return;
+    entry = {envelope.handle, Wire<KeyHandle>::out(handle), &envelope.envelope, key};
+}
+
+double evaluate(Host& host, EnvelopeRef envelope, double time) {
+    return curveAt(host, envelope.envelope, time);
+}
+
+KeyHandle findKey(Host& host, EnvelopeRef envelope, double time) {
     KeyStore& keys = envelope.envelope.keys;
-    if (key == KeyHandle::none) return keys.first();
-    requireKey(keys, key);
-    return keys.next(key);
+    const KeyStore::Cursor found = keyAt(keys, time, host.scene().rate.settled(time));
+    if (!found) return KeyHandle::none;
+    const KeyHandle handle = keys.handle(found);
+    remember(host, Host::lastKeys.written, envelope, found, handle);
+    return handle;
+}
+
+KeyHandle createKey(Host& host, EnvelopeRef envelope, double time, double value) {
+    if (!std::isfinite(time) || !std::isfinite(value))
+        throw MisuseError{"a key needs a finite time and value"};
+    Envelope& target = edited(host, envelope);
+    const KeyStore::Cursor made = target.placeKey(keyTime(host, target.keys, time), value);
+    const KeyHandle handle = target.keys.handle(made);
+    remember(host, Host::lastKeys.written, envelope, made, handle);
+    return handle;
+}
+
+KeyHandle nextKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
+    KeyStore& keys = envelope.envelope.keys;
+    if (key != KeyHandle::none) requireKey(keys, key);
+    const KeyHandle next = key == KeyHandle::none ? keys.first() : keys.next(key);
+    if (next != KeyHandle::none)
+        remember(host, Host::lastKeys.walked, envelope, keys.at(next), next);
+    return next;
 }
 
 int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void* out) {
     const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
-    if (host.faults.unavailableAttributes.contains(attribute)) return 0;
+    remember(host, Host::lastKeys.walked, envelope, cursor, key);
+    if (host.faults().unavailableAttributes.contains(attribute)) return 0;
     int result = 0;
     getAttribute<Manner::full>(cursor, attribute, out, result);
     return result;
@@ -252,7 +276,8 @@ int keyGet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, void*
 
 int keySet(Host& host, EnvelopeRef envelope, KeyHandle key, int attribute, const void* in) {
     const KeyStore::Cursor cursor = requireKey(envelope->keys, key);
-    if (host.faults.refusedAttributes.contains(attribute)) return 0;
+    remember(host, Host::lastKeys.written, envelope, cursor, key);
+    if (host.faults().refusedAttributes.contains(attribute)) return 0;
     int result = 0;
     setAttribute<Manner::full>(host, edited(host, envelope).keys, cursor, key, attribute, in,
                                result);
@@ -266,9 +291,59 @@ void destroyKey(Host& host, EnvelopeRef envelope, KeyHandle key) {
 
 // Quick
 
-bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key& result) {
-    LastKeys& last = host.lastKeys;
-    LastKeys::Entry* at = known(host, last.walked, last.written, envelope, key);
+bool quickEvaluate(host::Envelope envelope, double time, double& result) {
+    const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
+    if (!of) return false;
+    result = curveAt(*Host::active(), *of->envelope, time);
+    return true;
+}
+
+bool quickFindKey(host::Envelope envelope, double time, host::Key& result) {
+    const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
+    if (!of) return false;
+    LastKeys::Entry& written = Host::lastKeys.written;
+    if (written.envelope == of->envelope && written.cursor && written.cursor.time() == time) {
+        result = written.handle;
+        return true;
+    }
+    const double settled = Host::active()->scene().rate.settled(time);
+    const KeyStore::Cursor found = keyAt(of->envelope->keys, time, settled);
+    result = nullptr;
+    if (!found) {
+        Host::lastKeys.missed = {of->envelope, time, settled};
+        return true;
+    }
+    KeyHandle handle;
+    if (!of->envelope->keys.handleInPlace(found, handle)) return false;
+    result = Wire<KeyHandle>::out(handle);
+    written = {envelope, result, of->envelope, found};
+    return true;
+}
+
+bool quickCreateKey(host::Envelope envelope, double time, double value, host::Key& result) {
+    const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
+    if (!of || of->envelope->keptBy == 0) return false; // the journal has to keep it first
+    if (!std::isfinite(time) || !std::isfinite(value)) return false;
+    Envelope& target = *of->envelope;
+    const LastKeys::Missed missed = std::exchange(Host::lastKeys.missed, {});
+    const double keyed = missed.envelope == &target && missed.time == time
+                             ? missed.settled
+                             : keyTime(*Host::active(), target.keys, time);
+    const KeyStore::Place place = target.keys.placeAt(keyed);
+    if (!target.placesInPlace(place, keyed)) return false;
+    const KeyStore::Cursor made = target.placeKey(place, keyed, value);
+    KeyHandle handle = KeyHandle::none;
+    target.keys.handleInPlace(made, handle);
+    result = Wire<KeyHandle>::out(handle);
+    Host::lastKeys.written = {envelope, result, of->envelope, made};
+    Host::lastKeys.walked.lookAgain(of->envelope);
+    Host::lastKeys.passed.lookAgain(of->envelope);
+    return true;
+}
+
+bool quickNextKey(host::Envelope envelope, host::Key key, host::Key& result) {
+    LastKeys& last = Host::lastKeys;
+    const LastKeys::Entry* at = known(last.walked, last.written, last.passed, envelope, key);
     if (!at) return false;
     KeyStore::Cursor cursor = at->cursor;
     KeyHandle next;
@@ -278,37 +353,43 @@ bool quickNextKey(Host& host, host::Envelope envelope, host::Key key, host::Key&
     return true;
 }
 
-bool quickKeyGet(Host& host, host::Envelope envelope, host::Key key, int attribute, void* out,
-                 int& result) {
-    if (!host.faults.unavailableAttributes.empty()) return false;
-    LastKeys& last = host.lastKeys;
-    const LastKeys::Entry* at = known(host, last.walked, last.written, envelope, key);
+bool quickKeyGet(host::Envelope envelope, host::Key key, int attribute, void* out, int& result) {
+    const LastKeys& last = Host::lastKeys;
+    const LastKeys::Entry* at = known(last.walked, last.passed, last.written, envelope, key);
     return at && getAttribute<Manner::quick>(at->cursor, attribute, out, result);
 }
 
-bool quickKeySet(Host& host, host::Envelope envelope, host::Key key, int attribute, const void* in,
-                 int& result) {
-    if (!host.faults.refusedAttributes.empty()) return false;
-    LastKeys& last = host.lastKeys;
-    const LastKeys::Entry* at = known(host, last.written, last.walked, envelope, key);
-    if (!at || at->envelope->keptBy == 0) return false; // the journal has to keep it first
-    return setAttribute<Manner::quick>(host, at->envelope->keys, at->cursor,
-                                       Wire<KeyHandle>::in(host, key), attribute, in, result);
+// The same for a key that a walk has passed: it is looked up.
+bool passedKeyGet(host::Envelope envelope, host::Key key, int attribute, void* out, int& result) {
+    const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
+    const Host* host = Host::active();
+    if (!of || !host->faults().unavailableAttributes.empty()) return false;
+    const KeyStore::Cursor cursor =
+        of->envelope->keys.at(static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(key)));
+    if (!cursor) return false;
+    Host::lastKeys.passed = {envelope, key, of->envelope, cursor};
+    return getAttribute<Manner::quick>(cursor, attribute, out, result);
 }
 
-bool quickDestroyKey(Host& host, host::Envelope envelope, host::Key key) {
-    const LastEnvelopes::Entry* of = host.lastEnvelopes.find(envelope);
+bool quickKeySet(host::Envelope envelope, host::Key key, int attribute, const void* in,
+                 int& result) {
+    const LastKeys& last = Host::lastKeys;
+    const LastKeys::Entry* at = known(last.written, last.walked, last.passed, envelope, key);
+    if (!at || at->envelope->keptBy == 0) return false;
+    return setAttribute<Manner::quick>(*Host::active(), at->envelope->keys, at->cursor,
+                                       KeyHandle::none, attribute, in, result);
+}
+
+bool quickDestroyKey(host::Envelope envelope, host::Key key) {
+    const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
     if (!of || of->envelope->keptBy == 0) return false;
-    KeyStore& keys = of->envelope->keys;
-    const KeyHandle handle = Wire<KeyHandle>::in(host, key);
-    if (!keys.at(handle) || !keys.eraseInPlace(handle)) return false;
-    // Other keys may have moved; the walk has fetched the next one before.
-    LastKeys& last = host.lastKeys;
-    last.written.cursor = {};
-    last.walked.cursor = last.walked.envelopeHandle == envelope
-                             ? keys.at(Wire<KeyHandle>::in(host, last.walked.handle))
-                             : KeyStore::Cursor();
-    return true;
+    LastKeys& last = Host::lastKeys;
+    for (LastKeys::Entry* entry : {&last.walked, &last.passed, &last.written})
+        if (entry->handle == key) entry->cursor = {};
+    const KeyStore::Erased erased = of->envelope->keys.eraseInPlace(
+        static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(key)));
+    if (erased == KeyStore::Erased::withMoves) last.lookAgain(of->envelope);
+    return erased != KeyStore::Erased::no;
 }
 
 Behaviour Envelope::*settingOf(int tag) {
@@ -331,6 +412,11 @@ int getEnvelopeValue(Host&, EnvelopeRef envelope, OrNone<GroupId>, int tag, int*
     return 1;
 }
 
+// Of slots under which no key comes, goes or moves, except a change of a key's time, which sees to
+// the last keys itself.
+template <SlotName slot, auto function>
+constexpr auto steadyGate = gate<service, slot, function, LastKeysAfter::kept>;
+
 } // namespace
 
 host::EnvelopeFuncs& envelopeFuncs() {
@@ -342,16 +428,16 @@ host::EnvelopeFuncs& envelopeFuncs() {
         .copyEnvelope = gate<service, "copyEnvelope", &copyEnvelope>,
         .loadEnvelope = gate<service, "loadEnvelope", &loadEnvelope>,
         .saveEnvelope = gate<service, "saveEnvelope", &saveEnvelope>,
-        .evaluate = gate<service, "evaluate", &evaluate>,
+        .evaluate = fastGate<&quickEvaluate, steadyGate<"evaluate", &evaluate>>,
         .slot8 = nullptr,
         .slot9 = nullptr,
-        .createKey = gate<service, "createKey", &createKey>,
+        .createKey = fastGate<&quickCreateKey, gate<service, "createKey", &createKey>>,
         .destroyKey = fastGate<&quickDestroyKey, gate<service, "destroyKey", &destroyKey>>,
-        .findKey = gate<service, "findKey", &findKey>,
-        .nextKey = fastGate<&quickNextKey, gate<service, "nextKey", &nextKey>>,
+        .findKey = fastGate<&quickFindKey, steadyGate<"findKey", &findKey>>,
+        .nextKey = fastGate<&quickNextKey, steadyGate<"nextKey", &nextKey>>,
         .slot14 = nullptr,
-        .keySet = fastGate<&quickKeySet, gate<service, "keySet", &keySet>>,
-        .keyGet = fastGate<&quickKeyGet, gate<service, "keyGet", &keyGet>>,
+        .keySet = fastGate<&quickKeySet, steadyGate<"keySet", &keySet>>,
+        .keyGet = fastGate<&quickKeyGet, fastGate<&passedKeyGet, steadyGate<"keyGet", &keyGet>>>,
         .slot17 = nullptr,
         .setEnvelopeValue = gate<service, "setEnvelopeValue", &setEnvelopeValue>,
         .getEnvelopeValue = gate<service, "getEnvelopeValue", &getEnvelopeValue>,

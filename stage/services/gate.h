@@ -63,6 +63,7 @@ constexpr std::uint32_t ownEnvelopeKind = 5;
 struct EnvelopeRef {
     EnvelopeId id; // `none`: one of the plug-in's own
     Envelope& envelope;
+    host::Envelope handle;
 
     const Envelope* operator->() const { return &envelope; }
 };
@@ -126,11 +127,11 @@ template <>
 struct Wire<EnvelopeRef> {
     using Raw = host::Envelope;
     static EnvelopeRef in(Host& host, Raw raw) {
-        const LastEnvelopes::Entry* last = host.lastEnvelopes.find(raw);
+        const LastEnvelopes::Entry* last = Host::lastEnvelopes.find(raw);
         if (!last) [[unlikely]] {
-            last = &host.lastEnvelopes.remember(look(host, raw));
+            last = &Host::lastEnvelopes.remember(look(host, raw));
         }
-        return {last->id, *last->envelope};
+        return {last->id, *last->envelope, raw};
     }
 
 private:
@@ -221,11 +222,16 @@ struct SlotName {
     }
 };
 
-template <SlotName service, SlotName slot, auto function, class = decltype(function)>
+// Whether the host's last keys hold after a call: whether no key may have come, gone or moved.
+enum class LastKeysAfter { forgotten, kept };
+
+template <SlotName service, SlotName slot, auto function, LastKeysAfter lastKeys,
+          class = decltype(function)>
 struct Gate;
 
-template <SlotName service, SlotName slot, auto function, class R, class... A>
-struct Gate<service, slot, function, R (*)(Host&, A...)> {
+template <SlotName service, SlotName slot, auto function, LastKeysAfter lastKeys, class R,
+          class... A>
+struct Gate<service, slot, function, lastKeys, R (*)(Host&, A...)> {
     // Never inlined: the fast path before it must not pay for its frame.
     [[gnu::noinline]] static auto call(typename Wire<A>::Raw... arguments) noexcept {
         if constexpr (std::is_void_v<R>) {
@@ -246,7 +252,7 @@ private:
         if (!host) return;
         try {
             host->countCall();
-            host->lastKeys.forget();
+            if constexpr (lastKeys == LastKeysAfter::forgotten) Host::lastKeys.forget();
             body(*host);
         } catch (...) {
             host->recordThrown(service.text, slot.text);
@@ -255,8 +261,9 @@ private:
 };
 
 // The C function of a slot, for a table's initialiser.
-template <SlotName service, SlotName slot, auto function>
-constexpr auto gate = &Gate<service, slot, function>::call;
+template <SlotName service, SlotName slot, auto function,
+          LastKeysAfter lastKeys = LastKeysAfter::forgotten>
+constexpr auto gate = &Gate<service, slot, function, lastKeys>::call;
 
 // Slots that are called for every key have a quick path before their gate: `fast` gets the raw
 // arguments and handles the common case, without throwing or allocating. Where it returns false it
@@ -266,14 +273,13 @@ struct FastGate;
 
 template <auto fast, auto gated, class R, class... A>
 struct FastGate<fast, gated, R (*)(A...) noexcept> {
-    static R call(A... arguments) noexcept {
-        Host* host = Host::active();
+    [[gnu::noinline]] static R call(A... arguments) noexcept { // also where it is another's `gated`
         if constexpr (std::is_void_v<R>) {
-            if (!host || !fast(*host, arguments...)) [[unlikely]]
+            if (!fast(arguments...)) [[unlikely]]
                 gated(arguments...);
         } else {
             R result;
-            if (host && fast(*host, arguments..., result)) [[likely]]
+            if (fast(arguments..., result)) [[likely]]
                 return result;
             return gated(arguments...);
         }

@@ -38,7 +38,7 @@ std::int32_t frameWord(std::int64_t frame) {
 
 void* lookUp(Host& host, std::string_view name, int) {
     const auto found = std::ranges::find(services, name, &Service::name);
-    if (found == services.end() || host.faults.withheldServices.contains(name)) {
+    if (found == services.end() || host.faults().withheldServices.contains(name)) {
         host.missingServices.insert(std::string(name));
         return nullptr;
     }
@@ -53,12 +53,14 @@ Host::Host(Scene scene, FrontEnd& frontEnd, HostOptions options)
     : scene_(std::move(scene)), frontEnd_(frontEnd), options_(std::move(options)),
       panels_(frontEnd.metrics()), previous_(active_) {
     active_ = this;
+    forgetEnvelope();
     journal_.setBudget(options_.undoBudget);
 }
 
 Host::~Host() {
     closePanels();
     passNumbers();
+    forgetEnvelope();
     if (active_ == this) active_ = previous_;
 }
 

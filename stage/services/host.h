@@ -61,19 +61,44 @@ private:
     std::array<Entry, 2> entries_; // the newest first
 };
 
-// The keys that the plug-in's last calls were about: the one that a walk has come to, and the one
-// that is written to. Cursors hold only until a store changes otherwise than by the quick slots, so
-// every other call forgets them.
+// The keys that the plug-in's last calls were about: the one that a walk has come to, one that it
+// has passed but that is still read, and the one that is written to. Their handles have been
+// checked. Cursors hold only until keys move, so a call under which they may either forgets them or
+// looks them up again.
 struct LastKeys {
     struct Entry {
         host::Envelope envelopeHandle = nullptr;
         host::Key handle = nullptr;
         Envelope* envelope = nullptr;
         KeyStore::Cursor cursor; // empty while the entry is not in use
-    };
-    Entry walked, written;
 
-    void forget() { walked.cursor = written.cursor = {}; }
+        bool isOf(host::Envelope envelopeSought, host::Key key) const {
+            return handle == key && envelopeHandle == envelopeSought && cursor;
+        }
+        // Finds the key again after keys of the envelope have moved.
+        void lookAgain(const Envelope* changed) {
+            if (envelope == changed && cursor)
+                cursor = changed->keys.at(
+                    static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(handle)));
+        }
+    };
+    Entry walked, passed, written;
+
+    // What findKey has just not found: no key of the envelope is meant by the time.
+    struct Missed {
+        const Envelope* envelope = nullptr;
+        double time = 0, settled = 0;
+    };
+    Missed missed;
+
+    void forget() {
+        walked.cursor = passed.cursor = written.cursor = {};
+        missed.envelope = nullptr;
+    }
+    void lookAgain(const Envelope* changed) {
+        for (Entry* entry : {&walked, &passed, &written})
+            entry->lookAgain(changed);
+    }
 };
 
 // For tests of the pair of plug-in and stage.
@@ -172,15 +197,19 @@ public:
     Envelope* ownEnvelope(std::uint64_t number);
     void destroyOwnEnvelope(std::uint64_t number);
 
-    HostFaults faults;
+    const HostFaults& faults() const { return faults_; }
+    HostFaults& mutableFaults() { // the quick slots do not ask about them
+        lastKeys.forget();
+        return faults_;
+    }
 
     // Must be forgotten whenever an envelope is removed.
-    LastEnvelopes lastEnvelopes;
-    void forgetEnvelope() {
+    static inline LastEnvelopes lastEnvelopes; // of the active host: every hot call asks for it
+    static void forgetEnvelope() {
         lastEnvelopes.forget();
         lastKeys.forget();
     }
-    LastKeys lastKeys;
+    static inline LastKeys lastKeys; // the same
 
     HostFiles files;
     int modalPanels = 0; // open now, one within the other
@@ -210,6 +239,7 @@ private:
     PanelSet panels_;
     Journal journal_;
     std::optional<EditScope> scope_;
+    HostFaults faults_;
     bool threw_ = false;                      // the plug-in, within the event
     std::vector<host::Item> selectedHandles_; // ends with null
     Host* previous_ = nullptr;

@@ -40,8 +40,8 @@ constexpr std::array typeRows{
 // Panels
 
 PanelModel* createPanel(Host& host, std::string_view title, int) {
-    if (host.faults.panelsUntilNull == 0) return nullptr;
-    if (host.faults.panelsUntilNull > 0) --host.faults.panelsUntilNull;
+    if (host.faults().panelsUntilNull == 0) return nullptr;
+    if (host.faults().panelsUntilNull > 0) --host.mutableFaults().panelsUntilNull;
     return &host.panels().createPanel(std::string(title));
 }
 

@@ -144,11 +144,11 @@ struct Rig {
     void expectNothingWithout(const std::string& service, const std::string& command) {
         SCOPED_TRACE(command + " without " + service);
         user.titles.clear();
-        host.faults.withheldServices = {service};
+        host.mutableFaults().withheldServices = {service};
         EXPECT_TRUE(perform(command).empty());
         EXPECT_EQ(user.titles, Texts());
         EXPECT_EQ(user.said(), Texts());
-        host.faults.withheldServices.clear();
+        host.mutableFaults().withheldServices.clear();
     }
 
     // The value that a control of the newest dialogs holds now.

@@ -140,9 +140,12 @@ double Envelope::evaluate(double time) const {
     return inside ? *inside : outsideKeys(*this, time);
 }
 
-KeyStore::Cursor Envelope::placeKey(double time, double value) {
-    const Cursor next = keys.atOrAfter(time);
-    if (next && next.time() == time) return keys.insert(time, value, next.shape());
+KeyStore::Cursor Envelope::placeKey(KeyStore::Place place, double time, double value) {
+    const Cursor next = keys.after(place);
+    if (next && next.time() == time) {
+        keys.setValue(next, value);
+        return next;
+    }
     const Cursor neighbour = next ? next : keys.last();
     const Shape shape = neighbour ? neighbour.shape() : Shape::spline;
     double slope = 0;
@@ -151,12 +154,18 @@ KeyStore::Cursor Envelope::placeKey(double time, double value) {
         from.stepBack();
         if (from) slope = slopeInside(from, next, time);
     }
-    const Cursor key = keys.insert(time, value, shape);
+    const Cursor key = keys.insertAt(place, time, value, shape);
     if (slope != 0) {
         keys.setParameter(key, incomingSlope, slope);
         keys.setParameter(key, outgoingSlope, slope);
     }
     return key;
+}
+
+bool Envelope::placesInPlace(KeyStore::Place place, double time) const {
+    const Cursor next = keys.after(place);
+    if (next && (next.time() == time || next.shape() == Shape::tangents)) return false;
+    return keys.insertsInPlace(place);
 }
 
 void assign(Envelope& to, const Envelope& from) {

@@ -34,7 +34,13 @@ struct Envelope {
     // Puts a key at a finite time, as a person does who keys a value there. An existing key takes
     // the value and keeps the rest; a new one continues the shape of the span it falls into, so
     // that a key placed on the curve disturbs it as little as its shape allows.
-    KeyStore::Cursor placeKey(double time, double value);
+    KeyStore::Cursor placeKey(double time, double value) {
+        return placeKey(keys.placeAt(time), time, value);
+    }
+    KeyStore::Cursor placeKey(KeyStore::Place place, double time, double value); // keys.placeAt's
+    // True where no key stands at the time and placing one, with its handle, takes no memory. It
+    // may be false without need.
+    bool placesInPlace(KeyStore::Place place, double time) const;
 };
 
 // Gives `to` the keys and behaviours of `from`; handles of its old keys end.

@@ -25,9 +25,7 @@ public:
     // digit decides how near is near: "0.0083333" is 120, "0.0417083" is 24000/1001.
     static std::optional<FrameRate> fromFrameTime(std::string_view text);
 
-    double perSecond() const {
-        return static_cast<double>(frames_) / static_cast<double>(seconds_);
-    }
+    double perSecond() const { return perSecond_; }
 
     // The time of a frame in seconds, by the one division that everything else uses too, so that
     // equal frames have equal times.
@@ -63,9 +61,12 @@ public:
     bool operator==(const FrameRate&) const = default;
 
 private:
-    FrameRate(std::int64_t frames, std::int64_t seconds) : frames_(frames), seconds_(seconds) {}
+    FrameRate(std::int64_t frames, std::int64_t seconds)
+        : frames_(frames), seconds_(seconds),
+          perSecond_(static_cast<double>(frames) / static_cast<double>(seconds)) {}
 
     std::int64_t frames_ = 30, seconds_ = 1;
+    double perSecond_ = 30; // their quotient: it is asked for with every key
 };
 
 } // namespace cadencora::stage

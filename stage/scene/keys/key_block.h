@@ -112,6 +112,18 @@ struct KeyBlock : Recycled<KeyBlock> {
             takeOwnColumns();
         return columns.forEditing();
     }
+    // Gives the gap a slot that lies next to it; false: the slot lies elsewhere. In a full block
+    // the gap may open anywhere. The caller counts the key that is gone.
+    bool widenGap(int slot) {
+        if (slot == gapBegin - 1) {
+            --gapBegin;
+        } else if (count == capacity) {
+            gapBegin = slot;
+        } else {
+            return slot == gapEnd();
+        }
+        return true;
+    }
     Links& linksMade() {
         if (!links) links = std::make_unique<Links>();
         return *links;

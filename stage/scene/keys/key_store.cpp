@@ -74,45 +74,90 @@ void skipSameKeys(KeyStore::Cursor& a, KeyStore::Cursor& b) {
     b.advance();
 }
 
-void compareKeys(KeyStore::Cursor& a, KeyStore::Cursor& b,
-                 KeyStore::Cursor::Differences& differences) {
-    const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
-    const auto i = KeyBlock::at(a.slot_), j = KeyBlock::at(b.slot_);
-    const auto run = KeyBlock::at(std::min(a.runLength(), b.runLength()));
-    const bool plain = !x.parameters && !y.parameters;
-    std::size_t n = 0, found = 0, first = 0, last = 0;
-    for (; n < run && x.time[i + n] == y.time[j + n]; ++n) {
-        bool same = identical(x.value[i + n], y.value[j + n]) && x.shape[i + n] == y.shape[j + n] &&
-                    identical(x.time[i + n], y.time[j + n]);
-        for (std::size_t p = 0; !plain && same && p < parameterCount; ++p)
-            same = identical(x.parameter(a.slot_ + static_cast<int>(n), p),
-                             y.parameter(b.slot_ + static_cast<int>(n), p));
-        if (same) continue;
-        if (found++ == 0) first = n;
-        last = n;
-    }
-    if (found > 0) {
-        if (differences.keys == 0) differences.first = y.time[j + first];
-        differences.last = y.time[j + last];
-        differences.keys += found;
-    }
-    a.slot_ += static_cast<int>(n) - 1;
-    b.slot_ += static_cast<int>(n) - 1;
-    a.advance();
-    b.advance();
+namespace {
+
+// A stretch of keys in one array each, as long as a block's gap lets it be.
+struct Run {
+    const KeyColumns& columns;
+    const double* time;
+    const double* value;
+    const Shape* shape;
+    int slot, length;
+
+    Run(const KeyColumns& of, int first, int keys)
+        : columns(of), time(&of.time[KeyBlock::at(first)]), value(&of.value[KeyBlock::at(first)]),
+          shape(&of.shape[KeyBlock::at(first)]), slot(first), length(keys) {}
+};
+
+bool sameInRuns(const Run& a, int i, const Run& b, int j) {
+    if (!identical(a.value[i], b.value[j]) || a.shape[i] != b.shape[j] ||
+        !identical(a.time[i], b.time[j]))
+        return false;
+    if (!a.columns.parameters && !b.columns.parameters) return true;
+    for (std::size_t p = 0; p < parameterCount; ++p)
+        if (!identical(a.columns.parameter(a.slot + i, p), b.columns.parameter(b.slot + j, p)))
+            return false;
+    return true;
 }
 
-std::size_t passBefore(KeyStore::Cursor& key, double time, double& last) {
-    const double* times = &key.block_->columns->time[KeyBlock::at(key.slot_)];
-    const int run = key.runLength();
-    int n = run; // mostly all of them
-    if (!(times[run - 1] < time))
-        for (n = 1; times[n] < time;)
-            ++n;
-    last = times[n - 1];
-    key.slot_ += n - 1;
-    key.advance();
-    return static_cast<std::size_t>(n);
+} // namespace
+
+KeyStore::Differences KeyStore::differencesFrom(const KeyStore& before) const {
+    Differences found;
+    bool any = false;
+    const auto touch = [&](double first, double last) {
+        if (!any) found.first = first;
+        any = true;
+        found.last = last;
+    };
+    const auto pass = [](Cursor& key, int keys) {
+        if (keys == 0) return;
+        key.slot_ += keys - 1;
+        key.advance();
+    };
+    Cursor old = before.begin(), now = begin();
+    while (old && now) {
+        if (sharedKey(old, now)) {
+            skipSameKeys(old, now);
+            continue;
+        }
+        const Run was(*old.block_->columns, old.slot_, old.runLength());
+        const Run is(*now.block_->columns, now.slot_, now.runLength());
+        int i = 0, j = 0;
+        while (i < was.length && j < is.length) {
+            const double oldTime = was.time[i], newTime = is.time[j];
+            if (oldTime == newTime) {
+                if (!sameInRuns(was, i, is, j)) {
+                    touch(newTime, newTime);
+                    ++found.changed;
+                }
+                ++i, ++j;
+            } else if (oldTime < newTime) {
+                const int gone = was.time[was.length - 1] < newTime ? was.length - i : 1;
+                touch(oldTime, was.time[i + gone - 1]);
+                found.removed += static_cast<std::size_t>(gone);
+                i += gone;
+            } else {
+                touch(newTime, newTime);
+                ++found.added;
+                ++j;
+            }
+        }
+        pass(old, i);
+        pass(now, j);
+    }
+    const auto rest = [&](Cursor key, std::size_t& count) {
+        while (key) {
+            const int run = key.runLength();
+            const double* times = &key.block_->columns->time[Block::at(key.slot_)];
+            touch(times[0], times[run - 1]);
+            count += static_cast<std::size_t>(run);
+            pass(key, run);
+        }
+    };
+    rest(old, found.removed);
+    rest(now, found.added);
+    return found;
 }
 
 // Life

@@ -69,18 +69,6 @@ public:
         // same ones after it, as far as one block shows. Free where stores share the arrays.
         friend void skipSameKeys(Cursor& a, Cursor& b);
 
-        // Steps both cursors, which stand on keys at the same time, over these and those after them
-        // that stand at the same times, as far as one block shows. Adds what differs.
-        struct Differences {
-            std::size_t keys = 0;
-            double first = 0, last = 0; // their times
-        };
-        friend void compareKeys(Cursor& a, Cursor& b, Differences& differences);
-
-        // Steps over the keys before a time, as far as one block shows. The cursor stands on one.
-        // Answers how many; `last` becomes the time of the last one.
-        friend std::size_t passBefore(Cursor& key, double time, double& last);
-
     private:
         friend class KeyStore;
         int runLength() const { // of slots with keys from here on
@@ -90,6 +78,26 @@ public:
         Cursor(const Block* block, int slot) : block_(block), slot_(slot) {}
         const Block* block_ = nullptr;
         int slot_ = 0;
+    };
+
+    // How the keys of a store differ from those of an earlier state. A key counts as changed where
+    // it stands at the same time as before and any other of its attributes has other bits.
+    struct Differences {
+        std::size_t added = 0, removed = 0, changed = 0;
+        double first = 0, last = 0; // seconds; of those keys, where there are any
+
+        std::size_t count() const { return added + removed + changed; }
+    };
+    // Free where the two share their arrays.
+    Differences differencesFrom(const KeyStore& before) const;
+
+    // A place in the order of the keys, before one of them or after the last: valid until the store
+    // changes.
+    class Place {
+        friend class KeyStore;
+        Place(Block* placeBlock, int placeIndex) : block(placeBlock), index(placeIndex) {}
+        Block* block;
+        int index; // before the index-th key of the block
     };
 
     // Gives memory that gone stores have left for the next ones back to the system.
@@ -112,10 +120,16 @@ public:
     Cursor begin() const { return head_ ? Cursor(head_, head_->firstSlot()) : Cursor(); }
     Cursor last() const { return tail_ ? Cursor(tail_, tail_->lastSlot()) : Cursor(); }
     Cursor atOrAfter(double time) const { // the first key at or after a time
+        return after(placeAt(time));
+    }
+    Place placeAt(double time) const { // before that key
         // What is looked at is mostly looked at again, at the same time.
-        const auto [block, index] = isLowerBound(finger_, time) ? finger_ : lowerBound(time);
+        return isLowerBound(finger_, time) ? finger_ : lowerBound(time);
+    }
+    Cursor after(Place place) const {
+        const Block* block = place.block;
         if (!block) return {};
-        if (index < block->count) return {block, block->slotOf(index)};
+        if (place.index < block->count) return {block, block->slotOf(place.index)};
         return block->next ? Cursor(block->next, block->next->firstSlot()) : Cursor();
     }
 
@@ -127,19 +141,23 @@ public:
     bool nextInPlace(Cursor& key, KeyHandle& result) {
         Cursor next = key;
         next.advance();
-        if (!next || !next.block_->links) return false;
-        std::uint32_t& link = (*next.block_->links)[Block::at(next.slot_)];
-        if (link == 0) {
-            if (freeEntry_ == 0) return false;
-            link = takeEntry(&mutableBlock(next), next.slot_);
-        }
-        result = handleOf(link);
+        if (!next || !handleInPlace(next, result)) return false;
         key = next;
         return true;
     }
     KeyHandle find(double time);   // the key that stands exactly at the time
     KeyHandle handle(Cursor key) { // the cursor must be up to date, on a key
         return handleAt(&mutableBlock(key), key.slot_);
+    }
+    bool handleInPlace(Cursor key, KeyHandle& result) { // the same; false: it would allocate
+        if (!key.block_->links) return false;
+        std::uint32_t& link = (*key.block_->links)[Block::at(key.slot_)];
+        if (link == 0) {
+            if (freeEntry_ == 0) return false;
+            link = takeEntry(&mutableBlock(key), key.slot_);
+        }
+        result = handleOf(link);
+        return true;
     }
     Cursor at(KeyHandle key) const { // empty where the handle is not one of this store's keys
         const std::uint64_t word = static_cast<std::uint64_t>(key);
@@ -155,9 +173,26 @@ public:
 
     // Puts a key at a finite time; a key that stands there gets the value and keeps the rest.
     Cursor insert(double time, double value, Shape shape);
+    // The same at a time where no key stands; the place must be placeAt(time).
+    Cursor insertAt(Place place, double time, double value, Shape shape) {
+        const int slot = openSlot(place, time);
+        finger_.block->put(slot, time, value, shape);
+        return {finger_.block, slot};
+    }
+    // True where insertAt takes no memory, nor handle() for the key.
+    bool insertsInPlace(Place place) const {
+        const Block* block = place.block;
+        return block && block->count < Block::capacity && !block->columns.shared() &&
+               block->links && freeEntry_ != 0;
+    }
     void erase(KeyHandle key);
-    // The same where it takes no memory; false: not done, as it might take some.
-    bool eraseInPlace(KeyHandle key);
+    // The same for any handle, where it takes no memory.
+    enum class Erased {
+        no,       // not done: it might take memory, or the handle is not one of this store's keys
+        alone,    // no other key moved within its block: cursors on others hold
+        withMoves // cursors do not hold
+    };
+    Erased eraseInPlace(KeyHandle key);
     // The cursor must be of this store and up to date.
     void setValue(Cursor key, double value) {
         mutableBlock(key).edit().value[Block::at(key.slot_)] = value;
@@ -176,6 +211,10 @@ public:
     bool setShapeInPlace(Cursor key, Shape shape) {
         return setInPlace(key, shape, [](KeyColumns& own) { return &own.shape; });
     }
+    // True where the parameter of all keys nearby is zero, and the number is, to the bit.
+    static bool staysZero(Cursor key, Parameter which, double number) {
+        return identical(number, 0) && !key.block_->columns->hasColumn(which);
+    }
     bool setParameterInPlace(Cursor key, Parameter which, double value) {
         if (!key.block_->columns->hasColumn(which)) return identical(value, 0); // which it is
         return setInPlace(key, value,
@@ -190,10 +229,6 @@ public:
     void clear();
 
 private:
-    struct Place { // a position in the order: before the index-th key of a block
-        Block* block;
-        int index;
-    };
     // What a handle leads to. One out of use has no block, the serial number 0, and the next such
     // one (its place + 1) for a slot.
     struct Entry {
@@ -209,7 +244,8 @@ private:
 
     // True where the place is certain to be the lower bound, as far as its block tells.
     static bool isLowerBound(Place place, double time) {
-        const auto [block, index] = place;
+        const Block* block = place.block;
+        const int index = place.index;
         return block && index > 0 && index < block->count && block->timeAt(index - 1) < time &&
                block->timeAt(index) >= time;
     }
@@ -242,12 +278,20 @@ private:
         return true;
     }
     int openSlot(Place place, double time);
+    void moveWithin(Block& block, int fromSlot, int toSlot, int count);
     void moveGap(Block& block, int index);
     void moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int count);
     void eraseSlot(Block& block, int slot);
     Block* addBlockAfter(Block* block, double separator);
     void removeBlock(Block* block);
     void mergeSparse(Block* block);
+    // Its key has no handle from now on.
+    void freeEntry(Entry& entry) {
+        (*entry.block->links)[entry.slot] = 0;
+        entry = {
+            nullptr, 0,
+            std::exchange(freeEntry_, static_cast<std::uint32_t>(&entry - entries_.data() + 1))};
+    }
     void eraseEntry(Entry& entry);
     std::size_t indexOf(const Block* block) const;
     void copyKeys(const KeyStore& other);

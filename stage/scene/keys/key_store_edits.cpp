@@ -20,39 +20,19 @@ void KeyStore::moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int co
     const KeyColumns& source = *from.columns;
     if (from.links) to.linksMade();
     const auto first = Block::at(fromSlot), place = Block::at(toSlot), keys = Block::at(count);
-    const auto moveLink = [&](std::size_t i) {
-        if (const std::uint32_t link = (*to.links)[place + i])
-            entries_[link - 1].moveTo(&to, place + i);
-    };
-    const auto moveOne = [&](std::size_t i) {
-        target.time[place + i] = source.time[first + i];
-        target.value[place + i] = source.value[first + i];
-        target.shape[place + i] = source.shape[first + i];
-        if (!to.links) return;
-        (*to.links)[place + i] = from.links ? (*from.links)[first + i] : 0;
-        moveLink(i);
-    };
     const auto moveAll = [&](const auto& in, auto& out) {
         std::memmove(&out[place], &in[first], keys * sizeof in[0]);
     };
-    constexpr int few = 6; // most moves are shorter
-    if (count > few) {
-        moveAll(source.time, target.time);
-        moveAll(source.value, target.value);
-        moveAll(source.shape, target.shape);
-        if (from.links) {
-            moveAll(*from.links, *to.links);
-            for (std::size_t i = 0; i < keys; ++i)
-                moveLink(i);
-        } else if (to.links) {
-            std::fill_n(to.links->begin() + toSlot, count, 0u);
-        }
-    } else if (fromSlot < toSlot) { // the two may overlap
-        for (std::size_t i = keys; i-- > 0;)
-            moveOne(i);
-    } else {
+    moveAll(source.time, target.time);
+    moveAll(source.value, target.value);
+    moveAll(source.shape, target.shape);
+    if (from.links) {
+        moveAll(*from.links, *to.links);
         for (std::size_t i = 0; i < keys; ++i)
-            moveOne(i);
+            if (const std::uint32_t link = (*to.links)[place + i])
+                entries_[link - 1].moveTo(&to, place + i);
+    } else if (to.links) {
+        std::fill_n(to.links->begin() + toSlot, count, 0u);
     }
     if (!source.parameters && !target.parameters) return;
     for (std::size_t p = 0; p < parameterCount; ++p) {
@@ -64,14 +44,34 @@ void KeyStore::moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int co
     }
 }
 
+// The same within one block. Edits that follow each other move few keys at a time.
+inline void KeyStore::moveWithin(Block& block, int fromSlot, int toSlot, int count) {
+    constexpr int few = 4;
+    if (count > few || !block.links || block.columns.shared() || block.columns->parameters)
+        return moveKeys(block, fromSlot, block, toSlot, count);
+    KeyColumns& keys = block.columns.forEditing();
+    Block::Links& links = *block.links;
+    const bool backward = fromSlot < toSlot; // the two may overlap
+    int from = backward ? fromSlot + count - 1 : fromSlot;
+    const int distance = toSlot - fromSlot, step = backward ? -1 : 1;
+    for (; count > 0; --count, from += step) {
+        const auto source = Block::at(from), target = Block::at(from + distance);
+        keys.time[target] = keys.time[source];
+        keys.value[target] = keys.value[source];
+        keys.shape[target] = keys.shape[source];
+        if (const std::uint32_t link = links[target] = links[source])
+            entries_[link - 1].slot = static_cast<std::uint32_t>(target);
+    }
+}
+
 void KeyStore::moveGap(Block& block, int index) {
     if (index == block.gapBegin) return;
     const int gap = capacity - block.count;
     if (gap > 0) {
         if (index < block.gapBegin) {
-            moveKeys(block, index, block, index + gap, block.gapBegin - index);
+            moveWithin(block, index, index + gap, block.gapBegin - index);
         } else {
-            moveKeys(block, block.gapEnd(), block, block.gapBegin, index - block.gapBegin);
+            moveWithin(block, block.gapEnd(), block.gapBegin, index - block.gapBegin);
         }
     }
     block.gapBegin = index;
@@ -163,32 +163,22 @@ int KeyStore::openSlot(Place place, double time) {
 }
 
 KeyStore::Cursor KeyStore::insert(double time, double value, Shape shape) {
-    Place place = lowerBound(time);
-    if (place.block && place.index == place.block->count && place.block->next) {
-        Block* next = place.block->next;
-        if (next->timeAt(0) == time) place = {next, 0};
-    }
-    if (place.block && place.index < place.block->count &&
-        place.block->timeAt(place.index) == time) {
-        const int slot = place.block->slotOf(place.index);
-        place.block->edit().value[Block::at(slot)] = value;
-        return {place.block, slot};
-    }
-    const int slot = openSlot(place, time);
-    finger_.block->put(slot, time, value, shape);
-    return {finger_.block, slot};
+    const Place place = placeAt(time);
+    const Cursor next = after(place);
+    if (!next || next.time() != time) return insertAt(place, time, value, shape);
+    setValue(next, value);
+    return next;
 }
 
 inline void KeyStore::eraseSlot(Block& block, int slot) {
     const int index = block.indexOf(slot);
-    if (block.count == capacity) {
-        block.gapBegin = slot; // no gap yet: it opens here
-    } else if (const int after = block.gapBegin - 1 - slot; after >= 0 && after <= 2) {
+    if (!block.widenGap(slot)) {
         // A little before the gap the keys between close up, and the gap stays ahead of the walk.
-        if (after > 0) moveKeys(block, slot + 1, block, slot, after);
-        --block.gapBegin;
-    } else if (slot != block.gapEnd()) { // right after the gap, which just takes it in
-        moveGap(block, index + 1);
+        const int left = block.gapBegin - 1 - slot;
+        if (left >= 0 && left <= 2)
+            moveWithin(block, slot + 1, slot, left);
+        else
+            moveGap(block, index + 1);
         --block.gapBegin;
     }
     --block.count;
@@ -204,27 +194,32 @@ void KeyStore::erase(KeyHandle key) {
 inline void KeyStore::eraseEntry(Entry& entry) {
     Block& block = *entry.block;
     const int slot = static_cast<int>(entry.slot);
-    entry = {nullptr, 0,
-             std::exchange(freeEntry_, static_cast<std::uint32_t>(&entry - entries_.data() + 1))};
-    (*block.links)[Block::at(slot)] = 0;
+    freeEntry(entry);
     eraseSlot(block, slot);
 }
 
-bool KeyStore::eraseInPlace(KeyHandle key) {
-    Entry& entry = entryOf(key);
-    Block& block = *entry.block;
-    const int slot = static_cast<int>(entry.slot);
+KeyStore::Erased KeyStore::eraseInPlace(KeyHandle key) {
+    const Cursor at = this->at(key);
+    if (!at) return Erased::no;
+    Block& block = mutableBlock(at);
+    if (block.count > sparse && block.widenGap(at.slot_)) {
+        freeEntry(entryOf(key));
+        --block.count;
+        --size_;
+        finger_ = {&block, block.gapBegin};
+        return Erased::alone;
+    }
     const bool movesKeys =
-        block.count < capacity && slot != block.gapEnd() && slot != block.gapBegin - 1;
-    if (movesKeys && block.columns.shared()) return false;
+        block.count < capacity && at.slot_ != block.gapEnd() && at.slot_ != block.gapBegin - 1;
+    if (movesKeys && block.columns.shared()) return Erased::no;
     if (block.count <= sparse && block.count > 1) { // it might join a neighbour
         const auto hasRoom = [&](const Block* neighbour) {
             return neighbour && neighbour->count + block.count - 1 <= joined;
         };
-        if (hasRoom(block.previous) || hasRoom(block.next)) return false;
+        if (hasRoom(block.previous) || hasRoom(block.next)) return Erased::no;
     }
-    eraseEntry(entry);
-    return true;
+    eraseEntry(entryOf(key));
+    return Erased::withMoves;
 }
 
 bool KeyStore::setTime(KeyHandle key, double time) {

@@ -52,7 +52,7 @@ TEST_F(Commands, end_without_a_word_where_a_service_is_missing) {
             expectNothingWithout(service, command);
             // The service goes while the dialog is open.
             user.inDialog = [&](PanelModel& panel) {
-                host.faults.withheldServices = {service};
+                host.mutableFaults().withheldServices = {service};
                 for (const ControlModel* control : panel.controls)
                     if (control->type == ControlType::listBox) (void)listRows(*control);
             };
@@ -183,7 +183,7 @@ TEST_F(Commands, random_keys_heed_the_channel_list_unless_they_are_grouped) {
         Texts keyed;
         for (const ChannelChange& change : changes.channels) {
             keyed.push_back(host.scene().channelPath(change.channel));
-            EXPECT_EQ(change.keysAdded, 3u);
+            EXPECT_EQ(change.keys.added, 3u);
         }
         EXPECT_EQ(keyed, row.keyed) << row.method << ", " << row.selection;
         EXPECT_EQ(user.said(), Texts());

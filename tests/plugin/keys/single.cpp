@@ -112,7 +112,7 @@ TEST_F(SingleKeys, findAndSetKeyWithTag_writes_the_attribute_of_old_and_new_keys
     expectKey(at(1), 2, Shape::hold, sevens);
     EXPECT_EQ(at(1.5).value, 3);
     EXPECT_EQ(at(1.5).parameters[bias], 9.5);
-    host.faults.refusedAttributes = {2};
+    host.mutableFaults().refusedAttributes = {2};
     edit([&] { EXPECT_EQ(findAndSetKeyWithTag(envelopes, targetHandle, 2, 8, 2, &hold), 0); });
     expectKey(at(2), 8, Shape::linear, sevens);
 }
@@ -153,8 +153,8 @@ TEST_F(SingleKeys, copyKey_stops_at_a_lost_shape_and_passes_over_other_lost_attr
         SCOPED_TRACE(&row - rows);
         target.keys.clear();
         target.keys.append({1, 10, Shape::linear, sevens});
-        host.faults.refusedAttributes = row.refused;
-        host.faults.unavailableAttributes = row.unavailable;
+        host.mutableFaults().refusedAttributes = row.refused;
+        host.mutableFaults().unavailableAttributes = row.unavailable;
         edit([&] { copyKey(envelopes, targetHandle, key(1), sourceHandle, sourceKey(), 42); });
         expectKey(at(1), row.value, row.shape, row.parameters);
         EXPECT_EQ(target.keys.size(), 1u);

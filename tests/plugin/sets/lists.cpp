@@ -227,7 +227,7 @@ TEST_F(Lists, dialogs_refuse_with_a_message_the_range_first) {
     }
     for (const int made : {0, 1}) { // the first dialog, the options
         select({"Box"});
-        host.faults.panelsUntilNull = made;
+        host.mutableFaults().panelsUntilNull = made;
         EXPECT_TRUE(perform("MoveRotateScale").empty());
         EXPECT_EQ(user.said(), Texts{"error: Unable to create new panel / "});
     }

@@ -67,7 +67,7 @@ TEST(Activation, of_another_interface_version_does_nothing) {
 TEST(Activation, without_messages_or_panels_ends_without_a_word) {
     for (const char* service : {"Info Messages 2", "LWPanelServices"}) {
         Rig rig;
-        rig.host.faults.withheldServices = {service};
+        rig.host.mutableFaults().withheldServices = {service};
         EXPECT_EQ(Cadencora(2, &Host::lookup, Host::layoutGeneric(), nullptr), 2) << service;
         EXPECT_TRUE(rig.host.panels().panels().empty());
         EXPECT_TRUE(rig.user.said().empty());
@@ -76,7 +76,7 @@ TEST(Activation, without_messages_or_panels_ends_without_a_word) {
 
 TEST(Activation, tells_that_there_is_no_panel) {
     Rig rig;
-    rig.host.faults.panelsUntilNull = 0;
+    rig.host.mutableFaults().panelsUntilNull = 0;
     EXPECT_EQ(Cadencora(2, &Host::lookup, Host::layoutGeneric(), nullptr), 2);
     ASSERT_EQ(rig.user.messages().size(), 1u);
     EXPECT_EQ(rig.user.messages()[0].kind, MessageKind::error);

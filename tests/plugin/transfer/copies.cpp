@@ -156,16 +156,16 @@ TEST_F(Copies, end_without_a_word_where_a_service_is_missing_and_with_one_withou
         SCOPED_TRACE(command);
         for (const char* service : {"LW Item Info 5", "LW Interface Info 7"}) {
             user.titles.clear();
-            host.faults.withheldServices = {service};
+            host.mutableFaults().withheldServices = {service};
             EXPECT_EQ(said(command), Texts());
             EXPECT_EQ(user.titles, Texts());
         }
-        host.faults.withheldServices.clear();
+        host.mutableFaults().withheldServices.clear();
         select({"Box"});
         const bool dialogFirst = command != frameCopy && command != motionCopy;
-        host.faults.panelsUntilNull = dialogFirst ? 1 : 0;
+        host.mutableFaults().panelsUntilNull = dialogFirst ? 1 : 0;
         EXPECT_EQ(said(command), Texts{"error: Unable to create new panel / "});
-        host.faults.panelsUntilNull = -1;
+        host.mutableFaults().panelsUntilNull = -1;
     }
     EXPECT_EQ(lines, Texts());
 }

@@ -97,19 +97,19 @@ TEST_F(Journaled, the_report_agrees_with_a_plain_comparison_over_random_edits) {
                 keys.setParameter(keys.at(key), tension, round < 30 ? 0 : i % 2);
         }
         read(after);
-        ChannelChange expected;
+        KeyStore::Differences expected;
         for (const auto& [time, old] : before) {
             const auto now = after.find(time);
             if (now == after.end())
-                ++expected.keysRemoved;
+                ++expected.removed;
             else if (old.value != now->second.value || old.parameters != now->second.parameters)
-                ++expected.keysChanged;
+                ++expected.changed;
         }
-        expected.keysAdded = after.size() + expected.keysRemoved - before.size();
+        expected.added = after.size() + expected.removed - before.size();
         const ChangeReport report = journal.commit(scope);
-        ASSERT_EQ(report.keysAdded, expected.keysAdded);
-        ASSERT_EQ(report.keysRemoved, expected.keysRemoved);
-        ASSERT_EQ(report.keysChanged, expected.keysChanged);
+        ASSERT_EQ(report.keysAdded, expected.added);
+        ASSERT_EQ(report.keysRemoved, expected.removed);
+        ASSERT_EQ(report.keysChanged, expected.changed);
         if (round % 5 == 4) journal.undo(scene);
     }
 }

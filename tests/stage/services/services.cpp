@@ -133,9 +133,9 @@ TEST_F(Services, read_and_write_every_key_attribute) {
         envelopes.createKey(envelope, 2, 0);
         const double taken = 2;
         EXPECT_FALSE(envelopes.keySet(envelope, key, host::keyTime, &taken));
-        host.faults.refusedAttributes = {host::keyValue};
+        host.mutableFaults().refusedAttributes = {host::keyValue};
         EXPECT_FALSE(envelopes.keySet(envelope, key, host::keyValue, &taken));
-        host.faults = {};
+        host.mutableFaults() = {};
     });
 }
 
