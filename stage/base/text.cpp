@@ -86,9 +86,17 @@ bool fitsPattern(const std::string& text, std::string_view pattern) {
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,
                          std::size_t most) {
     if (names.empty()) return "none is known";
+    // Long names are compared by their first part: a suggestion need not be exact.
+    const auto near = [](std::string_view a, std::string_view b) {
+        return distance(a.substr(0, 64), b.substr(0, 64));
+    };
+    // "Head/Smile" is nearly "Head/Face/Smile".
+    const auto last = [](std::string_view path) { return path.substr(path.rfind('/') + 1); };
     std::ranges::stable_sort(names, {}, [&](const std::string& name) {
-        // Long names are compared by their first part: a suggestion need not be exact.
-        return distance(wanted.substr(0, 64), std::string_view(name).substr(0, 64));
+        const auto whole = near(wanted, name);
+        return last(wanted) == wanted && last(name) == name
+                   ? whole
+                   : std::min(whole, 1 + near(last(wanted), last(name)));
     });
     NameList nearest(most);
     for (const std::string& name : names)

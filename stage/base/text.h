@@ -26,7 +26,7 @@ bool fitsPattern(const std::string& text, std::string_view pattern);
 // Up to `most` of the names, nearest to `wanted` first, quoted and joined by commas; the count of
 // the rest follows. For messages about an unknown name.
 std::string alternatives(std::string_view wanted, std::vector<std::string> names,
-                         std::size_t most = 8);
+                         std::size_t most = 3);
 
 // The first names of a list, for a message, and how many more there are: "a, b and 3 more". The
 // separator is not empty; its last character stands before "and".

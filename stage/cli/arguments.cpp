@@ -23,26 +23,30 @@ namespace {
 struct Arguments {
     std::vector<std::string> inputs;
     std::string output, outputFolder, plugin, server, motions, report = "text";
+    std::string list, shard, reportFile, format;
     std::string recipe, saveRecipe;
     ReadingArguments reading;
     std::size_t jobs = 1;
     std::vector<std::string> presses, selects, settings, answers;
     std::vector<double> times;
     bool selectOptional = false, dryRun = false, cancel = false, start = false, inProcess = false;
+    bool resume = false, quiet = false;
 };
 
 // Puts the options of the steps back into the order in which they were given: each --press begins a
 // step, and what follows belongs to it. --select and --time before the first --press belong to the
 // first step. The steps of a recipe come before those of the command line.
-Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& arguments) {
+Result<Recipe> recipeOf(const CLI::App& app, const Arguments& arguments) {
     std::vector<Step> steps;
     Step early; // what stands before the first --press
     bool pressed = false;
     std::vector<Step> recipe;
+    FileEdits edits;
     if (!arguments.recipe.empty()) {
         auto read = readRecipe(arguments.recipe);
         if (!read) return read.problem();
-        recipe = std::move(read.value());
+        recipe = std::move(read->steps);
+        edits = std::move(read->edits);
     }
     std::size_t presses = 0, selects = 0, settings = 0, answers = 0, times = 0;
     for (const CLI::Option* option : app.parse_order()) {
@@ -93,28 +97,44 @@ Result<std::vector<Step>> stepsOf(const CLI::App& app, const Arguments& argument
         early.isStart = true;
         steps.push_back(std::move(early));
     }
-    return steps;
+    return Recipe{std::move(steps), std::move(edits)};
 }
 
 int runCommand(const CLI::App& app, const Arguments& arguments) {
-    auto steps = stepsOf(app, arguments);
-    if (!steps) return fail(exitUsage, steps.problem());
-    const auto reading = readOptionsOf(arguments.reading);
+    auto recipe = recipeOf(app, arguments);
+    if (!recipe) return fail(exitUsage, recipe.problem());
+    auto reading = readOptionsOf(arguments.reading);
     if (!reading) return fail(exitUsage, reading.problem());
-    if (arguments.inputs.size() > 1 && !arguments.output.empty())
+    if (reading->edits.scale == 1) reading->edits.scale = recipe->edits.scale;
+    if (reading->edits.names.empty()) reading->edits.names = std::move(recipe->edits.names);
+    InputArguments named{arguments.inputs, arguments.list, arguments.outputFolder, {}};
+    if (!arguments.shard.empty()) {
+        auto shard = parseShard(arguments.shard);
+        if (!shard) return fail(exitUsage, shard.problem());
+        named.shard = *shard;
+    }
+    auto inputs = inputsOf(named);
+    if (!inputs) return fail(exitUsage, inputs.problem());
+    if (inputs->size() > 1 && !arguments.output.empty())
         return fail(exitUsage, {"one output for several inputs", "-o",
                                 "--out-dir takes the files of all inputs"});
     RunOptions options;
-    for (const std::string& input : arguments.inputs)
-        options.inputs.emplace_back(input);
-    options.steps = std::move(steps.value());
+    options.inputs = std::move(*inputs);
+    options.steps = std::move(recipe->steps);
     options.output = arguments.output;
+    options.outputFormat = arguments.format.empty() ? nullptr : formatNamed(arguments.format);
     options.outputFolder = arguments.outputFolder;
     options.reading = reading.value();
+    options.clips = arguments.reading.clips;
     options.dryRun = arguments.dryRun;
     options.saveRecipe = arguments.saveRecipe;
     options.jobs = arguments.jobs;
-    options.report = arguments.report == "json" ? ReportForm::json : ReportForm::text;
+    options.report = arguments.report == "json"    ? ReportForm::json
+                     : arguments.report == "jsonl" ? ReportForm::jsonLines
+                                                   : ReportForm::text;
+    options.reportFile = arguments.reportFile;
+    options.resume = arguments.resume;
+    options.quiet = arguments.quiet;
     options.plugin = pluginPath(arguments.plugin);
     options.server = arguments.server;
     options.inProcess = arguments.inProcess;
@@ -124,7 +144,13 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
 
 CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Press the plug-in's buttons on animation files");
-    run->add_option("FILE", arguments.inputs, "Input files")->required();
+    run->add_option("FILE", arguments.inputs,
+                    "Input files, and folders that are searched for them (-: standard input)");
+    run->add_option("--files-from", arguments.list,
+                    "Take the names of input files from this file, one a line (-: standard input)")
+        ->check(notEmpty());
+    run->add_option("--shard", arguments.shard,
+                    "Of the inputs by name, work on every N-th from the K-th on: K/N");
     run->add_option("--press", arguments.presses,
                     "Begin a step: press the button of this label; LABEL=VALUE sets another "
                     "control of a floating panel");
@@ -145,7 +171,8 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
         ->check(CLI::IsMember({"yes", "no"}));
     run->add_flag("--cancel", arguments.cancel,
                   "Cancel the step's dialogs once their controls are set");
-    run->add_option("-o,--output", arguments.output, "Write the scene to this file")
+    run->add_option("-o,--output", arguments.output,
+                    "Write the scene to this file (-: standard output)")
         ->check(notEmpty());
     run->add_option("--out-dir", arguments.outputFolder,
                     "Write each scene under its own name into this folder")
@@ -160,14 +187,23 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
         ->check(CLI::Range(0, 1024));
     run->add_flag("--dry-run", arguments.dryRun, "Report, and write nothing")
         ->excludes("--save-recipe");
-    run->add_option("--report", arguments.report, "Form of the report: text or json")
-        ->check(CLI::IsMember({"text", "json"}));
+    run->add_option("--report", arguments.report,
+                    "Form of the report: text, json, or jsonl, an object a line as files end")
+        ->check(CLI::IsMember({"text", "json", "jsonl"}));
+    auto* reportFile = run->add_option("--report-file", arguments.reportFile,
+                                       "Add the lines of jsonl to this file, too");
+    reportFile->check(notEmpty());
+    run->add_flag("--resume", arguments.resume,
+                  "Pass over what is finished by the report file, and still as it was")
+        ->needs(reportFile);
+    run->add_flag("-q,--quiet", arguments.quiet, "Print only what went wrong, and JSON");
     run->add_option("--motions", arguments.motions,
                     "Folder that the plug-in is told is the motions directory");
     for (const char* repeated : {"--press", "--select", "--time", "--set", "--answer"})
-        run->get_option(repeated)->expected(1)->multi_option_policy(
+        run->get_option(repeated)->expected(1)->allow_extra_args(false)->multi_option_policy(
             CLI::MultiOptionPolicy::TakeAll);
-    addReading(*run, arguments.reading);
+    addFormat(*run, arguments.format);
+    addReading(*run, arguments.reading, true);
     addPlugin(*run, arguments.plugin, arguments.server);
     run->add_flag("--in-process", arguments.inProcess,
                   "Run the plug-in in this process, for a debugger; a crash ends the program");
@@ -179,11 +215,29 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     return run;
 }
 
+// The first of the arguments that nothing takes, if it looks like an option.
+std::optional<Problem> unknownOption(const CLI::App& app) {
+    for (const std::string& extra : app.remaining(true)) {
+        if (!extra.starts_with("-") || extra == "-") continue;
+        const std::string name = extra.substr(0, extra.find('='));
+        std::vector<std::string> known;
+        for (const CLI::App* one :
+             {&app, static_cast<const CLI::App*>(
+                        app.get_subcommands().empty() ? nullptr : app.get_subcommands()[0])})
+            if (one)
+                for (const CLI::Option* option : one->get_options())
+                    for (const std::string& longName : option->get_lnames())
+                        known.push_back("--" + longName);
+        return Problem{"no such option: " + inQuotes(name), {}, alternatives(name, known)};
+    }
+    return std::nullopt;
+}
+
 int parseAndRun(int argc, char** argv) {
     Arguments arguments;
     CLI::App app("Cadencora: a keyframe toolbox for files of 3D animation", "cadencora");
     app.set_version_flag("--version", CADENCORA_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(argc > 1 ? 1 : 0);
 
     InfoOptions infoOptions;
     const CLI::App* infos = addInfo(app, infoOptions);
@@ -206,8 +260,15 @@ int parseAndRun(int argc, char** argv) {
     }
     try {
         app.parse(argc, argv);
+    } catch (const CLI::ExtrasError& error) {
+        if (const auto unknown = unknownOption(app)) return fail(exitUsage, *unknown);
+        return app.exit(error) == 0 ? exitDone : exitUsage;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitDone : exitUsage;
+    }
+    if (argc == 1) {
+        std::cout << app.help();
+        return exitDone;
     }
     if (infos->parsed()) return info(infoOptions);
     if (listing->parsed()) return panels(panelsOptions);

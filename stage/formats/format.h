@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -28,11 +30,25 @@ struct ReadLimits {
     std::size_t meshNumbers = 30'000'000;
 };
 
+// Whether lengths can be scaled by the number and back.
+inline bool isScale(double number) {
+    return number >= 1e-9 && number <= 1e9;
+}
+
+// What is changed of a whole file as it is read, and stays changed where it is written.
+struct FileEdits {
+    double scale = 1;                         // of all lengths
+    std::map<std::string, std::string> names; // of items: the new one by the one in the file
+
+    bool empty() const { return scale == 1 && names.empty(); }
+};
+
 struct ReadOptions {
     std::optional<FrameRate> rate; // the scene's rate in place of the file's; keys keep their times
     // Which of the animations that a file holds is opened, by name; the first one otherwise.
     // Formats with one animation take no notice.
     std::optional<std::string> clip;
+    FileEdits edits;
     bool meshes = false; // whether items get the meshes that the file has, to be drawn
     ReadLimits limits;
     // Called from time to time with the share of the work that is done, 0 to 1, or 0 while that is
@@ -46,8 +62,11 @@ struct ReadOptions {
 // The message of the Problem where `progress` stopped the reading.
 constexpr const char* readingStopped = "the reading was stopped";
 
+struct Format;
+
 struct Loaded {
     Scene scene;
+    const Format* format = nullptr; // of what was read
     std::vector<std::string> warnings;
     std::vector<std::string> notes; // facts that are not faults, such as where the rate came from
     std::vector<std::string> clips; // the names of the animations that the file holds
@@ -55,10 +74,14 @@ struct Loaded {
 };
 
 struct Written {
-    std::vector<std::string> warnings; // what the format could not hold
+    std::vector<std::string> warnings;        // what the format could not hold
+    std::vector<std::filesystem::path> files; // beside the written one, which it needs
 };
 
 struct WriteOptions {
+    // In place of the one that the path's extension names; it must outlive the writing.
+    const Format* format = nullptr;
+    bool alone = false; // nothing may be put beside the written file
     // As for reading. What is stopped leaves the old file as it was.
     std::function<bool(double share)> progress;
 
@@ -69,6 +92,17 @@ struct WriteOptions {
 inline Problem writingStopped(const std::filesystem::path& path) {
     return {"the writing was stopped", path.string(), {}};
 }
+
+// Writes scenes that are clips of one file into one file.
+class ClipsWriter {
+public:
+    virtual ~ClipsWriter() = default;
+    // Takes over how the scene differs from the file that it is from; the scene may end then.
+    // Answers what of it the format cannot hold.
+    virtual Result<Written> add(const Scene& scene) = 0;
+    // Writes the file, with what else there is to warn about.
+    virtual Result<Written> finish() = 0;
+};
 
 struct Format {
     std::string_view name;                    // for messages
@@ -83,6 +117,16 @@ struct Format {
     // Leaves the old file, if any, as it was unless all went well.
     Result<Written> (*write)(const Scene& scene, const std::filesystem::path& path,
                              const WriteOptions& options);
+
+    // Whether the reader makes the edits, in what it remembers of the file; else they are made in
+    // the scene.
+    bool readerEdits = false;
+
+    // For formats that hold several clips: another clip of the file that a scene was read from, as
+    // a scene with the same items, and a writer of several. Null for other formats.
+    Result<Loaded> (*readClip)(const SourceMemory& source, const ReadOptions& options) = nullptr;
+    std::unique_ptr<ClipsWriter> (*writeClips)(const std::filesystem::path& path,
+                                               const WriteOptions& options) = nullptr;
 };
 
 } // namespace cadencora::stage

@@ -76,7 +76,7 @@ Result<ControlModel*> findControl(const Panels& panels, std::string_view label) 
     const std::string where = panels.size() == 1 ? panels.front()->title : std::string();
     if (found.empty())
         return Problem{"no control is labelled " + wanted, where,
-                       alternatives(trimmed(label), labels(panels), 20)};
+                       alternatives(trimmed(label), labels(panels))};
     std::vector<std::string> names;
     for (const ControlModel* control : found)
         names.push_back(uniqueLabel(panels, *control));

@@ -51,6 +51,12 @@ ItemId Scene::addItem(ItemType type, std::string itemName, ItemId parent, ItemId
     return id;
 }
 
+void Scene::rename(ItemId id, const std::string& newName) {
+    Item& renamed = item(id);
+    renamed.name = groups_[index(renamed.group)].name = newName;
+    renamed.nameInFile.reset();
+}
+
 void Scene::makeNamesUnique() {
     std::unordered_map<std::string, std::size_t> next; // by name: the first k that was not tried
     std::vector<Item*> twins;

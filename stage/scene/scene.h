@@ -129,6 +129,9 @@ public:
     ChannelId addChannel(GroupId group, std::string channelName, double rest = 0);
     void markAsOfPlugin(ChannelId id) { channels_[index(id)].isOfPlugin = true; }
 
+    // Another name for an item and its group, in files, too.
+    void rename(ItemId id, const std::string& newName);
+
     // Gives every item a name of its own, and its group with it: an item whose name an earlier one
     // has is called NAME#k, with the smallest k from 2 on that makes a name which no item has, as
     // given or in the file.

@@ -136,13 +136,36 @@ std::string settingText(const Step::Setting& setting) {
     return setting.value.empty() ? setting.label : setting.label + "=" + setting.value;
 }
 
-Result<std::vector<Step>> readRecipe(const std::filesystem::path& path) {
+Result<Recipe> readRecipe(const std::filesystem::path& path) {
     const auto text = readFile(path, recipeLimit);
     if (!text) return text.problem();
     return parseRecipe(text.value(), path.string());
 }
 
-Result<std::vector<Step>> parseRecipe(std::string_view text, const std::string& fileName) {
+namespace {
+
+// Nothing where it is no object of texts.
+std::optional<std::map<std::string, std::string>> namesOf(const Json& json) {
+    if (!json.is_object()) return std::nullopt;
+    std::map<std::string, std::string> names;
+    for (const auto& [from, to] : json.items()) {
+        if (!to.is_string()) return std::nullopt;
+        names[from] = to.get<std::string>();
+    }
+    return names;
+}
+
+} // namespace
+
+Result<std::map<std::string, std::string>> readNames(const std::filesystem::path& path) {
+    const auto text = readFile(path, recipeLimit);
+    if (!text) return text.problem();
+    if (auto names = namesOf(Json::parse(text.value(), nullptr, false))) return std::move(*names);
+    return Problem{"not a map of names", path.string(),
+                   R"(expected {"OLD NAME": "NEW NAME", ...})"};
+}
+
+Result<Recipe> parseRecipe(std::string_view text, const std::string& fileName) {
     const auto wrong = [&](std::string why, std::string detail = {}) {
         return Problem{"not a recipe: " + std::move(why), fileName, std::move(detail)};
     };
@@ -159,26 +182,39 @@ Result<std::vector<Step>> parseRecipe(std::string_view text, const std::string& 
         return wrong("its version is not known", "known is " + std::to_string(recipeVersion));
     const Json& list = json.contains("steps") ? json["steps"] : Json();
     if (!list.is_array() || list.empty()) return wrong("expected an array \"steps\" with steps");
-    std::vector<Step> steps;
+    Recipe recipe;
+    if (json.contains("scale")) {
+        const Json& scale = json["scale"];
+        if (!scale.is_number() || !isScale(scale.get<double>()))
+            return wrong("expected a number above 0 as \"scale\"");
+        recipe.edits.scale = scale.get<double>();
+    }
+    if (json.contains("rename")) {
+        auto names = namesOf(json["rename"]);
+        if (!names) return wrong("expected names by names as \"rename\"");
+        recipe.edits.names = std::move(*names);
+    }
     for (std::size_t i = 0; i < list.size(); ++i) {
         auto step = StepReader(list[i], fileName, "steps[" + std::to_string(i) + "]").read();
         if (!step) return step.problem();
-        steps.push_back(std::move(step.value()));
+        recipe.steps.push_back(std::move(step.value()));
     }
-    return steps;
+    return recipe;
 }
 
-std::string recipeText(const std::vector<Step>& steps) {
+std::string recipeText(const Recipe& recipe) {
     Json list = Json::array();
-    for (const Step& step : steps)
+    for (const Step& step : recipe.steps)
         list.push_back(stepJson(step));
-    const Json json = {
-        {"cadencora", "recipe"}, {"version", recipeVersion}, {"steps", std::move(list)}};
+    Json json = {{"cadencora", "recipe"}, {"version", recipeVersion}};
+    if (recipe.edits.scale != 1) json["scale"] = recipe.edits.scale;
+    if (!recipe.edits.names.empty()) json["rename"] = recipe.edits.names;
+    json["steps"] = std::move(list);
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-Result<> saveRecipe(const std::filesystem::path& path, const std::vector<Step>& steps) {
-    return writeFile(path, recipeText(steps));
+Result<> saveRecipe(const std::filesystem::path& path, const Recipe& recipe) {
+    return writeFile(path, recipeText(recipe));
 }
 
 } // namespace cadencora::stage

@@ -5,11 +5,14 @@
 //   {"cadencora": "recipe", "version": 1, "steps": [
 //     {"press": "Destroy Keys", "select": ["Hips"], "time": 12,
 //      "set": ["Start=60", "End=90"], "answers": ["yes"], "cancel": false}]}
-// and "preview": [0, 60], "keep": false, where all but "press" may be left out. {"start": true,
+// beside "steps": "scale": 0.01 and "rename": {"mixamorig:Hips": "Hips"}, which change the file as
+// it is read; and in a step "preview": [0, 60], "keep": false, where all but "press" may be left
+// out. {"start": true,
 // ...} in place of "press": for the dialogs that open when the plug-in starts.
 #pragma once
 
 #include "stage/base/result.h"
+#include "stage/formats/format.h"
 #include "stage/user/scripted_user.h"
 
 #include <filesystem>
@@ -23,12 +26,20 @@ namespace cadencora::stage {
 Result<Step::Setting> parseSetting(std::string_view text, std::string where);
 std::string settingText(const Step::Setting& setting);
 
+struct Recipe {
+    std::vector<Step> steps;
+    FileEdits edits; // made as the file is read
+};
+
 // A Problem names the file and the place in it: "steps.recipe: steps[2].set[0]". Whether a plug-in
 // has the buttons and labels is not looked at here.
-Result<std::vector<Step>> readRecipe(const std::filesystem::path& path);
-Result<std::vector<Step>> parseRecipe(std::string_view text, const std::string& fileName);
+Result<Recipe> readRecipe(const std::filesystem::path& path);
+Result<Recipe> parseRecipe(std::string_view text, const std::string& fileName);
 
-std::string recipeText(const std::vector<Step>& steps);
-Result<> saveRecipe(const std::filesystem::path& path, const std::vector<Step>& steps);
+std::string recipeText(const Recipe& recipe);
+Result<> saveRecipe(const std::filesystem::path& path, const Recipe& recipe);
+
+// New names by the old ones: {"mixamorig:Hips": "Hips"}. A Problem names the file.
+Result<std::map<std::string, std::string>> readNames(const std::filesystem::path& path);
 
 } // namespace cadencora::stage

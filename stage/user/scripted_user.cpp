@@ -47,8 +47,7 @@ Result<> ScriptedUser::perform(const Step& step, const std::function<Result<>()>
     for (std::size_t i = 0; i < made_.size(); ++i)
         if (!made_[i] && !sawError())
             return Problem{"no dialog has a control labelled " + inQuotes(step_.settings[i].label),
-                           inQuotes(step_.press),
-                           alternatives(step_.settings[i].label, offered_, 30)};
+                           inQuotes(step_.press), alternatives(step_.settings[i].label, offered_)};
     return done();
 }
 

@@ -187,8 +187,8 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     click(findButton(desk.window, "Save Recipe…"));
     const auto saved = readRecipe(desk.file("steps.recipe").toStdString());
     ASSERT_TRUE(saved.ok()) << saved.problem().text();
-    ASSERT_EQ(saved.value().size(), 1u);
-    EXPECT_EQ(saved.value()[0].settings[1].value, "40");
+    ASSERT_EQ(saved.value().steps.size(), 1u);
+    EXPECT_EQ(saved.value().steps[0].settings[1].value, "40");
 
     desk.document().undo();
     EXPECT_EQ(list->topLevelItemCount(), 0);

@@ -153,7 +153,7 @@ TEST(Recording, is_repeated_to_the_byte_or_marked) {
         if (recorded.empty()) continue;
         const auto there = folder / "there.stage", again = folder / "again.stage";
         const auto recipe = folder / "steps.recipe";
-        ASSERT_TRUE(saveRecipe(recipe, document.recorder().steps()).ok());
+        ASSERT_TRUE(saveRecipe(recipe, {document.recorder().steps(), {}}).ok());
         const auto result = runProgramFile(
             {"run", input.string(), "--recipe", recipe.string(), "-o", again.string()},
             folder / "errors");

@@ -29,7 +29,7 @@ Result<> checkSetting(const PluginOffer& offer, const std::deque<PanelCopy>& dia
     }
     if (problem) return *problem;
     return Problem{"no dialog has a control labelled " + inQuotes(setting.label), offer.server,
-                   alternatives(setting.label, std::move(offered), 30)};
+                   alternatives(setting.label, std::move(offered))};
 }
 
 Result<> checkStep(const PluginOffer& offer, const Step& step) {

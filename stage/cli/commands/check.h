@@ -10,11 +10,6 @@
 
 namespace cadencora::stage {
 
-struct Refusal {
-    ExitStatus status = exitFailed;
-    Problem problem;
-};
-
 // Loads the plug-in in another process, presses its buttons there, and checks the labels of the
 // steps. Nothing: they can work.
 std::optional<Refusal> checkInProcess(const std::filesystem::path& plugin,

@@ -13,22 +13,28 @@ CLI::App* addConvert(CLI::App& app, ConvertOptions& options) {
     CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
     convert->add_option("IN", options.input, "Input file")->required();
     convert->add_option("OUT", options.output, "Output file")->required()->check(notEmpty());
+    addFormat(*convert, options.format);
     addReading(*convert, options.reading);
     return convert;
 }
 
 ExitStatus convert(const ConvertOptions& options) {
-    const auto reading = readOptionsOf(options.reading);
-    if (!reading) return fail(exitUsage, reading.problem());
     endWhenInterrupted();
-    const auto loaded = readInput(options.input, reading.value());
-    if (!loaded) return fail(exitFailed, loaded.problem());
-    const Scene& scene = loaded.value().scene;
-    const auto written = writeScene(scene, options.output);
+    Loaded loaded;
+    if (const auto status = readInput(options.input, options.reading, loaded); status != exitDone)
+        return status;
+    const Scene& scene = loaded.scene;
+    const bool isPiped = isStream(options.output);
+    WriteOptions writing{.format = options.format.empty() ? nullptr : formatNamed(options.format),
+                         .alone = isPiped,
+                         .progress = {}};
+    if (isPiped && !writing.format) writing.format = loaded.format;
+    const auto written = writeScene(scene, isPiped ? "/dev/stdout" : options.output, writing);
     if (!written) return fail(exitFailed, written.problem());
     for (const std::string& warning : written.value().warnings)
         warn(warning);
-    std::cout << "wrote " << escaped(options.output) << ": " << summary(scene) << "\n";
+    (isPiped ? std::cerr : std::cout)
+        << "wrote " << escaped(options.output) << ": " << summary(scene) << "\n";
     return exitDone;
 }
 

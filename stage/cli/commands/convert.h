@@ -8,7 +8,7 @@
 namespace cadencora::stage {
 
 struct ConvertOptions {
-    std::string input, output;
+    std::string input, output, format;
     ReadingArguments reading;
 };
 

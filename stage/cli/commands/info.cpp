@@ -16,11 +16,20 @@ CLI::App* addInfo(CLI::App& app, InfoOptions& options) {
 }
 
 ExitStatus info(const InfoOptions& options) {
+    Loaded loaded;
+    if (const auto status = readInput(options.input, options.reading, loaded); status != exitDone)
+        return status;
     const auto reading = readOptionsOf(options.reading);
-    if (!reading) return fail(exitUsage, reading.problem());
-    const auto loaded = readInput(options.input, reading.value());
-    if (!loaded) return fail(exitFailed, loaded.problem());
-    options.json ? printInfoJson(loaded.value(), std::cout) : printInfo(loaded.value(), std::cout);
+    std::vector<ClipFacts> clips;
+    for (const std::string& name : loaded.clips) {
+        ReadOptions one = reading.value();
+        one.clip = name;
+        const auto clip = readClip(*loaded.scene.source, *loaded.format, options.input, one);
+        if (!clip) return fail(exitFailed, clip.problem());
+        const Scene& scene = clip.value().scene;
+        clips.push_back({name, scene.lastFrame, scene.rate.text(), scene.keyCount()});
+    }
+    options.json ? printInfoJson(loaded, clips, std::cout) : printInfo(loaded, clips, std::cout);
     return exitDone;
 }
 

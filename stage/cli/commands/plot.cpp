@@ -17,6 +17,7 @@ CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
                      "Draw this channel: \"Hips/Rotation.H\" (repeat for several)")
         ->required()
         ->expected(1)
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     plot->add_option("-o,--output", options.output, "Write to this file (default: print)")
         ->check(notEmpty());
@@ -31,23 +32,20 @@ CLI::App* addPlot(CLI::App& app, PlotOptions& options) {
 }
 
 ExitStatus plot(const PlotOptions& options) {
-    const auto reading = readOptionsOf(options.reading);
-    if (!reading) return fail(exitUsage, reading.problem());
     for (const std::string& input : {options.input, options.before})
         if (!options.output.empty() && !input.empty() && isSamePlace(input, options.output))
             return fail(exitUsage, {"the picture would replace an input", options.output, {}});
     endWhenInterrupted();
-    auto loaded = readInput(options.input, reading.value());
-    if (!loaded) return fail(exitFailed, loaded.problem());
-    std::optional<Loaded> before;
-    if (!options.before.empty()) {
-        auto read = readInput(options.before, reading.value());
-        if (!read) return fail(exitFailed, read.problem());
-        before = std::move(read).value();
-    }
-    auto svg = plotSvg({.scene = loaded->scene,
+    Loaded loaded, before;
+    if (const auto status = readInput(options.input, options.reading, loaded); status != exitDone)
+        return status;
+    if (!options.before.empty())
+        if (const auto status = readInput(options.before, options.reading, before);
+            status != exitDone)
+            return status;
+    auto svg = plotSvg({.scene = loaded.scene,
                         .channels = options.channels,
-                        .before = before ? &before->scene : nullptr,
+                        .before = options.before.empty() ? nullptr : &before.scene,
                         .from = options.from,
                         .to = options.to});
     if (!svg) {

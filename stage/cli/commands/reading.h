@@ -13,19 +13,38 @@ class Validator;
 
 namespace cadencora::stage {
 
+// "-": standard input or output.
+inline bool isStream(const std::filesystem::path& path) {
+    return path == "-";
+}
+
 struct ReadingArguments {
-    std::string rate, clip; // as typed; empty: not given
+    std::string rate, names; // as typed; empty: not given
+    double scale = 0;        // 0: not given
+    std::vector<std::string> clips;
 };
 
 // For the names of outputs: an empty one is a mistake, such as that of a variable in a script.
 CLI::Validator notEmpty();
 
-// Adds --fps and --clip, which parse into `arguments`; they must live as long as `app`.
-void addReading(CLI::App& app, ReadingArguments& arguments);
+// A format by its name on the command line, "bvh". Null where it has no such name.
+const Format* formatNamed(const std::string& name);
+
+// Adds --format NAME for outputs that are streams, which parses into `name`.
+void addFormat(CLI::App& app, std::string& name);
+
+// A file, or standard input, whose content tells its format.
+Result<Loaded> openScene(const std::filesystem::path& path, const ReadOptions& options);
+
+// Adds --fps, --scale, --rename and --clip, one or several of it, which parse into `arguments`;
+// they must live as long as `app`.
+void addReading(CLI::App& app, ReadingArguments& arguments, bool severalClips = false);
 
 Result<ReadOptions> readOptionsOf(const ReadingArguments& arguments);
 
-// With the file's warnings on standard error.
-Result<Loaded> readInput(const std::filesystem::path& path, const ReadOptions& options);
+// Opens a file, and of its clips the one that the arguments name, also by a pattern. Its warnings
+// go to standard error, and why it cannot be opened, which the status then tells.
+ExitStatus readInput(const std::filesystem::path& path, const ReadingArguments& arguments,
+                     Loaded& loaded);
 
 } // namespace cadencora::stage

@@ -1,7 +1,11 @@
 #include "stage/cli/commands/run.h"
 
+#include "stage/base/digest.h"
 #include "stage/base/file.h"
+#include "stage/base/text.h"
 #include "stage/cli/commands/check.h"
+#include "stage/cli/commands/finished.h"
+#include "stage/cli/commands/reading.h"
 #include "stage/cli/commands/run_file.h"
 #include "stage/cli/many/interruption.h"
 #include "stage/cli/many/workers.h"
@@ -50,117 +54,209 @@ std::optional<Refusal> checkOutputs(const RunOptions& options) {
     Places places;
     std::vector<std::filesystem::path> inputs; // where they are
     for (const auto& input : options.inputs)
-        inputs.push_back(places.addInput(input));
+        inputs.push_back(isStream(input.path) ? std::filesystem::path()
+                                              : places.addInput(input.path));
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         const auto output = outputOf(options, options.inputs[i]);
-        if (output.empty()) continue;
-        if (!formatOf(output))
+        if (output.empty() || isStream(output)) continue;
+        if (!options.outputFormat && !formatOf(output))
             return Refusal{
                 exitUsage,
                 {"cannot write a file of this kind", output.string(), knownExtensions()}};
         if (auto refusal = places.addOutput(output, inputs[i])) return refusal;
     }
-    return options.saveRecipe.empty() ? std::nullopt : places.addOutput(options.saveRecipe);
+    for (const auto& beside : {options.saveRecipe, options.reportFile})
+        if (!beside.empty())
+            if (auto refusal = places.addOutput(beside)) return refusal;
+    return std::nullopt;
 }
 
-// Prints the reports of the files in the order of the inputs, whichever is ready first.
+// Prints the reports of the files in the order of the inputs, whichever is ready first; their lines
+// as they come.
 class Reports {
 public:
-    explicit Reports(const RunOptions& options)
-        : options_(options), ready_(options.inputs.size()) {}
+    Reports(const RunOptions& options, std::optional<LineFile> lines)
+        : options_(options), out_(isStream(options.output) ? std::cerr : std::cout),
+          lines_(std::move(lines)), ready_(options.inputs.size()) {}
 
-    void add(std::size_t input, FileReport report) {
-        if (report.status != exitDone && status_ != exitFailed) status_ = report.status;
-        ready_[input] = std::move(report);
-        for (; printed_ < ready_.size() && ready_[printed_]; ++printed_) {
-            print(*ready_[printed_]);
+    void add(std::size_t input, std::vector<FileReport> reports) {
+        std::string lines;
+        bool isDone = true;
+        for (const FileReport& report : reports) {
+            note(report.status);
+            isDone = isDone && report.status == exitDone;
+            lines += report.line + "\n";
         }
+        ++(isDone ? counts_.done : counts_.failed);
+        if (!isDone) counts_.failedNames.add(escaped(options_.inputs[input].path.string()));
+        if (lines_)
+            if (auto added = lines_->add(lines); !added) {
+                note(fail(exitFailed, added.problem()));
+                lines_.reset();
+            }
+        if (options_.report == ReportForm::jsonLines) {
+            out_ << lines << std::flush;
+            for (const FileReport& report : reports)
+                std::cerr << report.errors << std::flush;
+        }
+        ready_[input] = std::move(reports);
+        for (; printed_ < ready_.size() && ready_[printed_]; ++printed_)
+            print(printed_);
     }
+
+    // An earlier run has done it.
+    void passOver(std::size_t input) {
+        ++counts_.done;
+        ++counts_.before;
+        ready_[input].emplace();
+    }
+    bool isPassedOver(std::size_t input) const { return ready_[input].has_value(); }
 
     // After an interruption: what came after a file that was not begun.
     void printRest() {
         for (; printed_ < ready_.size(); ++printed_)
-            if (ready_[printed_]) print(*ready_[printed_]);
+            if (ready_[printed_]) print(printed_);
     }
 
-    ExitStatus finish() const {
-        if (options_.report == ReportForm::json) printJson(ready_, std::cout);
+    ExitStatus finish() {
+        if (options_.report == ReportForm::json) {
+            std::vector<std::vector<FileReport>> made;
+            for (auto& reports : ready_)
+                if (reports) made.push_back(std::move(*reports));
+            printJson(made, out_);
+        }
+        counts_.notBegun = ready_.size() - counts_.done - counts_.failed;
+        if (ready_.size() > 1 && !options_.quiet) std::cerr << counts_.text() << "\n";
         return status_;
     }
 
 private:
-    void print(const FileReport& report) const {
-        std::cerr << report.errors << std::flush;
-        if (options_.report == ReportForm::text) std::cout << report.text;
-        std::cout << std::flush;
+    void note(ExitStatus status) {
+        if (status != exitDone && status_ != exitFailed) status_ = status;
+    }
+
+    void print(std::size_t input) const {
+        if (options_.report == ReportForm::jsonLines) return;
+        const bool isText = options_.report == ReportForm::text && !options_.quiet;
+        if (ready_[input]->empty() && isText)
+            out_ << escaped(options_.inputs[input].path.string()) << ": done before\n";
+        for (const FileReport& report : *ready_[input]) {
+            std::cerr << report.errors << std::flush;
+            if (isText) out_ << report.text;
+        }
+        out_ << std::flush;
     }
 
     const RunOptions& options_;
-    std::vector<std::optional<FileReport>> ready_; // by input
+    std::ostream& out_; // not where the scene goes
+    std::optional<LineFile> lines_;
+    std::vector<std::optional<std::vector<FileReport>>> ready_; // by input
     std::size_t printed_ = 0;
+    RunCounts counts_;
     ExitStatus status_ = exitDone;
 };
 
-// A report of the failure, for a plug-in that has to be stopped within its call.
-FileReport stopped(const RunOptions& options, std::size_t input, const Problem& problem) {
-    return reportOf(failedOutcome(options.inputs[input], problem), options.dryRun);
-}
+using Outcomes = std::vector<FileOutcome>;
 
-FileReport endSession(const RunOptions& options, Session& session, FileOutcome outcome) {
-    if (auto ended = session.module->shutDown(); !ended) {
-        outcome.problems.push_back(ended.problem());
-        outcome.status = exitFailed;
+struct Run {
+    const RunOptions& options;
+    const ReportFacts facts;
+    Reports& reports;
+
+    std::vector<FileReport> reportsOf(const Outcomes& outcomes) const {
+        std::vector<FileReport> made;
+        for (const FileOutcome& outcome : outcomes)
+            made.push_back(reportOf(outcome, facts));
+        return made;
     }
-    return reportOf(outcome, options.dryRun);
-}
+    // Of an input that could not be worked on, or not to the end.
+    std::vector<FileReport> stopped(std::size_t input, std::string code, Problem problem) const {
+        return reportsOf(
+            {failedOutcome(options.inputs[input], std::move(code), std::move(problem))});
+    }
+    std::vector<FileReport> endSession(Session& session, Outcomes outcomes) const {
+        if (auto ended = session.module->shutDown(); !ended)
+            outcomes.back().fail(exitFailed, "shutdown", ended.problem());
+        return reportsOf(outcomes);
+    }
+    void inWorkers() const;
+    void here() const;
+};
 
 // Each file is worked on in a process of its own, so that not even a crash stops the others.
-void runInWorkers(const RunOptions& options, Reports& reports) {
-    Progress progress(std::cerr, isatty(STDERR_FILENO) != 0, options.inputs.size());
+void Run::inWorkers() const {
+    std::vector<std::size_t> pieces; // the inputs that are to be worked on
+    for (std::size_t i = 0; i < options.inputs.size(); ++i)
+        if (!reports.isPassedOver(i)) pieces.push_back(i);
+    Progress progress(std::cerr, isatty(STDERR_FILENO) != 0, pieces.size());
     Workers workers;
     const auto work = [&](std::size_t i, const Workers::EndWith& endWith) {
         auto session = Session::open(options);
-        if (!session) return packed(stopped(options, i, session.problem()));
+        if (!session) return packed(stopped(i, "start", session.problem()));
         session.value()->user.giveUp = [&](const Problem& problem) {
-            endWith(packed(stopped(options, i, problem)));
+            endWith(packed(stopped(i, "plug-in", problem)));
         };
-        auto outcome = runFile(options, *session.value(), options.inputs[i]);
-        return packed(endSession(options, *session.value(), std::move(outcome)));
+        auto outcomes = runFile(options, *session.value(), options.inputs[i]);
+        return packed(endSession(*session.value(), std::move(outcomes)));
     };
-    workers.work = [&](std::size_t i, const Workers::EndWith& endWith) {
+    workers.work = [&](std::size_t piece, const Workers::EndWith& endWith) {
         try {
-            return work(i, endWith);
+            return work(pieces[piece], endWith);
         } catch (const std::bad_alloc&) {
-            return packed(stopped(options, i, outOfMemory()));
+            return packed(stopped(pieces[piece], "memory", outOfMemory()));
         }
     };
-    const bool several = options.inputs.size() > 1;
-    workers.started = [&](std::size_t i) {
-        if (several) progress.started(options.inputs[i].string());
+    const bool several = options.inputs.size() > 1 && !options.quiet;
+    const auto name = [&](std::size_t piece) {
+        return options.inputs[pieces[piece]].path.string();
     };
-    workers.ended = [&](std::size_t i, const Result<std::string>& answer) {
-        if (several) progress.finished(options.inputs[i].string());
-        reports.add(i, answer ? unpacked(answer.value()) : stopped(options, i, answer.problem()));
+    workers.started = [&](std::size_t piece) {
+        if (several) progress.started(name(piece));
+    };
+    workers.ended = [&](std::size_t piece, const Result<std::string>& answer) {
+        if (several) progress.finished(name(piece));
+        const std::size_t i = pieces[piece];
+        reports.add(i, answer ? unpacked(answer.value())
+                              : stopped(i, interruptedBy() != 0 ? "interrupted" : "crash",
+                                        answer.problem()));
         if (several) progress.show();
     };
     const std::size_t jobs = options.jobs > 0 ? options.jobs : std::thread::hardware_concurrency();
-    runWorkers(options.inputs.size(), std::max<std::size_t>(jobs, 1), workers);
-    if (interruptedBy() != 0) reports.printRest();
+    runWorkers(pieces.size(), std::max<std::size_t>(jobs, 1), workers);
+    reports.printRest();
 }
 
-void runHere(const RunOptions& options, Reports& reports) {
+void Run::here() const {
     endWhenInterrupted();
     auto session = Session::open(options);
     for (std::size_t i = 0; i < options.inputs.size(); ++i) {
+        if (reports.isPassedOver(i)) continue;
         if (!session) {
-            reports.add(i, stopped(options, i, session.problem()));
+            reports.add(i, stopped(i, "start", session.problem()));
             continue;
         }
-        auto outcome = runFile(options, *session.value(), options.inputs[i]);
+        auto outcomes = runFile(options, *session.value(), options.inputs[i]);
         const bool isLast = i + 1 == options.inputs.size();
-        reports.add(i, isLast ? endSession(options, *session.value(), std::move(outcome))
-                              : reportOf(outcome, options.dryRun));
+        reports.add(i, isLast ? endSession(*session.value(), std::move(outcomes))
+                              : reportsOf(outcomes));
     }
+    reports.printRest();
+}
+
+// What is done to each file, as a digest: a file that was worked on with the same one need not be
+// worked on again.
+std::string workOf(const RunOptions& options) {
+    std::string text = recipeText({options.steps, options.reading.edits});
+    const auto add = [&](const std::string& part) { text += "\n" + part; };
+    add(options.reading.rate ? options.reading.rate->text() : "");
+    for (const std::string& clip : options.clips)
+        add(inQuotes(clip));
+    add(options.server);
+    add(options.motionsFolder.string());
+    add(options.dryRun ? "dry" : "");
+    add(digestOfFile(options.plugin).value_or(""));
+    add(digestOfFile("/proc/self/exe").value_or(""));
+    return digestOf(text);
 }
 
 // A step of the program's own plug-in that cannot work is found before any file is opened. Nothing
@@ -189,11 +285,30 @@ ExitStatus run(const RunOptions& options) {
     }
 
     if (!options.saveRecipe.empty())
-        if (auto saved = saveRecipe(options.saveRecipe, options.steps); !saved)
+        if (auto saved = saveRecipe(options.saveRecipe, {options.steps, options.reading.edits});
+            !saved)
             return fail(exitFailed, saved.problem());
 
-    Reports reports(options);
-    options.inProcess ? runHere(options, reports) : runInWorkers(options, reports);
+    std::optional<LineFile> lines;
+    FinishedWork finished;
+    if (!options.reportFile.empty()) {
+        if (options.resume) {
+            auto read = FinishedWork::read(options.reportFile);
+            if (!read) return fail(exitFailed, read.problem());
+            finished = std::move(*read);
+        }
+        auto opened = LineFile::open(options.reportFile);
+        if (!opened) return fail(exitFailed, opened.problem());
+        lines.emplace(std::move(*opened));
+    }
+    const std::string work = makesLines(options) ? workOf(options) : std::string();
+    Reports reports(options, std::move(lines));
+    for (std::size_t i = 0; options.resume && i < options.inputs.size(); ++i)
+        if (const Input& input = options.inputs[i];
+            finished.has(input.path, options.dryRun ? "" : outputOf(options, input), work))
+            reports.passOver(i);
+    const Run run{options, {options.dryRun, options.quiet, work}, reports};
+    options.inProcess ? run.here() : run.inWorkers();
     return reports.finish();
 }
 

@@ -8,12 +8,13 @@
 namespace cadencora::stage {
 
 // Where the scene of an input goes; empty: nowhere.
-std::filesystem::path outputOf(const RunOptions& options, const std::filesystem::path& input);
+std::filesystem::path outputOf(const RunOptions& options, const Input& input);
 
-FileOutcome runFile(const RunOptions& options, Session& session,
-                    const std::filesystem::path& input);
+// One outcome, or one for each clip that was chosen. The output is written if all of them went
+// well.
+std::vector<FileOutcome> runFile(const RunOptions& options, Session& session, const Input& input);
 
 // The outcome of an input that could not be worked on.
-FileOutcome failedOutcome(const std::filesystem::path& input, Problem problem);
+FileOutcome failedOutcome(const Input& input, std::string code, Problem problem);
 
 } // namespace cadencora::stage

@@ -11,6 +11,11 @@ enum ExitStatus : int {
     exitUsage = 2   // wrong arguments: an option, a button, a label, an item, a value
 };
 
+struct Refusal {
+    ExitStatus status = exitFailed;
+    Problem problem;
+};
+
 // Prints "cadencora: PROBLEM" on standard error and returns the status.
 ExitStatus fail(ExitStatus status, const Problem& problem);
 

@@ -46,15 +46,15 @@ std::size_t depthOf(const Scene& scene, ItemId item) {
 
 } // namespace
 
-void printInfo(const Loaded& loaded, std::ostream& out) {
+void printInfo(const Loaded& loaded, const std::vector<ClipFacts>& clips, std::ostream& out) {
     const Scene& scene = loaded.scene;
     out << escaped(scene.name) << ": " << summary(scene) << "\n";
-    if (!loaded.clips.empty()) {
-        out << "  clips:";
-        for (std::size_t i = 0; i < loaded.clips.size(); ++i)
-            out << (i == 0 ? " " : ", ") << inQuotes(loaded.clips[i]);
-        out << "; open is " << inQuotes(loaded.clip) << "\n";
-    }
+    if (!clips.empty())
+        out << "  " << counted(clips.size(), "clip") << ", open is " << inQuotes(loaded.clip)
+            << "\n";
+    for (const ClipFacts& clip : clips)
+        out << "    " << inQuotes(clip.name) << ": frames 0 to " << clip.lastFrame << " at "
+            << clip.rate << " per second, " << counted(clip.keys, "key") << "\n";
     for (const std::string& note : loaded.notes)
         out << "  " << escaped(note) << "\n";
     for (const ItemType type : itemTypes)
@@ -73,8 +73,14 @@ void printInfo(const Loaded& loaded, std::ostream& out) {
     }
 }
 
-void printInfoJson(const Loaded& loaded, std::ostream& out) {
+void printInfoJson(const Loaded& loaded, const std::vector<ClipFacts>& clips, std::ostream& out) {
     const Scene& scene = loaded.scene;
+    Json clipFacts = Json::array();
+    for (const ClipFacts& clip : clips)
+        clipFacts.push_back({{"name", clip.name},
+                             {"lastFrame", clip.lastFrame},
+                             {"rate", clip.rate},
+                             {"keyCount", clip.keys}});
     Json items = Json::array();
     for (std::size_t i = 0; i < scene.itemCount(); ++i) {
         const ItemId id = Scene::itemAt(i);
@@ -98,6 +104,7 @@ void printInfoJson(const Loaded& loaded, std::ostream& out) {
            {"previewFirstFrame", scene.previewFirst},
            {"previewLastFrame", scene.previewLast},
            {"clips", loaded.clips},
+           {"clipFacts", std::move(clipFacts)},
            {"clip", loaded.clips.empty() ? Json(nullptr) : Json(loaded.clip)},
            {"notes", loaded.notes},
            {"itemCount", scene.itemCount()},

@@ -21,15 +21,44 @@ struct StepOutcome {
     bool kept = true; // false: what it did to the scene was taken back, as the step said
 };
 
-// The result of one file.
+// With codes that scripts can test. The manual lists them.
+struct CodedProblem {
+    std::string code;
+    Problem problem;
+};
+struct CodedWarning {
+    std::string code, text;
+};
+
+// What a file was when it was read or written.
+struct FileDigest {
+    std::filesystem::path path;
+    std::string digest;
+};
+
+// The result of one file, or of one clip of it.
 struct FileOutcome {
     std::filesystem::path input;
-    std::string summary; // "31 items, 50304 keys, 120 frames per second"
+    std::string clip;              // where several may be worked on, else empty
+    std::size_t place = 0, of = 1; // among the clips of the file that are worked on
+    std::string summary;           // "31 items, 50304 keys, 120 frames per second"
     std::vector<StepOutcome> steps;
-    std::vector<Problem> problems;
-    std::vector<std::string> warnings;
+    std::vector<CodedProblem> problems;
+    std::vector<CodedWarning> warnings;
     std::filesystem::path written; // empty: nothing
+    bool wasThere = false;         // what was to be written had these bytes already
     ExitStatus status = exitDone;
+    // Of the input and what is beside it, and of the output, where the work may be resumed.
+    std::vector<FileDigest> read, wrote;
+
+    void fail(ExitStatus how, std::string code, Problem problem) {
+        status = how;
+        problems.push_back({std::move(code), std::move(problem)});
+    }
+    void warn(const std::string& code, std::vector<std::string> texts) {
+        for (std::string& text : texts)
+            warnings.push_back({code, std::move(text)});
+    }
 };
 
 } // namespace cadencora::stage

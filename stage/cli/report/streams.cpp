@@ -33,4 +33,23 @@ int finishStreams(int status) {
     return status == exitDone ? exitFailed : status;
 }
 
+QuietOutput::QuietOutput() : output_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)) {
+    close();
+}
+
+QuietOutput::~QuietOutput() {
+    open();
+    ::close(output_);
+}
+
+void QuietOutput::open() {
+    std::cout.flush();
+    std::fflush(stdout);
+    dup2(output_, STDOUT_FILENO);
+}
+
+void QuietOutput::close() {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
 } // namespace cadencora::stage

@@ -153,7 +153,7 @@ void Recovery::begin() {
         steps.push_back(std::move(one.step));
     }
     if (!steps.empty()) {
-        writing.clip["steps"] = Json::parse(recipeText(steps));
+        writing.clip["steps"] = Json::parse(recipeText({steps, {}}));
         writing.clip["shortfalls"] = std::move(shortfalls);
     }
     writing.since.start();
@@ -237,12 +237,13 @@ Result<Recovered> Recovery::read(const fs::path& path) {
             clip.scene = std::move(scene->scene);
             clip.scene.makeNamesUnique();
             if (one.contains("steps")) {
-                auto steps = parseRecipe(text(one["steps"]), path.string());
-                if (!steps) return steps.problem();
+                auto recipe = parseRecipe(text(one["steps"]), path.string());
+                if (!recipe) return recipe.problem();
+                std::vector<Step>& steps = recipe->steps;
                 const Json& shortfalls = one.at("shortfalls");
-                for (std::size_t i = 0; i < steps->size(); ++i)
+                for (std::size_t i = 0; i < steps.size(); ++i)
                     clip.steps.push_back(
-                        {std::move((*steps)[i]), shortfalls.at(i).get<std::string>()});
+                        {std::move(steps[i]), shortfalls.at(i).get<std::string>()});
             }
             recovered.clips.push_back(std::move(clip));
         }

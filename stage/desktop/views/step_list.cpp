@@ -84,8 +84,8 @@ void StepList::askSave() {
     picker.setAcceptMode(QFileDialog::AcceptSave);
     picker.setDefaultSuffix(QStringLiteral("recipe"));
     if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) return;
-    const auto saved =
-        saveRecipe(picker.selectedFiles().first().toStdString(), document_.recorder().steps());
+    const auto saved = saveRecipe(picker.selectedFiles().first().toStdString(),
+                                  {document_.recorder().steps(), {}});
     if (!saved)
         QMessageBox::critical(this, tr("Error"), QString::fromStdString(saved.problem().text()));
 }

@@ -211,7 +211,7 @@ Result<Written> write(const Scene& scene, const std::filesystem::path& path,
     }
     rows.addWarnings(plan.warnings);
     if (auto written = file->commit(); !written) return written.problem();
-    return Written{std::move(plan.warnings)};
+    return Written{std::move(plan.warnings), {}};
 }
 
 } // namespace cadencora::stage::bvh

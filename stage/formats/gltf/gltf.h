@@ -34,11 +34,19 @@ Result<Loaded> readGltf(std::string_view bytes, const std::filesystem::path& pat
 Result<Loaded> readGlb(std::string_view bytes, const std::filesystem::path& path,
                        const ReadOptions& options);
 
+// `source` is of a scene from either of them.
+Result<Loaded> readClip(const SourceMemory& source, const ReadOptions& options);
+
 // Files that the document names are put beside `path` first, the document itself last. None that
 // is there already with another content is overwritten.
 Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path,
                           const WriteOptions& options = {});
 Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path,
                          const WriteOptions& options = {});
+
+std::unique_ptr<ClipsWriter> writeGltfClips(const std::filesystem::path& path,
+                                            const WriteOptions& options);
+std::unique_ptr<ClipsWriter> writeGlbClips(const std::filesystem::path& path,
+                                           const WriteOptions& options);
 
 } // namespace cadencora::stage::gltf

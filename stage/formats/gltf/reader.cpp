@@ -6,6 +6,7 @@
 #include "stage/formats/gltf/animation/samplers.h"
 #include "stage/formats/gltf/document/memory.h"
 #include "stage/formats/gltf/mesh/mesh.h"
+#include "stage/formats/gltf/write/rework.h"
 
 #include <algorithm>
 #include <map>
@@ -17,9 +18,14 @@ namespace {
 // Makes the items and fills their curves from the open clip.
 class SceneReader {
 public:
-    SceneReader(std::shared_ptr<Memory> memory, const ReadOptions& options)
-        : memory_(std::move(memory)), options_(options), limits_(options.limits),
-          model_(memory_->model), where_(memory_->where()) {}
+    SceneReader(std::shared_ptr<const SourceDocument> document, std::size_t clip,
+                const ReadOptions& options)
+        : memory_(std::make_shared<Memory>()), document_(*document), options_(options),
+          limits_(options.limits), model_(document_.model), where_(document_.where()) {
+        memory_->files = document->filesBeside;
+        memory_->document = std::move(document);
+        memory_->clip = clip;
+    }
 
     Result<Loaded> read() {
         if (auto made = items(); !made) return made.problem();
@@ -46,6 +52,7 @@ private:
     void finish();
 
     std::shared_ptr<Memory> memory_;
+    const SourceDocument& document_;
     const ReadOptions& options_;
     const ReadLimits& limits_;
     const Model& model_;
@@ -58,7 +65,7 @@ private:
 };
 
 Result<> SceneReader::items() {
-    scene().name = memory_->path.stem().string();
+    scene().name = document_.path.stem().string();
     std::size_t channels = 0;
     for (std::size_t i = 0; i < model_.nodes.size(); ++i)
         channels += motionChannelCount + model_.targetsOf(i);
@@ -162,7 +169,7 @@ void SceneReader::addNode(std::size_t index) {
 Result<> SceneReader::curves() {
     std::map<std::size_t, Times> times; // by accessor
     std::vector<Times> all;
-    const auto bytes = memory_->bytes();
+    const auto bytes = document_.bytes();
     const Source source{model_, bytes, where_};
     const std::size_t clip = memory_->clip;
     const std::vector<Channel> noChannels;
@@ -228,9 +235,17 @@ void SceneReader::finish() {
 
 Result<Loaded> readAny(std::string_view bytes, const std::filesystem::path& path,
                        const ReadOptions& options, bool isGlb) {
-    auto memory = openDocument(bytes, path, options, isGlb);
-    if (!memory) return memory.problem();
-    return SceneReader(std::move(*memory), options).read();
+    auto document = openDocument(bytes, path, options, isGlb);
+    if (!document) return document.problem();
+    if (!options.edits.empty()) {
+        const auto edited = reworked(**document, options.edits);
+        if (!edited) return edited.problem();
+        document = openDocument(edited.value(), path, options, isGlb);
+        if (!document) return document.problem();
+    }
+    const auto clip = clipOf(**document, options);
+    if (!clip) return clip.problem();
+    return SceneReader(std::move(*document), clip.value(), options).read();
 }
 
 } // namespace
@@ -261,6 +276,13 @@ Result<Loaded> readGltf(std::string_view bytes, const std::filesystem::path& pat
 Result<Loaded> readGlb(std::string_view bytes, const std::filesystem::path& path,
                        const ReadOptions& options) {
     return readAny(bytes, path, options, true);
+}
+
+Result<Loaded> readClip(const SourceMemory& source, const ReadOptions& options) {
+    const auto& document = dynamic_cast<const Memory&>(source).document;
+    const auto clip = clipOf(*document, options);
+    if (!clip) return clip.problem();
+    return SceneReader(document, clip.value(), options).read();
 }
 
 } // namespace cadencora::stage::gltf

@@ -17,7 +17,6 @@ namespace cadencora::stage::gltf {
 
 namespace {
 
-// A few digits, for people.
 // Three digits, rounded up: what is said is not exceeded.
 std::string rounded(double value) {
     const double unit = std::pow(10, std::floor(std::log10(value)) - 2);
@@ -37,51 +36,37 @@ struct Remark {
     }
 };
 
-class SceneWriter {
-public:
-    SceneWriter(const Scene& scene, const std::filesystem::path& path, const WriteOptions& options,
-                bool isGlb)
-        : scene_(scene), path_(path), options_(options), isGlb_(isGlb),
-          memory_(dynamic_cast<const Memory*>(scene.source.get())) {}
+// What of a file's clip a scene changes.
+struct ClipChanges {
+    std::size_t clip = none; // none: a new one
+    std::string name;        // of a new one
+    std::vector<Change> changes;
+};
 
-    Result<Written> write() {
-        if (auto compared = compare(); !compared) return failed(compared.problem());
-        if (isStopped_) return writingStopped(path_);
-        remarks();
-        Draft draft;
-        if (memory_) {
-            draft = makeDraft(*memory_, isGlb_);
-        } else {
-            auto fresh = freshDraft(scene_, written_.warnings);
-            if (!fresh) return failed(fresh.problem());
-            draft = std::move(*fresh);
-        }
-        const bool isSame = memory_ && changes_.empty() && memory_->isGlb == isGlb_;
-        if (!isSame) change(draft);
-        if (auto done = writeDraft(draft, memory_, isSame ? &memory_->file : nullptr, path_, isGlb_,
-                                   written_.warnings);
-            !done)
-            return done.problem();
-        return std::move(written_);
+// Compares a scene with the clip that it was read from, or with nothing.
+class Comparison {
+public:
+    Comparison(const Scene& scene, const Memory* memory, const WriteOptions& options)
+        : scene_(scene), options_(options), memory_(memory) {
+        made_.clip = memory ? memory->clip : none;
+        made_.name = scene.name.empty() ? "Animation" : scene.name;
     }
+
+    // Adds warnings about what glTF cannot hold, and how curves that it cannot hold were changed.
+    Result<ClipChanges> changes(std::vector<std::string>& warnings) {
+        if (auto compared = compare(); !compared) return compared.problem();
+        remarks(warnings);
+        return std::move(made_);
+    }
+    bool isStopped() const { return isStopped_; }
 
 private:
-    Problem failed(Problem problem) const {
-        problem.detail = problem.what + (problem.detail.empty() ? "" : " " + problem.detail) +
-                         (problem.where.empty() ? "" : ", " + problem.where);
-        problem.what = std::string("cannot write the scene as ") + (isGlb_ ? "GLB" : "glTF");
-        problem.where = path_.string();
-        return problem;
-    }
-
     Result<> compare();
     Result<> comparePath(std::size_t node, Path path);
     Result<std::optional<Remembered>> remembered(std::size_t node, Path path);
     Result<> merge(std::size_t node, Path path, std::span<const Envelope* const> curves,
                    const std::optional<Remembered>& before);
-    void change(Draft& draft);
-    void giveTransform(Json& node, const Node& rest) const;
-    void remarks();
+    void remarks(std::vector<std::string>& warnings) const;
     std::size_t nodes() const { return memory_ ? memory_->items.size() : scene_.itemCount(); }
     ItemId itemOf(std::size_t node) const {
         return memory_ ? memory_->items[node] : Scene::itemAt(node);
@@ -89,12 +74,10 @@ private:
     std::vector<ChannelId> channelsOf(std::size_t node, Path path) const;
 
     const Scene& scene_;
-    const std::filesystem::path& path_;
     const WriteOptions& options_;
-    bool isGlb_, isStopped_ = false;
+    bool isStopped_ = false;
     const Memory* memory_; // null where the scene came from elsewhere
-    Written written_;
-    std::vector<Change> changes_;
+    ClipChanges made_;
     std::map<std::pair<std::size_t, Path>, std::size_t> source_; // the clip's channels
     std::map<std::size_t, Times> times_;                         // by accessor
     Remark turned_{"between keys these rotations are off", NameList()};
@@ -104,7 +87,7 @@ private:
     double worstTurn_ = 0, worstValue_ = 0; // radians, units
 };
 
-std::vector<ChannelId> SceneWriter::channelsOf(std::size_t node, Path path) const {
+std::vector<ChannelId> Comparison::channelsOf(std::size_t node, Path path) const {
     if (memory_) return channelsOfPath(scene_, *memory_, node, path);
     if (path == Path::weights) return {};
     const auto& motion = scene_.item(itemOf(node)).motion;
@@ -112,9 +95,9 @@ std::vector<ChannelId> SceneWriter::channelsOf(std::size_t node, Path path) cons
     return {first, first + 3};
 }
 
-Result<> SceneWriter::compare() {
+Result<> Comparison::compare() {
     if (memory_ && memory_->clip != none) {
-        const auto& channels = memory_->model.clips[memory_->clip].channels;
+        const auto& channels = memory_->document->model.clips[memory_->clip].channels;
         for (std::size_t i = 0; i < channels.size(); ++i)
             if (channels[i].node != none && channels[i].path != Path::other)
                 source_[{channels[i].node, channels[i].path}] = i;
@@ -129,12 +112,12 @@ Result<> SceneWriter::compare() {
 }
 
 // Reads the keys of a path from the file again; nothing where the file has no such channel.
-Result<std::optional<Remembered>> SceneWriter::remembered(std::size_t node, Path path) {
+Result<std::optional<Remembered>> Comparison::remembered(std::size_t node, Path path) {
     const auto channel = source_.find({node, path});
     if (channel == source_.end()) return std::optional<Remembered>();
-    const Model& model = memory_->model;
-    const auto bytes = memory_->bytes();
-    const std::string where = memory_->where();
+    const Model& model = memory_->document->model;
+    const auto bytes = memory_->document->bytes();
+    const std::string where = memory_->document->where();
     const Source source{model, bytes, where};
     const Clip& clip = model.clips[memory_->clip];
     const Sampler& sampler = clip.samplers[clip.channels[channel->second].sampler];
@@ -156,7 +139,7 @@ Result<std::optional<Remembered>> SceneWriter::remembered(std::size_t node, Path
     return before;
 }
 
-Result<> SceneWriter::comparePath(std::size_t node, Path path) {
+Result<> Comparison::comparePath(std::size_t node, Path path) {
     std::vector<const Envelope*> curves;
     bool hasKeys = false;
     for (const ChannelId id : channelsOf(node, path)) {
@@ -172,15 +155,15 @@ Result<> SceneWriter::comparePath(std::size_t node, Path path) {
             isSame = sameFileKeys(curves[c]->keys, before.value()->keys[c]);
         if (isSame) return done();
         if (!hasKeys) {
-            changes_.push_back({node, path, std::nullopt, false});
+            made_.changes.push_back({node, path, std::nullopt, false});
             return done();
         }
     }
     return merge(node, path, curves, before.value());
 }
 
-Result<> SceneWriter::merge(std::size_t node, Path path, std::span<const Envelope* const> curves,
-                            const std::optional<Remembered>& before) {
+Result<> Comparison::merge(std::size_t node, Path path, std::span<const Envelope* const> curves,
+                           const std::optional<Remembered>& before) {
     const bool turns = path == Path::rotation;
     const std::string name = inQuotes(scene_.item(itemOf(node)).name) + " " +
                              std::string(pathNames[static_cast<std::size_t>(path)]);
@@ -200,12 +183,11 @@ Result<> SceneWriter::merge(std::size_t node, Path path, std::span<const Envelop
     double& worst = turns ? worstTurn_ : worstValue_;
     worst = std::max(worst, merged->error);
     const bool sameTimes = before && *before->track.times == *merged->track.times;
-    changes_.push_back({node, path, std::move(merged->track), sameTimes});
+    made_.changes.push_back({node, path, std::move(merged->track), sameTimes});
     return done();
 }
 
-// Warnings about what glTF cannot hold, and how curves that it cannot hold were changed.
-void SceneWriter::remarks() {
+void Comparison::remarks(std::vector<std::string>& warnings) const {
     Remark behaviours{"glTF holds the outermost keys' values; other behaviours are left out",
                       NameList()};
     Remark further{"glTF does not hold these channels", NameList()};
@@ -235,7 +217,6 @@ void SceneWriter::remarks() {
             open.insert(open.end(), group.groups.begin(), group.groups.end());
         }
     }
-    std::vector<std::string>& warnings = written_.warnings;
     further.say(warnings);
     behaviours.say(warnings);
     sampled_.say(warnings);
@@ -247,37 +228,120 @@ void SceneWriter::remarks() {
     close_.say(warnings);
 }
 
-// Only nodes with translation, rotation and scale can be animated, not those with a matrix.
-void SceneWriter::giveTransform(Json& node, const Node& rest) const {
-    node.erase("matrix");
-    node["translation"] = rest.translation;
-    node["rotation"] = rest.rotation;
-    node["scale"] = rest.scale;
-}
+class Writer final : public ClipsWriter {
+public:
+    Writer(std::filesystem::path path, const WriteOptions& options, bool isGlb)
+        : path_(std::move(path)), options_(options), isGlb_(isGlb) {}
 
-void SceneWriter::change(Draft& draft) {
-    if (memory_)
-        for (const Change& one : changes_) {
-            const Node& rest = memory_->model.nodes[one.node];
-            Json& node = draft.document.json["nodes"][one.node];
+    Result<Written> add(const Scene& scene) override {
+        const auto* memory = dynamic_cast<const Memory*>(scene.source.get());
+        if (!clips_.empty() && (!memory || memory->document != document_))
+            return failed({"its clips are not of one file", {}, {}});
+        if (memory) document_ = memory->document;
+        Written written;
+        Comparison comparison(scene, memory, options_);
+        auto changes = comparison.changes(written.warnings);
+        if (comparison.isStopped()) return writingStopped(path_);
+        if (!changes) return failed(changes.problem());
+        if (!memory) {
+            auto fresh = freshDraft(scene, written.warnings);
+            if (!fresh) return failed(fresh.problem());
+            draft_ = std::move(*fresh);
+        }
+        clips_.push_back(std::move(*changes));
+        return written;
+    }
+
+    Result<Written> finish() override {
+        Written written;
+        if (document_) draft_ = makeDraft(*document_, isGlb_);
+        const bool isSame =
+            document_ && document_->isGlb == isGlb_ &&
+            std::ranges::all_of(clips_, [](const ClipChanges& one) { return one.changes.empty(); });
+        if (!isSame) {
+            // The last one first: the places of those before it stay.
+            std::ranges::sort(clips_, std::greater(), &ClipChanges::clip);
+            for (const ClipChanges& one : clips_)
+                if (!one.changes.empty() || !document_) change(one, written.warnings);
+        }
+        if (auto done = writeDraft(draft_, document_.get(), isSame ? &document_->file : nullptr,
+                                   path_, isGlb_, options_.alone, written);
+            !done)
+            return done.problem();
+        return written;
+    }
+
+private:
+    Problem failed(Problem problem) const {
+        problem.detail = problem.what + (problem.detail.empty() ? "" : " " + problem.detail) +
+                         (problem.where.empty() ? "" : ", " + problem.where);
+        problem.what = std::string("cannot write the scene as ") + (isGlb_ ? "GLB" : "glTF");
+        problem.where = path_.string();
+        return problem;
+    }
+
+    // Only nodes with translation, rotation and scale can be animated, not those with a matrix.
+    static void giveTransform(Json& node, const Node& rest) {
+        node.erase("matrix");
+        node["translation"] = rest.translation;
+        node["rotation"] = rest.rotation;
+        node["scale"] = rest.scale;
+    }
+
+    void change(const ClipChanges& clip, std::vector<std::string>& warnings) {
+        for (const Change& one : clip.changes) {
+            if (!document_) break;
+            const Node& rest = document_->model.nodes[one.node];
+            Json& node = draft_.document.json["nodes"][one.node];
             if (one.track && one.path != Path::weights && rest.hasMatrix && node.contains("matrix"))
                 giveTransform(node, rest);
         }
-    const std::string name = scene_.name.empty() ? "Animation" : scene_.name;
-    if (applyChanges(draft, memory_ ? memory_->clip : none, name, changes_, isGlb_))
-        written_.warnings.push_back("the clip has no keys left and is removed from the file");
+        if (applyChanges(draft_, clip.clip, clip.name, clip.changes, isGlb_))
+            warnings.push_back((clips_.size() == 1
+                                    ? "the clip"
+                                    : "clip " + inQuotes(document_->model.clips[clip.clip].name)) +
+                               std::string(" has no keys left and is removed from the file"));
+    }
+
+    std::filesystem::path path_;
+    WriteOptions options_;
+    bool isGlb_;
+    std::shared_ptr<const SourceDocument> document_; // null where the scene came from elsewhere
+    Draft draft_;
+    std::vector<ClipChanges> clips_;
+};
+
+Result<Written> writeOne(Writer writer, const Scene& scene) {
+    auto added = writer.add(scene);
+    if (!added) return added.problem();
+    auto written = writer.finish();
+    if (!written) return written;
+    added->warnings.insert(added->warnings.end(), written->warnings.begin(),
+                           written->warnings.end());
+    added->files = std::move(written->files);
+    return added;
 }
 
 } // namespace
 
 Result<Written> writeGltf(const Scene& scene, const std::filesystem::path& path,
                           const WriteOptions& options) {
-    return SceneWriter(scene, path, options, false).write();
+    return writeOne(Writer(path, options, false), scene);
 }
 
 Result<Written> writeGlb(const Scene& scene, const std::filesystem::path& path,
                          const WriteOptions& options) {
-    return SceneWriter(scene, path, options, true).write();
+    return writeOne(Writer(path, options, true), scene);
+}
+
+std::unique_ptr<ClipsWriter> writeGltfClips(const std::filesystem::path& path,
+                                            const WriteOptions& options) {
+    return std::make_unique<Writer>(path, options, false);
+}
+
+std::unique_ptr<ClipsWriter> writeGlbClips(const std::filesystem::path& path,
+                                           const WriteOptions& options) {
+    return std::make_unique<Writer>(path, options, true);
 }
 
 } // namespace cadencora::stage::gltf

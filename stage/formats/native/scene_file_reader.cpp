@@ -132,7 +132,7 @@ bool SceneFileReader::members(const Place& place, Value object, std::span<Field>
             for (const Field& known : fields)
                 names.emplace_back(known.name);
             return fail(place, "unknown member " + inQuotes(name.text().substr(0, 40)),
-                        "known are " + alternatives(name.text(), names, names.size()));
+                        "known are " + alternatives(name.text(), std::move(names)));
         }
         if (field->value) return fail({&place, field->name}, "the member is repeated");
         field->value = name.next();

@@ -132,7 +132,8 @@ TEST_F(Outputs, control_characters_of_names_reach_no_terminal) {
     std::ofstream(scene, std::ios::binary) << text;
     const auto info = run({"info", scene.string()});
     EXPECT_NE(info.output.find("Ba\\x1b[2Jl\\nl\\x9b (object)"), std::string::npos) << info.output;
-    const auto unknown = destroy({});
+    const auto unknown =
+        run({"run", scene.string(), "--press", "Destroy Keys", "--select", "Ba[2Jl l"});
     EXPECT_EQ(unknown.status, 2);
     EXPECT_NE(unknown.errors.find("\"Ba\\x1b[2Jl\\nl\\x9b\""), std::string::npos) << unknown.errors;
     const auto missing = run({"info", path("a\x1b.bvh")});

@@ -14,29 +14,28 @@ namespace {
 
 class Opener {
 public:
-    Opener(Memory& memory, const ReadOptions& options)
-        : memory_(memory), options_(options), where_(memory.where()) {}
+    Opener(SourceDocument& opened, const ReadOptions& options)
+        : document_(opened), options_(options), where_(opened.where()) {}
 
     Result<> open() {
-        memory_.depth = options_.limits.depth + 16; // of the JSON around the items
-        if (memory_.isGlb) {
-            auto chunks = glbChunks(memory_.file, where_);
+        document_.depth = options_.limits.depth + 16; // of the JSON around the items
+        if (document_.isGlb) {
+            auto chunks = glbChunks(document_.file, where_);
             if (!chunks) return chunks.problem();
-            memory_.text = chunks.value().front().bytes;
-            memory_.chunks.assign(chunks.value().begin() + 1, chunks.value().end());
+            document_.text = chunks.value().front().bytes;
+            document_.chunks.assign(chunks.value().begin() + 1, chunks.value().end());
         } else {
-            memory_.text = memory_.file;
+            document_.text = document_.file;
         }
-        const auto document = parseJson(memory_.text, where_, memory_.depth);
+        const auto document = parseJson(document_.text, where_, document_.depth);
         if (!document) return document.problem();
         auto model = readModel(document.value().json, where_, options_.meshes);
         if (!model) return model.problem();
-        memory_.model = std::move(*model);
+        document_.model = std::move(*model);
         if (auto read = buffers(document.value()); !read) return read;
         noteImages(document.value().json);
         unpackViews();
-        if (auto found = parents(); !found) return found;
-        return clip();
+        return parents();
     }
 
 private:
@@ -61,7 +60,7 @@ private:
             std::optional<std::string_view> whole;
             if (uri != buffer.end()) whole = document.uri(uri->get_ref<const std::string&>());
             if (auto read = bytes(i, whole); !read) return read;
-            Buffer& kept = memory_.buffers.back();
+            Buffer& kept = document_.buffers.back();
             kept.length = length->get<std::size_t>();
             if (kept.kind != Buffer::Kind::absent && kept.length > kept.bytes.size())
                 return problem(place + ".byteLength", "the buffer is shorter than the file says",
@@ -84,44 +83,44 @@ private:
     void noteFile(std::string_view uri) {
         if (isDataUri(uri)) return;
         if (const auto path = relativePath(uri, {}))
-            memory_.files.push_back(memory_.path.parent_path() / path.value());
+            document_.filesBeside.push_back(document_.path.parent_path() / path.value());
     }
 
     Result<> bytes(std::size_t index, std::optional<std::string_view> uri) {
         const std::string place = "buffers[" + std::to_string(index) + "]";
-        Buffer& buffer = memory_.buffers.emplace_back();
+        Buffer& buffer = document_.buffers.emplace_back();
         if (!uri) {
-            const bool inChunk =
-                index == 0 && !memory_.chunks.empty() && memory_.chunks[0].type == GlbChunk::binary;
+            const bool inChunk = index == 0 && !document_.chunks.empty() &&
+                                 document_.chunks[0].type == GlbChunk::binary;
             if (!inChunk) return done();
             buffer.kind = Buffer::Kind::chunk;
-            buffer.bytes = memory_.chunks[0].bytes;
+            buffer.bytes = document_.chunks[0].bytes;
             return done();
         }
         if (isDataUri(*uri)) {
             auto bytes = dataUriBytes(*uri);
             if (!bytes) return problem(place + ".uri", "the embedded buffer is not valid base64");
             buffer.kind = Buffer::Kind::embedded;
-            buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
+            buffer.bytes = document_.held.emplace_back(std::move(*bytes));
         } else {
             auto bytes =
-                readFileBeside(memory_.path.parent_path(), *uri, where_ + ": " + place + ".uri",
+                readFileBeside(document_.path.parent_path(), *uri, where_ + ": " + place + ".uri",
                                options_.limits.bytes - std::min(external_, options_.limits.bytes));
             if (!bytes) return bytes.problem();
             noteFile(*uri);
             external_ += bytes->size();
             buffer.kind = Buffer::Kind::file;
             buffer.uri = *uri;
-            buffer.bytes = memory_.held.emplace_back(std::move(*bytes));
+            buffer.bytes = document_.held.emplace_back(std::move(*bytes));
         }
         return done();
     }
 
     // A damaged mesh does not keep the motion from being read.
     void unpackViews() {
-        const auto bytes = memory_.bytes();
+        const auto bytes = document_.bytes();
         std::uintmax_t all = 0;
-        for (BufferView& view : memory_.model.views) {
+        for (BufferView& view : document_.model.views) {
             if (!view.packed) continue;
             all += std::uintmax_t{view.packed->count} * view.packed->stride;
             auto elements = all > options_.limits.bytes
@@ -131,7 +130,7 @@ private:
                 view.unpackProblem = elements.problem().what;
                 continue;
             }
-            view.unpacked = memory_.held.emplace_back(std::move(*elements));
+            view.unpacked = document_.held.emplace_back(std::move(*elements));
             view.length = view.unpacked.size();
             view.stride =
                 view.packed->mode == PackedBytes::Mode::attributes ? view.packed->stride : 0;
@@ -140,7 +139,7 @@ private:
 
     // Every node has at most one parent, and is not its own ancestor.
     Result<> parents() {
-        std::vector<Node>& nodes = memory_.model.nodes;
+        std::vector<Node>& nodes = document_.model.nodes;
         const auto name = [](std::size_t node) { return "nodes[" + std::to_string(node) + "]"; };
         for (std::size_t i = 0; i < nodes.size(); ++i)
             for (const std::size_t child : nodes[i].children) {
@@ -173,25 +172,7 @@ private:
         return done();
     }
 
-    Result<> clip() {
-        const std::vector<Clip>& clips = memory_.model.clips;
-        if (!options_.clip) {
-            if (!clips.empty()) memory_.clip = 0;
-            return done();
-        }
-        const auto found = std::ranges::find(clips, *options_.clip, &Clip::name);
-        if (found == clips.end()) {
-            std::vector<std::string> names;
-            for (const Clip& one : clips)
-                names.push_back(one.name);
-            return Problem{"the file has no clip " + inQuotes(*options_.clip), where_,
-                           "known are " + alternatives(*options_.clip, names, names.size())};
-        }
-        memory_.clip = static_cast<std::size_t>(found - clips.begin());
-        return done();
-    }
-
-    Memory& memory_;
+    SourceDocument& document_;
     const ReadOptions& options_;
     const std::string where_;
     std::uintmax_t external_ = 0; // bytes of files beside the document
@@ -199,22 +180,34 @@ private:
 
 } // namespace
 
-std::vector<std::string_view> Memory::bytes() const {
+std::vector<std::string_view> SourceDocument::bytes() const {
     std::vector<std::string_view> found;
     for (const Buffer& buffer : buffers)
         found.push_back(buffer.bytes.substr(0, buffer.length));
     return found;
 }
 
-Result<std::shared_ptr<Memory>> openDocument(std::string_view file,
-                                             const std::filesystem::path& path,
-                                             const ReadOptions& options, bool isGlb) {
-    auto memory = std::make_shared<Memory>();
-    memory->path = path;
-    memory->isGlb = isGlb;
-    memory->file = file;
-    if (auto opened = Opener(*memory, options).open(); !opened) return opened.problem();
-    return memory;
+Result<std::shared_ptr<const SourceDocument>> openDocument(std::string_view file,
+                                                           const std::filesystem::path& path,
+                                                           const ReadOptions& options, bool isGlb) {
+    auto document = std::make_shared<SourceDocument>();
+    document->path = path;
+    document->isGlb = isGlb;
+    document->file = file;
+    if (auto opened = Opener(*document, options).open(); !opened) return opened.problem();
+    return std::shared_ptr<const SourceDocument>(std::move(document));
+}
+
+Result<std::size_t> clipOf(const SourceDocument& document, const ReadOptions& options) {
+    const std::vector<Clip>& clips = document.model.clips;
+    if (!options.clip) return clips.empty() ? none : 0;
+    const auto found = std::ranges::find(clips, *options.clip, &Clip::name);
+    if (found != clips.end()) return static_cast<std::size_t>(found - clips.begin());
+    std::vector<std::string> names;
+    for (const Clip& one : clips)
+        names.push_back(one.name);
+    return Problem{"the file has no clip " + inQuotes(*options.clip), document.where(),
+                   alternatives(*options.clip, std::move(names))};
 }
 
 Vec3 restAngles(const Node& node) {

@@ -1,4 +1,4 @@
-// What a scene that was read from a glTF file remembers of it, which is all of it.
+// What the scenes that were read from a glTF file remember of it, which is all of it.
 #pragma once
 
 #include "stage/formats/format.h"
@@ -22,7 +22,8 @@ struct Buffer {
     std::size_t length = 0; // as the document says
 };
 
-struct Memory final : SourceMemory {
+// A file as it was opened. The scenes of its clips share it.
+struct SourceDocument {
     std::filesystem::path path;
     bool isGlb = false;
     std::string file;             // the bytes of the whole file
@@ -33,21 +34,27 @@ struct Memory final : SourceMemory {
     std::deque<std::string> held; // bytes of buffers that are not in `file`, at fixed addresses
     std::vector<Buffer> buffers;
     Model model;
-
-    std::size_t clip = none; // the open one; `none` where the file has no clips
-    Clock clock;
-    std::vector<ItemId> items;                  // by node
-    std::vector<std::vector<ChannelId>> morphs; // by node, by morph target
+    std::vector<std::filesystem::path> filesBeside;
 
     std::string where() const { return path.string(); }
     // The buffers' bytes as far as the document may use them.
     std::vector<std::string_view> bytes() const;
 };
 
-// Opens a document with its buffers and picks the clip; makes no scene yet.
-Result<std::shared_ptr<Memory>> openDocument(std::string_view file,
-                                             const std::filesystem::path& path,
-                                             const ReadOptions& options, bool isGlb);
+struct Memory final : SourceMemory {
+    std::shared_ptr<const SourceDocument> document;
+    std::size_t clip = none; // the open one; `none` where the file has no clips
+    Clock clock;
+    std::vector<ItemId> items;                  // by node
+    std::vector<std::vector<ChannelId>> morphs; // by node, by morph target
+};
+
+Result<std::shared_ptr<const SourceDocument>> openDocument(std::string_view file,
+                                                           const std::filesystem::path& path,
+                                                           const ReadOptions& options, bool isGlb);
+
+// The clip that the options name, or the first; `none` where the file has no clips.
+Result<std::size_t> clipOf(const SourceDocument& document, const ReadOptions& options);
 
 // Heading, pitch and bank of a node's rest rotation.
 Vec3 restAngles(const Node& node);

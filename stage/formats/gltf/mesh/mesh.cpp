@@ -14,8 +14,8 @@ namespace {
 class MeshAdder {
 public:
     MeshAdder(Scene& scene, const Memory& memory, const ReadLimits& limits)
-        : scene_(scene), memory_(memory), model_(memory.model), bytes_(memory.bytes()),
-          limit_(limits.meshNumbers), left_(limits.meshNumbers) {}
+        : scene_(scene), memory_(memory), model_(memory.document->model),
+          bytes_(memory.document->bytes()), limit_(limits.meshNumbers), left_(limits.meshNumbers) {}
 
     std::vector<std::string> add() {
         constexpr std::size_t mostLines = 5;

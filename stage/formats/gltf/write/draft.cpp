@@ -61,23 +61,25 @@ public:
             return Problem{"the document would replace a file that it needs", where, inQuotes(uri)};
         auto made = placeFileBeside(folder, uri, where, bytes);
         if (!made) return made.problem();
+        files_.push_back(folder / relativePath(uri, where).value());
         if (!made.value().empty()) made_.push_back(std::move(made.value()));
         return done();
     }
 
     void keep() { made_.clear(); }
+    const std::vector<fs::path>& files() const { return files_; } // all, also those that were there
 
 private:
     const fs::path& document_;
-    std::vector<fs::path> made_;
+    std::vector<fs::path> made_, files_;
 };
 
 // Images stay files: nothing here looks into them.
-Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& path,
+Result<> copyImages(const Draft& draft, const SourceDocument& source, const fs::path& path,
                     PlacedFiles& placed, std::vector<std::string>& warnings) {
     const auto images = draft.document.json.find("images");
     if (images == draft.document.json.end() || !images->is_array() ||
-        isSameDirectory(memory.path, path))
+        isSameDirectory(source.path, path))
         return done();
     for (std::size_t i = 0; i < images->size(); ++i) {
         const Json& image = (*images)[i];
@@ -87,8 +89,8 @@ Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& pa
         if (isDataUri(uri)) continue;
         const std::string place = path.string() + ": images[" + std::to_string(i) + "].uri";
         const auto bytes = readFileBeside(
-            memory.path.parent_path(), uri,
-            memory.where() + ": images[" + std::to_string(i) + "].uri", defaultFileLimit);
+            source.path.parent_path(), uri,
+            source.where() + ": images[" + std::to_string(i) + "].uri", defaultFileLimit);
         if (!bytes) {
             warnings.push_back("an image is not copied: " + bytes.problem().text());
             continue;
@@ -98,31 +100,35 @@ Result<> copyImages(const Draft& draft, const Memory& memory, const fs::path& pa
     return done();
 }
 
-Result<> writeGlbFile(const Draft& draft, const JsonPieces& json, const fs::path& path) {
+// Hands over the pieces of the file in order, as take(bytes); false where it would be too large.
+template <class Take>
+bool eachPiece(const Draft& draft, const JsonPieces& json, bool isGlb, const Take& take) {
+    if (!isGlb) {
+        for (const std::string_view piece : json.pieces)
+            take(piece);
+        return true;
+    }
     const bool hasChunk = !draft.buffers.empty() && draft.buffers[0].kind == Kind::chunk;
     const std::string_view chunk = hasChunk ? bytesOf(draft.buffers[0]) : std::string_view();
     const std::size_t padding = glbPadding(chunk.size());
     std::size_t rest = hasChunk ? 8 + chunk.size() + padding : 0;
     for (const GlbChunk& further : draft.furtherChunks)
         rest += 8 + further.bytes.size();
-    if (json.size + rest > 0xffffff00u)
-        return Problem{"cannot write the scene as GLB", path.string(), "it is beyond 4 GiB"};
-    auto file = AtomicFile::create(path);
-    if (!file) return file.problem();
-    file->write(glbHead(json.size, rest));
+    if (json.size + rest > 0xffffff00u) return false;
+    take(glbHead(json.size, rest));
     for (const std::string_view piece : json.pieces)
-        file->write(piece);
-    file->write(std::string(glbPadding(json.size), ' '));
+        take(piece);
+    take(std::string(glbPadding(json.size), ' '));
     if (hasChunk) {
-        file->write(glbChunkHead(GlbChunk::binary, chunk.size() + padding));
-        file->write(chunk);
-        file->write(std::string(padding, '\0'));
+        take(glbChunkHead(GlbChunk::binary, chunk.size() + padding));
+        take(chunk);
+        take(std::string(padding, '\0'));
     }
     for (const GlbChunk& further : draft.furtherChunks) {
-        file->write(glbChunkHead(further.type, further.bytes.size()));
-        file->write(further.bytes);
+        take(glbChunkHead(further.type, further.bytes.size()));
+        take(further.bytes);
     }
-    return file->commit();
+    return true;
 }
 
 } // namespace
@@ -139,12 +145,12 @@ std::size_t Draft::growingBuffer(bool isGlb) {
     return buffers.size() - 1;
 }
 
-Draft makeDraft(const Memory& memory, bool isGlb) {
+Draft makeDraft(const SourceDocument& document, bool isGlb) {
     Draft draft;
     // It was parsed when the scene was read, so it is valid.
-    draft.document = std::move(*parseJson(memory.text, memory.where(), memory.depth));
-    draft.like = memory.text;
-    for (const gltf::Buffer& buffer : memory.buffers) {
+    draft.document = std::move(*parseJson(document.text, document.where(), document.depth));
+    draft.like = document.text;
+    for (const gltf::Buffer& buffer : document.buffers) {
         Draft::Buffer made{buffer.kind, buffer.uri, buffer.bytes, std::nullopt, false};
         if (made.kind != Kind::file) made.bytes = buffer.bytes.substr(0, buffer.length);
         if (isGlb && draft.buffers.empty() && made.kind != Kind::absent) {
@@ -156,45 +162,49 @@ Draft makeDraft(const Memory& memory, bool isGlb) {
         if (made.isMoved) made.bytes = buffer.bytes.substr(0, buffer.length);
         draft.buffers.push_back(std::move(made));
     }
-    if (isGlb && memory.chunks.size() > 1)
-        draft.furtherChunks.assign(memory.chunks.begin() + 1, memory.chunks.end());
+    if (isGlb && document.chunks.size() > 1)
+        draft.furtherChunks.assign(document.chunks.begin() + 1, document.chunks.end());
     return draft;
 }
 
-namespace {
-
-Result<> writeText(const JsonPieces& json, const fs::path& path) {
-    auto file = AtomicFile::create(path);
-    if (!file) return file.problem();
-    for (const std::string_view piece : json.pieces)
-        file->write(piece);
-    return file->commit();
+std::string draftBytes(Draft& draft, bool isGlb) {
+    settleBuffers(draft);
+    const JsonPieces json(draft.document, draft.like);
+    std::string bytes;
+    eachPiece(draft, json, isGlb, [&](std::string_view piece) { bytes += piece; });
+    return bytes;
 }
 
-} // namespace
-
-Result<> writeDraft(Draft& draft, const Memory* memory, const std::string* unchanged,
-                    const fs::path& path, bool isGlb, std::vector<std::string>& warnings) {
+Result<> writeDraft(Draft& draft, const SourceDocument* source, const std::string* unchanged,
+                    const fs::path& path, bool isGlb, bool alone, Written& written) {
     PlacedFiles placed(path);
     for (std::size_t i = 0; i < draft.buffers.size(); ++i) {
         const Draft::Buffer& buffer = draft.buffers[i];
         if (buffer.kind != Kind::file) continue;
         const std::string place = path.string() + ": buffers[" + std::to_string(i) + "].uri";
-        if (auto written = placed.place(buffer.uri, place, bytesOf(buffer)); !written)
-            return written;
+        if (alone)
+            return Problem{"this document has files beside it", place,
+                           "a GLB file would hold them"};
+        if (auto put = placed.place(buffer.uri, place, bytesOf(buffer)); !put) return put;
     }
-    if (memory)
-        if (auto copied = copyImages(draft, *memory, path, placed, warnings); !copied)
+    if (source && !alone)
+        if (auto copied = copyImages(draft, *source, path, placed, written.warnings); !copied)
             return copied;
     const auto write = [&]() -> Result<> {
         if (unchanged) return writeFile(path, *unchanged);
         settleBuffers(draft);
         const JsonPieces json(draft.document, draft.like);
-        return isGlb ? writeGlbFile(draft, json, path) : writeText(json, path);
+        auto file = AtomicFile::create(path);
+        if (!file) return file.problem();
+        if (!eachPiece(draft, json, isGlb, [&](std::string_view piece) { file->write(piece); }))
+            return Problem{"cannot write the scene as GLB", path.string(), "it is beyond 4 GiB"};
+        return file->commit();
     };
-    auto written = write();
-    if (written) placed.keep();
-    return written;
+    auto result = write();
+    if (!result) return result;
+    placed.keep();
+    written.files = placed.files();
+    return result;
 }
 
 } // namespace cadencora::stage::gltf

@@ -26,12 +26,15 @@ struct Draft {
 };
 
 // The remembered document, made for a .gltf or a .glb file.
-Draft makeDraft(const Memory& memory, bool isGlb);
+Draft makeDraft(const SourceDocument& document, bool isGlb);
+
+// The file as it would be written.
+std::string draftBytes(Draft& draft, bool isGlb);
 
 // Writes the files that the document names beside `path`, then the document, or `unchanged` as it
-// is. Adds warnings about images that cannot be read.
-Result<> writeDraft(Draft& draft, const Memory* memory, const std::string* unchanged,
-                    const std::filesystem::path& path, bool isGlb,
-                    std::vector<std::string>& warnings);
+// is. `alone`: no file may be put beside it. Adds the files, and warnings about images that cannot
+// be read.
+Result<> writeDraft(Draft& draft, const SourceDocument* source, const std::string* unchanged,
+                    const std::filesystem::path& path, bool isGlb, bool alone, Written& written);
 
 } // namespace cadencora::stage::gltf

@@ -277,8 +277,7 @@ TEST(Gltf, one_clip_is_open_and_an_unknown_one_is_named) {
     EXPECT_EQ(second.scene.keyCount(), 6u);
     EXPECT_EQ(second.scene.lastFrame, 30);
     options.clip = "Walk";
-    expectRefused(readText("clips.gltf", text, options),
-                  "\"Walk\" (known are \"Clip 0\", \"Clip 1\")");
+    expectRefused(readText("clips.gltf", text, options), "\"Walk\" (\"Clip 0\", \"Clip 1\")");
 }
 
 TEST(Gltf, numbers_of_every_type_are_read_with_strides_and_sparse_ones) {
