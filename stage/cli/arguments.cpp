@@ -118,6 +118,11 @@ int runCommand(const CLI::App& app, const Arguments& arguments) {
     if (inputs->size() > 1 && !arguments.output.empty())
         return fail(exitUsage, {"one output for several inputs", "-o",
                                 "--out-dir takes the files of all inputs"});
+    const bool isPiped =
+        isStream(arguments.output) ||
+        std::ranges::any_of(*inputs, [](const Input& input) { return isStream(input.path); });
+    if (arguments.resume && isPiped)
+        return fail(exitUsage, {"only files are resumed", "--resume", "an input or output is -"});
     RunOptions options;
     options.inputs = std::move(*inputs);
     options.steps = std::move(recipe->steps);
@@ -202,7 +207,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     for (const char* repeated : {"--press", "--select", "--time", "--set", "--answer"})
         run->get_option(repeated)->expected(1)->allow_extra_args(false)->multi_option_policy(
             CLI::MultiOptionPolicy::TakeAll);
-    addFormat(*run, arguments.format);
+    addFormat(*run, arguments.format, arguments.output);
     addReading(*run, arguments.reading, true);
     addPlugin(*run, arguments.plugin, arguments.server);
     run->add_flag("--in-process", arguments.inProcess,
@@ -221,13 +226,13 @@ std::optional<Problem> unknownOption(const CLI::App& app) {
         if (!extra.starts_with("-") || extra == "-") continue;
         const std::string name = extra.substr(0, extra.find('='));
         std::vector<std::string> known;
-        for (const CLI::App* one :
-             {&app, static_cast<const CLI::App*>(
-                        app.get_subcommands().empty() ? nullptr : app.get_subcommands()[0])})
-            if (one)
-                for (const CLI::Option* option : one->get_options())
-                    for (const std::string& longName : option->get_lnames())
-                        known.push_back("--" + longName);
+        const auto add = [&](const CLI::App& one) {
+            for (const CLI::Option* option : one.get_options())
+                for (const std::string& longName : option->get_lnames())
+                    known.push_back("--" + longName);
+        };
+        const auto commands = app.get_subcommands();
+        add(commands.empty() ? app : *commands.front());
         return Problem{"no such option: " + inQuotes(name), {}, alternatives(name, known)};
     }
     return std::nullopt;

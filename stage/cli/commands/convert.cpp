@@ -13,7 +13,7 @@ CLI::App* addConvert(CLI::App& app, ConvertOptions& options) {
     CLI::App* convert = app.add_subcommand("convert", "Write a file in another format");
     convert->add_option("IN", options.input, "Input file")->required();
     convert->add_option("OUT", options.output, "Output file")->required()->check(notEmpty());
-    addFormat(*convert, options.format);
+    addFormat(*convert, options.format, options.output);
     addReading(*convert, options.reading);
     return convert;
 }

@@ -48,8 +48,12 @@ void FinishedWork::take(std::string_view text) {
         line.of = json.at("of");
         if (json.at("output").is_string()) line.output = json.at("output");
         line.work = json.at("work");
-        for (const char* list : {"read", "wrote"})
-            for (const Json& file : json.at(list))
+        for (const Json& file : json.at("wrote"))
+            line.files.push_back({file.at("file"), file.at("xxh3")});
+        // An input that was written onto is what was written.
+        for (const Json& file : json.at("read"))
+            if (std::ranges::find(line.files, file.at("file").get<std::string>(), &File::path) ==
+                line.files.end())
                 line.files.push_back({file.at("file"), file.at("xxh3")});
         auto& lines = lines_[json.at("input")];
         if (json.at("place") == 0) lines.clear();

@@ -43,12 +43,16 @@ const Format* formatNamed(const std::string& name) {
     return formatOf("scene." + name);
 }
 
-void addFormat(CLI::App& app, std::string& name) {
+void addFormat(CLI::App& app, std::string& name, const std::string& output) {
     std::vector<std::string> names;
     for (const Format& format : formats())
         names.emplace_back(format.extensions.front().substr(1));
     app.add_option("--format", name, "Format of an output that is - (default: the input's)")
         ->check(CLI::IsMember(names));
+    app.final_callback([&name, &output] {
+        if (!name.empty() && !isStream(output))
+            throw CLI::ValidationError("--format", "is for an output that is -");
+    });
 }
 
 Result<Loaded> openScene(const std::filesystem::path& path, const ReadOptions& options) {

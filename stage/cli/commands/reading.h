@@ -30,8 +30,9 @@ CLI::Validator notEmpty();
 // A format by its name on the command line, "bvh". Null where it has no such name.
 const Format* formatNamed(const std::string& name);
 
-// Adds --format NAME for outputs that are streams, which parses into `name`.
-void addFormat(CLI::App& app, std::string& name);
+// Adds --format NAME, which parses into `name`, for an output that is a stream. Any other has a
+// name that says its format: `output` is looked at when the arguments have been parsed.
+void addFormat(CLI::App& app, std::string& name, const std::string& output);
 
 // A file, or standard input, whose content tells its format.
 Result<Loaded> openScene(const std::filesystem::path& path, const ReadOptions& options);

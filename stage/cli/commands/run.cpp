@@ -163,21 +163,15 @@ struct Run {
     const ReportFacts facts;
     Reports& reports;
 
-    std::vector<FileReport> reportsOf(const Outcomes& outcomes) const {
-        std::vector<FileReport> made;
-        for (const FileOutcome& outcome : outcomes)
-            made.push_back(reportOf(outcome, facts));
-        return made;
-    }
     // Of an input that could not be worked on, or not to the end.
     std::vector<FileReport> stopped(std::size_t input, std::string code, Problem problem) const {
         return reportsOf(
-            {failedOutcome(options.inputs[input], std::move(code), std::move(problem))});
+            {failedOutcome(options.inputs[input], std::move(code), std::move(problem))}, facts);
     }
     std::vector<FileReport> endSession(Session& session, Outcomes outcomes) const {
         if (auto ended = session.module->shutDown(); !ended)
             outcomes.back().fail(exitFailed, "shutdown", ended.problem());
-        return reportsOf(outcomes);
+        return reportsOf(std::move(outcomes), facts);
     }
     void inWorkers() const;
     void here() const;
@@ -238,7 +232,7 @@ void Run::here() const {
         auto outcomes = runFile(options, *session.value(), options.inputs[i]);
         const bool isLast = i + 1 == options.inputs.size();
         reports.add(i, isLast ? endSession(*session.value(), std::move(outcomes))
-                              : reportsOf(outcomes));
+                              : reportsOf(std::move(outcomes), facts));
     }
     reports.printRest();
 }
@@ -254,6 +248,7 @@ std::string workOf(const RunOptions& options) {
     add(options.server);
     add(options.motionsFolder.string());
     add(options.dryRun ? "dry" : "");
+    add(options.outputFormat ? std::string(options.outputFormat->name) : "");
     add(digestOfFile(options.plugin).value_or(""));
     add(digestOfFile("/proc/self/exe").value_or(""));
     return digestOf(text);

@@ -211,6 +211,7 @@ public:
                                 std::to_string(clips->size()) + " clips are chosen"});
         }
         const auto source = loaded->scene.source;
+        const std::string opened = loaded->clip;
         std::vector<FileDigest> read;
         if (makesLines(options_)) {
             std::vector<std::filesystem::path> files;
@@ -219,7 +220,7 @@ public:
             read = digestsOf(std::move(files));
         }
         for (const std::string& clip : *clips) {
-            if (clip != loaded->clip) {
+            if (clip != opened) {
                 ReadOptions reading = options_.reading;
                 reading.clip = clip;
                 loaded = readClip(*source, format, input_.path, reading);

@@ -28,6 +28,7 @@ struct CodedProblem {
 };
 struct CodedWarning {
     std::string code, text;
+    std::size_t clips = 1; // that have it, where it is printed once for all; 0: with another clip
 };
 
 // What a file was when it was read or written.

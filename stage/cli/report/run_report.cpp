@@ -6,6 +6,7 @@
 #include "stage/scene/summary.h"
 
 #include <array>
+#include <map>
 #include <sstream>
 
 namespace cadencora::stage {
@@ -138,8 +139,12 @@ void printText(const FileOutcome& outcome, bool dryRun, std::ostream& out) {
 
 void printErrors(const FileOutcome& outcome, bool quiet, std::ostream& out) {
     const std::string file = nameOf(outcome);
-    for (const CodedWarning& warning : outcome.warnings)
-        if (!quiet) out << "warning: " << file << ": " << escaped(warning.text) << "\n";
+    for (const CodedWarning& warning : outcome.warnings) {
+        if (quiet || warning.clips == 0) continue;
+        out << "warning: " << file;
+        if (warning.clips > 1) out << " and " << counted(warning.clips - 1, "more clip");
+        out << ": " << escaped(warning.text) << "\n";
+    }
     for (const StepOutcome& step : outcome.steps)
         for (const Message& message : step.messages)
             if (message.kind == MessageKind::error && step.kept)
@@ -162,6 +167,20 @@ std::string grouped(std::size_t number) {
 
 } // namespace
 
+namespace {
+
+// What several clips are warned of is printed with the first of them.
+void shareWarnings(std::vector<FileOutcome>& outcomes) {
+    std::map<std::string, CodedWarning*> known;
+    for (FileOutcome& outcome : outcomes)
+        for (CodedWarning& warning : outcome.warnings) {
+            const auto [first, isNew] = known.emplace(warning.text, &warning);
+            if (isNew) continue;
+            ++first->second->clips;
+            warning.clips = 0;
+        }
+}
+
 FileReport reportOf(const FileOutcome& outcome, const ReportFacts& facts) {
     std::ostringstream text, errors;
     printText(outcome, facts.dryRun, text);
@@ -172,6 +191,16 @@ FileReport reportOf(const FileOutcome& outcome, const ReportFacts& facts) {
             errors.str(),
             lineOf(outcomeJson(outcome)),
             lineOf(lineJson(outcome, facts))};
+}
+
+} // namespace
+
+std::vector<FileReport> reportsOf(std::vector<FileOutcome> outcomes, const ReportFacts& facts) {
+    shareWarnings(outcomes);
+    std::vector<FileReport> reports;
+    for (const FileOutcome& outcome : outcomes)
+        reports.push_back(reportOf(outcome, facts));
+    return reports;
 }
 
 std::string packed(const std::vector<FileReport>& reports) {

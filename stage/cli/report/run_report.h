@@ -25,7 +25,8 @@ struct ReportFacts {
     std::string work;                   // a digest of what is done to each file
 };
 
-FileReport reportOf(const FileOutcome& outcome, const ReportFacts& facts);
+// Of all outcomes of one file.
+std::vector<FileReport> reportsOf(std::vector<FileOutcome> outcomes, const ReportFacts& facts);
 
 // As bytes, to be sent from one process to another.
 std::string packed(const std::vector<FileReport>& reports);

@@ -19,6 +19,7 @@
 //   write/      draft       a document that is about to be written
 //               fresh       a document for a scene that came from elsewhere
 //               uses, edit  putting samplers into a document
+//               rework      other names and lengths in a whole document
 #pragma once
 
 #include "stage/formats/format.h"

@@ -185,6 +185,13 @@ TEST_F(Collections, a_run_passes_over_what_an_earlier_one_finished_as_it_still_i
     EXPECT_EQ(lines(cut.output).size(), 1u) << cut.errors;
     EXPECT_NE(cut.errors.find("4 done (3 before), 0 failed"), std::string::npos) << cut.errors;
     EXPECT_EQ(destroy({path("takes"), "--resume"}).status, 2) << "without a report file";
+    // An input that the run wrote onto is not worked on a second time.
+    const std::vector<std::string> onto{
+        path("takes/a/t0.stage"), "-o",         path("takes/a/t0.stage"),
+        "--report-file",          path("onto"), "--resume"};
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(destroy(onto).status, 0);
+    EXPECT_EQ(lines(fileText(path("onto"))).size(), 1u);
 }
 
 TEST_F(Collections, a_run_killed_at_any_moment_is_resumed_to_the_same_outputs) {
@@ -268,6 +275,8 @@ TEST_F(Collections, scenes_go_through_pipes) {
               run({"info", path("same.glb"), "--json"}).output.size() - 1)
         << "but for the name";
     EXPECT_NE(fileText(path("report")).find("wrote -"), std::string::npos);
+    EXPECT_EQ(destroy({example, "-o", path("a.stage"), "--format", "glb"}).status, 2);
+    EXPECT_EQ(destroy({"-", "--report-file", path("lines"), "--resume"}).status, 2);
     EXPECT_EQ(shell("echo nothing | " + shellQuoted(program) + " info - 2>errors"), 256);
 }
 
