@@ -108,6 +108,20 @@ TEST_F(Collections, every_chosen_clip_is_worked_on_with_one_reading_and_one_writ
     EXPECT_EQ(destroy({example, "--clip", "*", "--dry-run"}).status, 0) << "one without a name";
 }
 
+TEST_F(Collections, clips_that_lose_all_keys_go_and_the_others_stay) {
+    auto three = gltf::Document::twoClips();
+    const std::size_t at = three.times({0, 1}), turned = three.floats({1, 2, 3, 4, 5, 6}, "VEC3");
+    three.animate(2, 0, "scale", at, turned);
+    write(folder / "three.glb", three.glb());
+    ASSERT_EQ(
+        destroy({path("three.glb"), "--clip", "Clip 0", "--clip", "Clip 1", "-o", path("one.glb")})
+            .status,
+        0);
+    const auto left = gltf::documentOf(fileText(path("one.glb")));
+    ASSERT_EQ(left.json["animations"].size(), 1u);
+    EXPECT_EQ(left.json["animations"][0]["name"], "Clip 2");
+}
+
 TEST_F(Collections, folders_are_mirrored_and_shards_share_them_out) {
     makeTakes(6);
     write(folder / "takes/notes.txt", "no animation");

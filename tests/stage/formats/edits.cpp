@@ -103,6 +103,23 @@ TEST(Edits, scaling_reaches_all_lengths_and_back_to_the_bit) {
     }
 }
 
+TEST(Edits, scaling_reaches_pivots_and_tangents_of_scene_files) {
+    Scene scene;
+    const ItemId id = scene.addItem(ItemType::object, "Box");
+    scene.item(id).pivot = {2, 4, 6};
+    KeyStore& keys = scene.mutableMotion(id, positionY).keys;
+    keys.append({1, 8, Shape::tangents, {}});
+    keys.setParameter(keys.begin(), incomingSlope, 16);
+    ASSERT_TRUE(writeScene(scene, testFolder() / "a.stage").ok());
+    const Loaded half =
+        edited(testFolder() / "a.stage", testFolder() / "b.stage", {.scale = 0.5, .names = {}});
+    const Item& box = half.scene.item(half.scene.findItem("Box"));
+    EXPECT_EQ(box.pivot, (Vec3{1, 2, 3}));
+    const auto key = half.scene.motion(half.scene.findItem("Box"), positionY).keys.begin();
+    EXPECT_EQ(key.value(), 4);
+    EXPECT_EQ(key.parameter(incomingSlope), 8);
+}
+
 TEST(Edits, new_names_come_before_names_of_their_own) {
     const auto source = placed("a.glb", lengths().glb());
     const Loaded loaded =
