@@ -88,6 +88,7 @@ double keyTime(const Host& host, const KeyStore& keys, double time) {
     return there ? there.time() : settled;
 }
 
+// The key that findKey finds.
 KeyStore::Cursor keyAt(const KeyStore& keys, double time, double settled) {
     if (settled != time && std::isfinite(time)) return keyMeant(keys, time, settled);
     const KeyStore::Cursor next = keys.atOrAfter(time);
@@ -225,11 +226,15 @@ double curveAt(const Host& host, const Envelope& envelope, double time) {
 
 // Full
 
-// For the quick calls after this one. They do not ask about the faults that tests wish for.
+// The quick calls do not ask about the faults that tests wish for: then nothing is remembered.
+bool isFaulty(const Host& host) {
+    return !host.faults().refusedAttributes.empty() || !host.faults().unavailableAttributes.empty();
+}
+
+// For the quick calls after this one.
 void remember(const Host& host, LastKeys::Entry& entry, const EnvelopeRef& envelope,
               const KeyStore::Cursor& key, KeyHandle handle) {
-    if (!host.faults().refusedAttributes.empty() || !host.faults().unavailableAttributes.empty())
-        return;
+    if (isFaulty(host)) return;
     entry = {envelope.handle, Wire<KeyHandle>::out(handle), &envelope.envelope, key};
 }
 
@@ -362,8 +367,7 @@ bool quickKeyGet(host::Envelope envelope, host::Key key, int attribute, void* ou
 // The same for a key that a walk has passed: it is looked up.
 bool passedKeyGet(host::Envelope envelope, host::Key key, int attribute, void* out, int& result) {
     const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
-    const Host* host = Host::active();
-    if (!of || !host->faults().unavailableAttributes.empty()) return false;
+    if (!of || isFaulty(*Host::active())) return false;
     const KeyStore::Cursor cursor =
         of->envelope->keys.at(static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(key)));
     if (!cursor) return false;

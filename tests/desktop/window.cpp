@@ -153,5 +153,15 @@ TEST(Window, the_curves_are_scrubbed_panned_and_zoomed) {
     EXPECT_EQ(view->values().high, values.high);
 }
 
+TEST(DesktopProgram, answers_questions_about_itself_without_a_display) {
+    for (const char* question : {"--help", "--version"}) {
+        const std::string line =
+            "env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=xcb " CADENCORA_BIN_DIR
+            "/cadencora-desktop " +
+            std::string(question) + " >/dev/null 2>&1";
+        EXPECT_EQ(std::system(line.c_str()), 0) << question;
+    }
+}
+
 } // namespace
 } // namespace cadencora::stage

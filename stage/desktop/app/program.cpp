@@ -8,9 +8,12 @@
 #include <QScreen>
 #include <QSettings>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <new>
+#include <string_view>
 
 namespace cadencora::stage {
 
@@ -70,18 +73,31 @@ public:
     }
 };
 
+// Whether the arguments only ask about the program, which needs no display.
+bool isQuestion(int argc, char** argv) {
+    const std::vector<std::string_view> words(argv + 1, argv + argc);
+    return std::ranges::any_of(words, [](std::string_view word) {
+        return word == "-h" || word == "--help" || word == "--help-all" || word == "-v" ||
+               word == "--version";
+    });
+}
+
 } // namespace
 
 int runDesktop(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a full disk is an error, not the end
-    Application application(argc, argv);
-    QApplication::setOrganizationName(QStringLiteral("Cadencora"));
-    QApplication::setApplicationName(QStringLiteral("cadencora-desktop"));
+    const std::unique_ptr<QCoreApplication> application =
+        isQuestion(argc, argv) ? std::make_unique<QCoreApplication>(argc, argv)
+                               : std::make_unique<Application>(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Cadencora"));
+    QCoreApplication::setApplicationName(QStringLiteral("cadencora-desktop"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(CADENCORA_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("A keyframe toolbox for 3D animators."));
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("the scene to open"),
                                  QStringLiteral("[file]"));
     const QCommandLineOption start(QStringLiteral("start"),
@@ -96,7 +112,7 @@ int runDesktop(int argc, char** argv) {
     const QCommandLineOption frame(QStringLiteral("frame"), QStringLiteral("the frame to go to"),
                                    QStringLiteral("number"));
     parser.addOptions({start, server, select, frame});
-    parser.process(application);
+    parser.process(*application); // ends here where it is a question
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) {
         std::fputs("cadencora-desktop: one file at most\n", stderr);

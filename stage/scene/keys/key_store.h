@@ -286,7 +286,7 @@ private:
     void removeBlock(Block* block);
     void mergeSparse(Block* block);
     // Its key has no handle from now on.
-    void freeEntry(Entry& entry) {
+    void releaseEntry(Entry& entry) {
         (*entry.block->links)[entry.slot] = 0;
         entry = {
             nullptr, 0,

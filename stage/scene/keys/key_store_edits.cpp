@@ -194,7 +194,7 @@ void KeyStore::erase(KeyHandle key) {
 inline void KeyStore::eraseEntry(Entry& entry) {
     Block& block = *entry.block;
     const int slot = static_cast<int>(entry.slot);
-    freeEntry(entry);
+    releaseEntry(entry);
     eraseSlot(block, slot);
 }
 
@@ -203,7 +203,7 @@ KeyStore::Erased KeyStore::eraseInPlace(KeyHandle key) {
     if (!at) return Erased::no;
     Block& block = mutableBlock(at);
     if (block.count > sparse && block.widenGap(at.slot_)) {
-        freeEntry(entryOf(key));
+        releaseEntry(entryOf(key));
         --block.count;
         --size_;
         finger_ = {&block, block.gapBegin};

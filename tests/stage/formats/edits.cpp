@@ -83,6 +83,15 @@ TEST(Edits, scaling_reaches_all_lengths_and_back_to_the_bit) {
             EXPECT_NE(bytesOf(small).find("OFFSET 0 1.25 0"), std::string::npos);
             continue;
         }
+        // The other clip's sampler is one of a scale, too.
+        const auto firstKey = [](const fs::path& path, MotionChannel channel) {
+            ReadOptions options;
+            options.clip = "Clip 1";
+            auto loaded = readScene(path, options);
+            return loaded->scene.motion(loaded->scene.findItem("B"), channel).keys.begin().value();
+        };
+        EXPECT_EQ(firstKey(small, positionX), firstKey(source, positionX) / 4);
+        EXPECT_EQ(firstKey(small, scaleX), firstKey(source, scaleX));
         const auto file = gltf::documentOf(bytesOf(small));
         const auto number = [&](std::size_t accessor, std::size_t at) {
             float value = 0;
