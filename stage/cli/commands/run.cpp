@@ -123,7 +123,7 @@ public:
             std::vector<std::vector<FileReport>> made;
             for (auto& reports : ready_)
                 if (reports) made.push_back(std::move(*reports));
-            printJson(made, out_);
+            printJson(made, ready_.size() == 1, out_);
         }
         counts_.notBegun = ready_.size() - counts_.done - counts_.failed;
         if (ready_.size() > 1 && !options_.quiet) std::cerr << counts_.text() << "\n";

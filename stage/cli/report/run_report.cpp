@@ -221,8 +221,9 @@ std::vector<FileReport> unpacked(std::string_view bytes) {
     return reports;
 }
 
-void printJson(const std::vector<std::vector<FileReport>>& reports, std::ostream& out) {
-    if (reports.size() == 1 && reports.front().size() == 1)
+void printJson(const std::vector<std::vector<FileReport>>& reports, bool isOneInput,
+               std::ostream& out) {
+    if (isOneInput && reports.size() == 1 && reports.front().size() == 1)
         return print(Json::parse(reports.front().front().json), out);
     Json files = Json::array();
     for (const auto& ofFile : reports)

@@ -35,7 +35,8 @@ std::vector<FileReport> unpacked(std::string_view bytes);
 // {"steps": [...], "warnings": [...], "problems": [...]} for one file; {"files": [...]} with one
 // such entry and the file's name, and clip's, for each of several. After an interruption, only of
 // those that there are.
-void printJson(const std::vector<std::vector<FileReport>>& reports, std::ostream& out);
+void printJson(const std::vector<std::vector<FileReport>>& reports, bool isOneInput,
+               std::ostream& out);
 
 // "2,498 done, 2 failed: a.bvh, b.bvh". `before`: of those done, in an earlier run.
 struct RunCounts {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace cadencora::stage::gltf {
 
@@ -93,8 +94,10 @@ public:
             table("nodes", &ModelReader::node) && table("skins", &ModelReader::skin) &&
             table("accessors", &ModelReader::accessor) &&
             table("bufferViews", &ModelReader::bufferView) &&
-            table("animations", &ModelReader::clip))
+            table("animations", &ModelReader::clip)) {
+            nameClips();
             return std::move(model_);
+        }
         return problem();
     }
 
@@ -281,6 +284,20 @@ private:
         packed.mode = static_cast<PackedBytes::Mode>(one - modes.begin());
         packed.filter = static_cast<PackedBytes::Filter>(other - filters.begin());
         return true;
+    }
+
+    // Each clip has a name of its own: the second "Walk" is called "Walk#2".
+    void nameClips() {
+        std::set<std::string> names;
+        for (const Clip& one : model_.clips)
+            names.insert(one.name);
+        std::set<std::string> taken;
+        for (Clip& one : model_.clips) {
+            std::string name = one.name;
+            for (int k = 2; taken.contains(name) || (k > 2 && names.contains(name)); ++k)
+                name = one.name + "#" + std::to_string(k);
+            taken.insert(one.name = std::move(name));
+        }
     }
 
     bool clip(const Value& from) {

@@ -278,6 +278,13 @@ TEST(Gltf, one_clip_is_open_and_an_unknown_one_is_named) {
     EXPECT_EQ(second.scene.lastFrame, 30);
     options.clip = "Walk";
     expectRefused(readText("clips.gltf", text, options), "\"Walk\" (\"Clip 0\", \"Clip 1\")");
+    auto twins = Document::twoClips();
+    for (const char* name : {"Clip 0", "Clip 0#2", "Clip 0"}) {
+        twins.json["animations"].push_back(Json(twins.json["animations"][1]));
+        twins.json["animations"].back()["name"] = name;
+    }
+    EXPECT_EQ(loaded("twins.gltf", twins.embedded()).clips,
+              (std::vector<std::string>{"Clip 0", "Clip 1", "Clip 0#3", "Clip 0#2", "Clip 0#4"}));
 }
 
 TEST(Gltf, numbers_of_every_type_are_read_with_strides_and_sparse_ones) {
