@@ -101,7 +101,9 @@ Result<std::vector<Input>> inputsOf(const InputArguments& arguments) {
         if (inputs.size() == before)
             return Problem{"no file in this folder is of a known format", name, knownExtensions()};
     }
-    if (inputs.empty()) return Problem{"there is no input", arguments.list, {}};
+    if (inputs.empty())
+        return Problem{"there is no input", arguments.list,
+                       "name files or folders, or a list by --files-from"};
     if (!arguments.shard) return inputs;
     std::ranges::stable_sort(inputs, {}, &Input::path);
     std::vector<Input> share;
