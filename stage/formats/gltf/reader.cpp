@@ -238,7 +238,7 @@ Result<Loaded> readAny(std::string_view bytes, const std::filesystem::path& path
     auto document = openDocument(bytes, path, options, isGlb);
     if (!document) return document.problem();
     if (!options.edits.empty()) {
-        const auto edited = reworked(**document, options.edits);
+        const auto edited = reworked(**document, options.edits, options.limits);
         if (!edited) return edited.problem();
         document = openDocument(edited.value(), path, options, isGlb);
         if (!document) return document.problem();

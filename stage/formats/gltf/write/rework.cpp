@@ -20,9 +20,9 @@ struct Reference {
 
 class Reworker {
 public:
-    Reworker(const SourceDocument& document, const FileEdits& edits)
-        : document_(document), edits_(edits), draft_(makeDraft(document, document.isGlb)),
-          json_(draft_.document.json) {}
+    Reworker(const SourceDocument& document, const FileEdits& edits, const ReadLimits& limits)
+        : document_(document), edits_(edits), limits_(limits),
+          draft_(makeDraft(document, document.isGlb)), json_(draft_.document.json) {}
 
     Result<std::string> rework() {
         rename();
@@ -129,7 +129,14 @@ private:
         const auto bytes = document_.bytes();
         const std::string where = document_.where();
         const Source source{document_.model, bytes, where};
+        std::size_t all = 0; // numbers
         for (const auto& [index, references] : found_) {
+            const Accessor& accessor = document_.model.accessors[index];
+            const std::size_t left = limits_.keys - all;
+            if (accessor.components > 0 && accessor.count > left / accessor.components)
+                return problem("accessors[" + std::to_string(index) + "]",
+                               "the file has too many numbers to be scaled");
+            all += accessor.count * accessor.components;
             auto numbers = readFloats(source, index, "accessors");
             if (!numbers) return numbers.problem();
             const bool isMatrix = references.front().isMatrix;
@@ -208,6 +215,7 @@ private:
 
     const SourceDocument& document_;
     const FileEdits& edits_;
+    const ReadLimits& limits_;
     Draft draft_;
     Json& json_;
     std::map<std::size_t, std::vector<Reference>> found_; // by accessor
@@ -215,8 +223,9 @@ private:
 
 } // namespace
 
-Result<std::string> reworked(const SourceDocument& document, const FileEdits& edits) {
-    return Reworker(document, edits).rework();
+Result<std::string> reworked(const SourceDocument& document, const FileEdits& edits,
+                             const ReadLimits& limits) {
+    return Reworker(document, edits, limits).rework();
 }
 
 } // namespace cadencora::stage::gltf
