@@ -128,6 +128,8 @@ Result<Loaded> settled(Result<Loaded> loaded, const Format& format, const ReadOp
 
 Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& options) {
     const Format* format = formatOf(path);
+    if (std::error_code ignored; !format && !std::filesystem::exists(path, ignored))
+        return Problem{"cannot read the file", path.string(), "No such file or directory"};
     if (!format) return unknownExtension("cannot read the file", path);
     try {
         const auto bytes = readFile(path, options.limits.bytes);
