@@ -116,6 +116,18 @@ void edit(Scene& scene, const FileEdits& edits) {
     }
 }
 
+// The answer of `work`, or a Problem where it takes more memory than there is.
+template <class Work>
+auto orOutOfMemory(const std::filesystem::path& path, const Work& work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return outOfMemory(path.string());
+    } catch (const std::length_error&) {
+        return outOfMemory(path.string());
+    }
+}
+
 Result<Loaded> settled(Result<Loaded> loaded, const Format& format, const ReadOptions& options) {
     if (loaded) loaded->format = &format;
     if (loaded && !format.readerEdits) edit(loaded->scene, options.edits);
@@ -131,40 +143,31 @@ Result<Loaded> readScene(const std::filesystem::path& path, const ReadOptions& o
     if (std::error_code ignored; !format && !std::filesystem::exists(path, ignored))
         return Problem{"cannot read the file", path.string(), "No such file or directory"};
     if (!format) return unknownExtension("cannot read the file", path);
-    try {
+    return orOutOfMemory(path, [&]() -> Result<Loaded> {
         const auto bytes = readFile(path, options.limits.bytes);
         if (!bytes) return bytes.problem();
         return readScene(bytes.value(), path, options);
-    } catch (const std::bad_alloc&) {
-        return outOfMemory(path.string());
-    }
+    });
 }
 
 Result<Loaded> readScene(std::string_view bytes, const std::filesystem::path& path,
                          const ReadOptions& options) {
     const Format* format = formatOf(path);
     if (!format) return unknownExtension("cannot read the file", path);
-    try {
+    return orOutOfMemory(path, [&]() -> Result<Loaded> {
         if (auto problem = contentMismatch(*format, bytes, path)) return *problem;
         auto loaded = format->read(bytes, path, options);
         if (loaded && options.clip && loaded->clips.empty())
             return Problem{"no clip is named " + inQuotes(*options.clip), path.string(),
                            "the file holds one animation without a name"};
         return settled(std::move(loaded), *format, options);
-    } catch (const std::bad_alloc&) {
-        return outOfMemory(path.string());
-    } catch (const std::length_error&) {
-        return outOfMemory(path.string());
-    }
+    });
 }
 
 Result<Loaded> readClip(const SourceMemory& source, const Format& format,
                         const std::filesystem::path& path, const ReadOptions& options) {
-    try {
-        return settled(format.readClip(source, options), format, options);
-    } catch (const std::bad_alloc&) {
-        return outOfMemory(path.string());
-    }
+    return orOutOfMemory(
+        path, [&] { return settled(format.readClip(source, options), format, options); });
 }
 
 namespace {
@@ -192,24 +195,15 @@ public:
 
     Result<Written> add(const Scene& scene) override {
         if (auto problem = replacesNeeded(scene, path_)) return *problem;
-        return guarded([&] { return writer_->add(scene); });
+        return orOutOfMemory(path_, [&] { return writer_->add(scene); });
     }
     Result<Written> finish() override {
-        auto written = guarded([&] { return writer_->finish(); });
+        auto written = orOutOfMemory(path_, [&] { return writer_->finish(); });
         if (written) tellLeftByOthers(*written);
         return written;
     }
 
 private:
-    template <class Work>
-    Result<Written> guarded(const Work& work) {
-        try {
-            return work();
-        } catch (const std::bad_alloc&) {
-            return outOfMemory(path_.string());
-        }
-    }
-
     std::filesystem::path path_;
     std::unique_ptr<ClipsWriter> writer_;
 };
@@ -221,13 +215,11 @@ Result<Written> writeScene(const Scene& scene, const std::filesystem::path& path
     const Format* format = options.format ? options.format : formatOf(path);
     if (!format) return unknownExtension("cannot write the file", path);
     if (auto problem = replacesNeeded(scene, path)) return *problem;
-    try {
+    return orOutOfMemory(path, [&] {
         auto written = format->write(scene, path, options);
         if (written) tellLeftByOthers(*written);
         return written;
-    } catch (const std::bad_alloc&) {
-        return outOfMemory(path.string());
-    }
+    });
 }
 
 std::unique_ptr<ClipsWriter> writeClips(const std::filesystem::path& path,

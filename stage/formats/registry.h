@@ -10,7 +10,7 @@ std::span<const Format> formats();
 // The format that a path's extension names, in any case; null where it names none.
 const Format* formatOf(const std::filesystem::path& path);
 
-// The format that bytes are surely of; null where there is none.
+// The format whose files begin like these bytes. Null where no format knows them.
 const Format* formatOfContent(std::string_view bytes);
 
 // "known are .bvh (BVH), ...": for messages about an unknown extension.

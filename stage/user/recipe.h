@@ -5,10 +5,10 @@
 //   {"cadencora": "recipe", "version": 1, "steps": [
 //     {"press": "Destroy Keys", "select": ["Hips"], "time": 12,
 //      "set": ["Start=60", "End=90"], "answers": ["yes"], "cancel": false}]}
-// beside "steps": "scale": 0.01 and "rename": {"mixamorig:Hips": "Hips"}, which change the file as
-// it is read; and in a step "preview": [0, 60], "keep": false, where all but "press" may be left
-// out. {"start": true,
-// ...} in place of "press": for the dialogs that open when the plug-in starts.
+// Beside "steps" there may be "scale": 0.01 and "rename": {"mixamorig:Hips": "Hips"}, which change
+// the file as it is read. A step may have "preview": [0, 60] and "keep": false, too. All of its
+// members but "press" may be left out. In place of "press" stands {"start": true, ...} for the
+// dialogs that open when the plug-in starts.
 #pragma once
 
 #include "stage/base/result.h"

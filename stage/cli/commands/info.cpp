@@ -19,15 +19,22 @@ ExitStatus info(const InfoOptions& options) {
     Loaded loaded;
     if (const auto status = readInput(options.input, options.reading, loaded); status != exitDone)
         return status;
-    const auto reading = readOptionsOf(options.reading);
     std::vector<ClipFacts> clips;
+    const auto add = [&](const Loaded& clip) {
+        const Scene& scene = clip.scene;
+        clips.push_back({clip.clip, scene.lastFrame, scene.rate.text(), scene.keyCount()});
+    };
+    ReadOptions reading; // of the other clips: the edits are in what the scene remembers
+    if (!options.reading.rate.empty()) reading.rate = FrameRate::parse(options.reading.rate);
     for (const std::string& name : loaded.clips) {
-        ReadOptions one = reading.value();
-        one.clip = name;
-        const auto clip = readClip(*loaded.scene.source, *loaded.format, options.input, one);
+        if (name == loaded.clip) {
+            add(loaded);
+            continue;
+        }
+        reading.clip = name;
+        const auto clip = readClip(*loaded.scene.source, *loaded.format, options.input, reading);
         if (!clip) return fail(exitFailed, clip.problem());
-        const Scene& scene = clip.value().scene;
-        clips.push_back({name, scene.lastFrame, scene.rate.text(), scene.keyCount()});
+        add(clip.value());
     }
     options.json ? printInfoJson(loaded, clips, std::cout) : printInfo(loaded, clips, std::cout);
     return exitDone;

@@ -3,11 +3,10 @@
 #include "stage/base/file.h"
 #include "stage/base/folder.h"
 #include "stage/base/text.h"
+#include "stage/cli/commands/reading.h"
 #include "stage/formats/registry.h"
 
 #include <algorithm>
-#include <iostream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -50,16 +49,10 @@ private:
 };
 
 Result<std::vector<std::string>> namesIn(const std::string& list) {
-    std::string text;
-    if (list == "-") {
-        text.assign(std::istreambuf_iterator<char>(std::cin), {});
-    } else {
-        auto read = readFile(list);
-        if (!read) return read.problem();
-        text = std::move(read.value());
-    }
+    const auto text = isStream(list) ? readStandardInput(defaultFileLimit) : readFile(list);
+    if (!text) return text.problem();
     std::vector<std::string> names;
-    std::istringstream lines(text);
+    std::istringstream lines(text.value());
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r')) line.pop_back();
         if (!line.empty()) names.push_back(std::move(line));

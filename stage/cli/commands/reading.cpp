@@ -3,7 +3,6 @@
 #include "stage/base/text.h"
 #include "stage/cli/commands/clips.h"
 #include "stage/cli/report/exit_status.h"
-
 #include "stage/user/recipe.h"
 
 #include <CLI/CLI.hpp>
@@ -55,20 +54,26 @@ void addFormat(CLI::App& app, std::string& name, const std::string& output) {
     });
 }
 
-Result<Loaded> openScene(const std::filesystem::path& path, const ReadOptions& options) {
-    if (!isStream(path)) return readScene(path, options);
+Result<std::string> readStandardInput(std::uintmax_t limit) {
     std::string bytes;
     std::array<char, 65536> buffer;
     while (std::cin.read(buffer.data(), buffer.size()) || std::cin.gcount() > 0) {
         bytes.append(buffer.data(), static_cast<std::size_t>(std::cin.gcount()));
-        if (bytes.size() > options.limits.bytes)
+        if (bytes.size() > limit)
             return Problem{"standard input is too long",
                            {},
-                           "the limit is " + std::to_string(options.limits.bytes) + " bytes"};
+                           "the limit is " + std::to_string(limit) + " bytes"};
     }
-    const Format* format = formatOfContent(bytes);
+    return bytes;
+}
+
+Result<Loaded> openScene(const std::filesystem::path& path, const ReadOptions& options) {
+    if (!isStream(path)) return readScene(path, options);
+    const auto bytes = readStandardInput(options.limits.bytes);
+    if (!bytes) return bytes.problem();
+    const Format* format = formatOfContent(bytes.value());
     if (!format) return Problem{"standard input is of no known format", {}, knownExtensions()};
-    return readScene(bytes, "stdin" + std::string(format->extensions.front()), options);
+    return readScene(bytes.value(), "stdin" + std::string(format->extensions.front()), options);
 }
 
 CLI::Validator notEmpty() {

@@ -27,6 +27,9 @@ struct ReadingArguments {
 // For the names of outputs: an empty one is a mistake, such as that of a variable in a script.
 CLI::Validator notEmpty();
 
+// What comes through standard input, of so many bytes at most.
+Result<std::string> readStandardInput(std::uintmax_t limit);
+
 // A format by its name on the command line, "bvh". Null where it has no such name.
 const Format* formatNamed(const std::string& name);
 

@@ -287,7 +287,7 @@ TEST_F(Collections, scenes_go_through_pipes) {
     ASSERT_EQ(destroy({path("in.glb"), "-o", path("same.glb")}).status, 0);
     EXPECT_EQ(run({"info", path("out.glb"), "--json"}).output.size(),
               run({"info", path("same.glb"), "--json"}).output.size() - 1)
-        << "but for the name";
+        << "all but the scene's name is the same";
     EXPECT_NE(fileText(path("report")).find("wrote -"), std::string::npos);
     EXPECT_EQ(destroy({example, "-o", path("a.stage"), "--format", "glb"}).status, 2);
     EXPECT_EQ(destroy({"-", "--report-file", path("lines"), "--resume"}).status, 2);

@@ -59,7 +59,7 @@ private:
         return scaleAccessors();
     }
 
-    // The member as an index of an accessor; nothing where it is none.
+    // Notes the accessor that a member names. A member that names none is passed over.
     void add(Json& holder, const char* member, bool isMatrix = false) {
         const auto found = holder.find(member);
         if (found != holder.end() && found->is_number_unsigned() &&
