@@ -42,10 +42,11 @@ set(cadencora_arrows
     "stage/cli/program: stage/cli"
     "stage/desktop/drawing: ${cadencora_scene} stage/scene/mesh"
     "stage/desktop/widgets: ${cadencora_scene}"
+    "stage/desktop/canvas: ${cadencora_scene} stage/scene/mesh stage/desktop/drawing"
     "stage/desktop/document: ${cadencora_scene} stage/panels stage/user stage/formats stage/formats/native stage/services stage/module stage/desktop/widgets"
     "stage/desktop/panels: ${cadencora_scene} stage/panels stage/desktop/widgets stage/desktop/document"
-    "stage/desktop/views: ${cadencora_scene} stage/scene/mesh stage/plot stage/panels stage/user stage/desktop/drawing stage/desktop/widgets stage/desktop/document"
-    "stage/desktop/app: ${cadencora_scene} stage/formats stage/module stage/desktop/drawing stage/desktop/widgets stage/desktop/document stage/desktop/panels stage/desktop/views"
+    "stage/desktop/views: ${cadencora_scene} stage/scene/mesh stage/plot stage/panels stage/user stage/desktop/drawing stage/desktop/canvas stage/desktop/widgets stage/desktop/document"
+    "stage/desktop/app: ${cadencora_scene} stage/formats stage/module stage/desktop/drawing stage/desktop/canvas stage/desktop/widgets stage/desktop/document stage/desktop/panels stage/desktop/views"
     "stage/desktop/program: stage/desktop/app")
 
 # "<header>: <the folders that it may include>". Any folder of the same half may include these,

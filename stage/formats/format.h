@@ -28,6 +28,7 @@ struct ReadLimits {
     // Coordinates, indices and weights of all items' meshes; an item whose mesh goes beyond has
     // none, and a note says so.
     std::size_t meshNumbers = 30'000'000;
+    std::uintmax_t imageBytes = std::uintmax_t{256} << 20; // of what meshes are painted with
 };
 
 // Whether lengths can be scaled by the number and back.

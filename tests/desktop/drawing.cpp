@@ -5,6 +5,7 @@
 #include "stage/desktop/drawing/scene_shapes.h"
 #include "stage/desktop/drawing/selection_order.h"
 #include "stage/plot/axis.h"
+#include "tests/desktop/some_mesh.h"
 #include "tests/desktop/some_scene.h"
 
 #include <algorithm>
@@ -107,34 +108,71 @@ TEST(Drawing, the_camera_puts_its_target_in_the_middle_and_up_upwards) {
     EXPECT_FALSE(view.line(behind, behind));
 }
 
-TEST(Drawing, bones_taper_to_their_children_and_dissolved_objects_are_left_out) {
+TEST(Drawing, bones_reach_their_children_and_dissolved_objects_are_left_out) {
     Scene scene = someScene();
     const ItemId hero = scene.findItem("Hero"), spine = scene.findItem("Spine");
     scene.mutableMotion(spine, positionY).rest = 4;
-    const auto count = [&](ItemId item, const SceneShapes& shapes) {
-        return std::ranges::count(shapes.faces, item, &Face::item);
+    const View view(OrbitCamera{}, 400, 300);
+    const auto shapes = [&] { return shapesAt(scene, 0, view); };
+    const auto count = [](ItemId item, const SceneShapes& of) {
+        return std::ranges::count(of.bones, item, &Bone::item) +
+               std::ranges::count(of.marks, item, &Mark::item);
     };
-    const SceneShapes shown = shapesAt(scene, 0, 1);
-    EXPECT_EQ(count(hero, shown), 6);
-    EXPECT_EQ(count(spine, shown), 8);
-    double top = 0;
-    for (const Face& face : shown.faces)
-        if (face.item == scene.findItem("Hips"))
-            for (const Vec3& corner : face.corners)
-                top = std::max(top, corner[1]);
-    EXPECT_NEAR(top, 4, 1e-12);
+    const SceneShapes shown = shapes();
+    EXPECT_EQ(count(hero, shown), 1);
+    EXPECT_EQ(count(spine, shown), 1);
+    const auto hips = std::ranges::find(shown.bones, scene.findItem("Hips"), &Bone::item);
+    ASSERT_NE(hips, shown.bones.end());
+    EXPECT_NEAR(hips->to[1], 4, 1e-12);
     const ChannelId gone =
         scene.addChannel(scene.item(hero).group, std::string(dissolveChannelName), 1);
     ASSERT_TRUE(scene.has(gone));
-    const SceneShapes hidden = shapesAt(scene, 0, 1);
-    EXPECT_EQ(count(hero, hidden) + count(spine, hidden), 0);
-    EXPECT_EQ(count(scene.findItem("Box"), hidden), 6);
+    EXPECT_EQ(count(hero, shapes()) + count(spine, shapes()), 0);
+    EXPECT_EQ(count(scene.findItem("Box"), shapes()), 1);
+    EXPECT_TRUE(shapesAt(scene, 0, view, {.bones = false}).marks.empty());
 
     const auto world = worldTransforms(scene, 0.5);
     for (std::size_t i = 0; i < scene.itemCount(); ++i)
         for (std::size_t k = 0; k < 3; ++k)
             EXPECT_NEAR(world[i].offset[k], worldTransform(scene, Scene::itemAt(i), 0.5).offset[k],
                         1e-12);
+
+    Scene flat = someScene(); // where Spine is at Hips
+    const SceneShapes marked = shapesAt(flat, 0, view);
+    EXPECT_EQ(std::ranges::count(marked.marks, flat.findItem("Spine"), &Mark::item), 1)
+        << "a bone of no length";
+}
+
+TEST(Drawing, the_pose_before_the_last_edit_shows_what_moved) {
+    Scene scene = someScene();
+    Journal journal;
+    EXPECT_FALSE(sceneBefore(scene, journal));
+    const ItemId box = scene.findItem("Box");
+    const double time = scene.motion(box, positionX).keys.last().time();
+    const double value = scene.motion(box, positionX).evaluate(time);
+    ASSERT_NE(value, scene.motion(box, positionX).rest);
+    EditScope edit(scene, "Clear");
+    edit.envelope(scene.channel(scene.item(box).motion[positionX]).envelope).keys.clear();
+    journal.commit(edit);
+    const auto before = sceneBefore(scene, journal);
+    ASSERT_TRUE(before);
+    EXPECT_EQ(before->motion(box, positionX).evaluate(time), value);
+    const View view(OrbitCamera{}, 400, 300);
+    SceneShapes ghost = shapesAt(*before, time, view);
+    keepMoved(ghost, shapesAt(scene, time, view));
+    for (const Mark& mark : ghost.marks)
+        EXPECT_TRUE(mark.item == box || scene.item(mark.item).parent == box)
+            << scene.item(mark.item).name;
+    EXPECT_EQ(std::ranges::count(ghost.marks, box, &Mark::item), 1);
+    EXPECT_TRUE(ghost.bones.empty());
+    const std::vector<Vec3> trail = trailOf(*before, box);
+    ASSERT_EQ(trail.size(), static_cast<std::size_t>(scene.previewLast + 1));
+    EXPECT_EQ(trail.back(), worldPosition(*before, box, scene.rate.timeOf(scene.previewLast)));
+    Scene shaped = before->snapshot();
+    shaped.item(box).mesh = blockMesh();
+    const Sphere whole = sphereAroundMotion(shaped);
+    for (const Vec3& point : trail)
+        EXPECT_LE(length(point - whole.center), whole.radius * (1 + 1e-9));
 }
 
 TEST(Drawing, a_selection_keeps_its_order_and_grows_at_its_end) {

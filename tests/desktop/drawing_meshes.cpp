@@ -19,18 +19,6 @@ ItemId addBlock(Scene& scene, const char* name, const Vec3& position) {
     return id;
 }
 
-// The longest way from one corner of an item's faces to another.
-double sizeOf(const SceneShapes& shapes, ItemId item) {
-    Vec3 low{1e9, 1e9, 1e9}, high{-1e9, -1e9, -1e9};
-    for (const Face& face : shapes.faces)
-        for (const Vec3& corner : face.corners)
-            for (std::size_t c = 0; c < 3 && face.item == item; ++c) {
-                low[c] = std::min(low[c], corner[c]);
-                high[c] = std::max(high[c], corner[c]);
-            }
-    return std::max({high[0] - low[0], high[1] - low[1], high[2] - low[2]});
-}
-
 // Seen from the front, the screen 200 by 200 pixels, one unit at the origin 10 of them.
 OrbitCamera frontCamera() {
     OrbitCamera camera;
@@ -39,24 +27,35 @@ OrbitCamera frontCamera() {
     return camera;
 }
 
-ItemId picked(const Scene& scene, double x, double y) {
-    return pickedItem(screenShapes(shapesAt(scene, 0, 1), frontCamera(), 200, 200), x, y, 5);
+ScreenPicture drawnFrom(const OrbitCamera& camera, const Scene& scene, double width,
+                        double height) {
+    return screenShapes(shapesAt(scene, 0, View(camera, width, height)), camera, width, height, {},
+                        MeshLines::all);
 }
 
-TEST(DrawingMeshes, a_mesh_stands_in_place_of_the_cube_and_the_other_cubes_are_marks) {
+ItemId picked(const Scene& scene, double x, double y) {
+    return pickedItem(drawnFrom(frontCamera(), scene, 200, 200), x, y, 5);
+}
+
+TEST(DrawingMeshes, a_mesh_stands_in_place_of_the_mark_and_marks_keep_their_size) {
     Scene scene;
     const ItemId root = scene.addItem(ItemType::object, "Root");
+    const auto markWidth = [&](double distance) {
+        OrbitCamera camera = frontCamera();
+        camera.distance = distance;
+        const auto drawn = drawnFrom(camera, scene, 200, 200);
+        const auto mark = std::ranges::find(drawn.shapes, root, &ScreenShape::item);
+        return mark == drawn.shapes.end() ? 0 : mark->points[1].x - mark->points[3].x;
+    };
+    EXPECT_NEAR(markWidth(10), 9, 1e-9);
     for (const MotionChannel scale : {scaleX, scaleY, scaleZ})
         scene.mutableMotion(root, scale).rest = 100;
-    EXPECT_NEAR(sizeOf(shapesAt(scene, 0, 2), root), 2, 1e-9) << "it would hide everything";
-    scene.mutableMotion(root, scaleX).rest = 5;
-    scene.mutableMotion(root, scaleY).rest = scene.mutableMotion(root, scaleZ).rest = 1;
-    EXPECT_NEAR(sizeOf(shapesAt(scene, 0, 2), root), 10, 1e-9);
+    EXPECT_NEAR(markWidth(1000), 9, 1e-9) << "whatever the scale and the distance";
 
     const ItemId block = addBlock(scene, "Block", {3, 0, 0});
-    const SceneShapes shown = shapesAt(scene, 0, 2);
-    EXPECT_NEAR(sizeOf(shown, root), 0.6, 1e-9);
-    EXPECT_TRUE(std::ranges::none_of(shown.faces, [&](auto& face) { return face.item == block; }));
+    const View view(frontCamera(), 200, 200);
+    const SceneShapes shown = shapesAt(scene, 0, view);
+    EXPECT_EQ(std::ranges::count(shown.marks, block, &Mark::item), 0);
     ASSERT_EQ(shown.surfaces.size(), 1u);
     EXPECT_EQ(shown.surfaces[0].points[7], (Vec3{4, 1, 1}));
 
@@ -65,7 +64,7 @@ TEST(DrawingMeshes, a_mesh_stands_in_place_of_the_cube_and_the_other_cubes_are_m
     EXPECT_NEAR(around.radius, std::sqrt(3), 1e-9);
 
     scene.addChannel(scene.item(block).group, std::string(dissolveChannelName), 1);
-    EXPECT_TRUE(shapesAt(scene, 0, 2).surfaces.empty());
+    EXPECT_TRUE(shapesAt(scene, 0, view).surfaces.empty());
 }
 
 TEST(DrawingMeshes, edges_between_two_sides_that_face_away_are_known) {
@@ -73,7 +72,7 @@ TEST(DrawingMeshes, edges_between_two_sides_that_face_away_are_known) {
     const ItemId block = addBlock(scene, "Block", {});
     const auto check = [&](const char* what) {
         SCOPED_TRACE(what);
-        const auto drawn = screenShapes(shapesAt(scene, 0, 1), OrbitCamera{}, 300, 300);
+        const auto drawn = drawnFrom(OrbitCamera{}, scene, 300, 300).meshes;
         ASSERT_EQ(drawn.size(), 1u);
         EXPECT_EQ(drawn[0].facing.size(), 9u); // of the three sides that one sees of a block
         EXPECT_EQ(drawn[0].away.size(), 3u);
@@ -93,7 +92,7 @@ TEST(DrawingMeshes, lines_end_at_the_eye_and_at_the_edge_of_the_screen) {
     };
     for (const double size : {1e3, 1e30, 1e300}) {
         scene.mutableMotion(block, scaleX).rest = size;
-        const auto drawn = screenShapes(shapesAt(scene, 0, 1), OrbitCamera{}, 300, 200);
+        const auto drawn = drawnFrom(OrbitCamera{}, scene, 300, 200).meshes;
         ASSERT_EQ(drawn.size(), 1u);
         EXPECT_TRUE(size > 1e3 || !drawn[0].facing.empty());
         EXPECT_TRUE(std::ranges::all_of(drawn[0].facing, isOn)) << size;

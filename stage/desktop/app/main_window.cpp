@@ -33,11 +33,12 @@ class LineLabel : public QLabel {
 
 } // namespace
 
-MainWindow::MainWindow() : document_(frontEnd_), recovery_(document_), playback_(document_) {
+MainWindow::MainWindow(bool shades)
+    : document_(frontEnd_), recovery_(document_), playback_(document_) {
     frontEnd_.serve(document_);
     frontEnd_.setMainWindow(this);
     setAcceptDrops(true);
-    addViews();
+    addViews(shades);
     addFileMenu();
     addEditMenu();
     addTimeMenu();
@@ -54,8 +55,9 @@ MainWindow::~MainWindow() {
     frontEnd_.closePanels(); // which know the document
 }
 
-void MainWindow::addViews() {
-    viewport_ = new Viewport(document_);
+void MainWindow::addViews(bool shades) {
+    viewport_ =
+        new Viewport(document_, shades ? Viewport::Canvas::shaded : Viewport::Canvas::lines);
     curves_ = new CurveView(document_);
     auto* views = new QSplitter(Qt::Vertical);
     views->addWidget(viewport_);
@@ -96,6 +98,11 @@ void MainWindow::addViews() {
     news_->setObjectName(QStringLiteral("news"));
     frame_ = new QLabel;
     statusBar()->addWidget(news_, 1);
+    if (!shades) {
+        auto* plain = new QLabel(tr("lines only"));
+        plain->setToolTip(tr("Surfaces are drawn as lines: there is no OpenGL 3.3 here"));
+        statusBar()->addPermanentWidget(plain);
+    }
     statusBar()->addPermanentWidget(frame_);
 }
 

@@ -1,6 +1,7 @@
 // The main window: the views of one document, side by side, and its menus.
 #pragma once
 
+#include "stage/desktop/canvas/viewport_canvas.h"
 #include "stage/desktop/document/document.h"
 #include "stage/desktop/document/playback.h"
 #include "stage/desktop/panels/desktop_front_end.h"
@@ -21,7 +22,8 @@ class Viewport;
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
-    MainWindow();
+    // `shades`: the viewport uses OpenGL; else it draws lines.
+    explicit MainWindow(bool shades = canShade());
     ~MainWindow() override;
 
     // Offers unsaved work of windows that have ended suddenly, once the window is shown.
@@ -46,11 +48,12 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
-    void addViews();
+    void addViews(bool shades);
     void addFileMenu();
     void addEditMenu();
     void addTimeMenu();
     void addViewMenu();
+    void addViewSwitches(QMenu& menu);
     void addPluginMenu();
     void askOpen();
     void askImport();

@@ -89,11 +89,52 @@ void MainWindow::addViewMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&View"));
     menu->addAction(tr("&Frame Selection"), QKeySequence(Qt::Key_F), viewport_,
                     &Viewport::frameSelection);
+    menu->addAction(tr("Frame the Whole &Motion"), QKeySequence(Qt::Key_A), viewport_,
+                    &Viewport::frameMotion);
     menu->addAction(tr("Fit &Curves"), QKeySequence(Qt::SHIFT | Qt::Key_F), curves_,
                     &CurveView::fit);
     menu->addSeparator();
+    const auto look = [&](const QString& name, Qt::Key key, Viewport::Side side) {
+        menu->addAction(name, QKeySequence(key), viewport_,
+                        [this, side] { viewport_->lookFrom(side); });
+    };
+    look(tr("From the F&ront"), Qt::Key_1, Viewport::Side::front);
+    look(tr("From the &Side"), Qt::Key_3, Viewport::Side::side);
+    look(tr("From the &Top"), Qt::Key_7, Viewport::Side::top);
+    menu->addSeparator();
+    addViewSwitches(*menu);
+    menu->addSeparator();
     for (const QDockWidget* dock : findChildren<QDockWidget*>())
         menu->addAction(dock->toggleViewAction());
+}
+
+// They open as they were when the program ended last.
+void MainWindow::addViewSwitches(QMenu& menu) {
+    ViewOptions options = viewport_->options();
+    const auto add = [&](const QString& name, const QKeySequence& key, const QString& setting,
+                         bool ViewOptions::*option) {
+        QAction* action = menu.addAction(name, key, this, [] {});
+        action->setCheckable(true);
+        options.*option = QSettings().value(setting, options.*option).toBool();
+        action->setChecked(options.*option);
+        connect(action, &QAction::toggled, this, [this, setting, option](bool on) {
+            ViewOptions now = viewport_->options();
+            now.*option = on;
+            viewport_->setOptions(now);
+            QSettings().setValue(setting, on);
+        });
+    };
+    add(tr("M&eshes"), {}, QStringLiteral("view/meshes"), &ViewOptions::meshes);
+    add(tr("&Bones and Markers"), {}, QStringLiteral("view/bones"), &ViewOptions::bones);
+    add(tr("&Names"), {}, QStringLiteral("view/names"), &ViewOptions::names);
+    add(tr("&Grid"), {}, QStringLiteral("view/grid"), &ViewOptions::grid);
+    add(tr("&Pose before the Last Command"), Qt::Key_G, QStringLiteral("view/ghost"),
+        &ViewOptions::ghost);
+    add(tr("Tr&ail of the Selected Item"), Qt::Key_T, QStringLiteral("view/trail"),
+        &ViewOptions::trail);
+    add(tr("F&ollow the Selected Item"), QKeySequence(Qt::SHIFT | Qt::Key_A),
+        QStringLiteral("view/follow"), &ViewOptions::follow);
+    viewport_->setOptions(options);
 }
 
 void MainWindow::addPluginMenu() {

@@ -111,7 +111,9 @@ int runDesktop(int argc, char** argv) {
                                     QStringLiteral("name"));
     const QCommandLineOption frame(QStringLiteral("frame"), QStringLiteral("the frame to go to"),
                                    QStringLiteral("number"));
-    parser.addOptions({start, server, select, frame});
+    const QCommandLineOption lines(QStringLiteral("lines"),
+                                   QStringLiteral("draw the viewport without OpenGL"));
+    parser.addOptions({start, server, select, frame, lines});
     parser.process(*application); // ends here where it is a question
     const QStringList files = parser.positionalArguments();
     if (files.size() > 1) {
@@ -119,7 +121,7 @@ int runDesktop(int argc, char** argv) {
         return 2;
     }
 
-    MainWindow window;
+    MainWindow window(!parser.isSet(lines) && canShade());
     restorePlaces(window);
     window.show();
     window.offerRecovered();

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace cadencora::stage {
 
 namespace {
 
-const double halfHeight = std::tan(20 * std::numbers::pi / 180); // of the view, at distance 1
+const double halfHeight = std::tan(viewHalfAngle); // of the view, at distance 1
 
 Mat3 cameraAxes(const OrbitCamera& camera) {
     return rotation({camera.heading, camera.pitch, 0}, headingPitchBank);
@@ -69,6 +68,10 @@ std::optional<ScreenPoint> View::point(const Vec3& world) const {
     const Vec3 seen = toEye(world);
     if (-seen[2] < near_) return std::nullopt;
     return project(seen);
+}
+
+double View::pixelAt(const Vec3& world) const {
+    return std::max(-toEye(world)[2], 0.0) / scale_;
 }
 
 std::optional<std::pair<ScreenPoint, ScreenPoint>> View::line(const Vec3& a, const Vec3& b) const {

@@ -5,6 +5,7 @@
 
 #include "stage/scene/math/rotation.h"
 
+#include <numbers>
 #include <optional>
 #include <utility>
 
@@ -28,6 +29,8 @@ struct OrbitCamera {
     Vec3 eye() const;
 };
 
+constexpr double viewHalfAngle = 20 * std::numbers::pi / 180; // from the middle to the upper edge
+
 // A camera's view onto a screen of a size in pixels.
 class View {
 public:
@@ -38,11 +41,18 @@ public:
     // The part of the line in front of the eye.
     std::optional<std::pair<ScreenPoint, ScreenPoint>> line(const Vec3& a, const Vec3& b) const;
 
+    // How long a pixel is at a point of the world; 0 behind the eye.
+    double pixelAt(const Vec3& world) const;
+
+    const Mat3& axes() const { return axes_; } // rows: right, up, back
+    const Vec3& eye() const { return eye_; }
+    double nearest() const { return near_; } // what is nearer to the eye is not shown
+
 private:
     Vec3 toEye(const Vec3& world) const;
     ScreenPoint project(const Vec3& seen) const;
 
-    Mat3 axes_; // rows: right, up, back
+    Mat3 axes_;
     Vec3 eye_;
     double near_;
     double scale_, centerX_, centerY_;

@@ -20,10 +20,12 @@ bool isInFront(const ScreenPoint& point) {
 
 class ScreenShaper {
 public:
-    ScreenShaper(const OrbitCamera& camera, double width, double height)
-        : view_(camera, width, height), eye_(camera.eye()), width_(width), height_(height) {}
+    ScreenShaper(const OrbitCamera& camera, double width, double height,
+                 const std::vector<bool>& selected, MeshLines lines)
+        : view_(camera, width, height), width_(width), height_(height), selected_(selected),
+          lines_(lines) {}
 
-    std::vector<ScreenShape> shapes(const SceneShapes& from) {
+    ScreenPicture picture(const SceneShapes& from) {
         constexpr std::size_t mostEdges = 120'000;
         std::size_t edges = 0;
         for (const Surface& surface : from.surfaces)
@@ -31,36 +33,68 @@ public:
         step_ = 1 + edges / mostEdges;
         for (const Surface& surface : from.surfaces)
             addSurface(surface);
-        for (const Face& face : from.faces)
-            addFace(face);
+        drawn_.shapes.reserve(from.bones.size() + from.marks.size() + from.edges.size());
+        for (const Bone& bone : from.bones)
+            addBone(bone);
+        for (const Mark& mark : from.marks)
+            if (const auto point = view_.point(mark.at)) addMark(mark.item, *point, markRadius);
         for (const Edge& edge : from.edges)
-            if (const auto line = view_.line(edge.from, edge.to)) {
-                const auto& [a, b] = *line;
-                all_.push_back({edge.item, (a.depth + b.depth) / 2, 1, {a, b}, nullptr, {}, {}});
-            }
-        std::ranges::stable_sort(all_, std::greater(), &ScreenShape::depth);
-        return std::move(all_);
+            if (const auto line = view_.line(edge.from, edge.to))
+                add(edge.item, 2, {line->first, line->second});
+        std::ranges::stable_sort(drawn_.meshes, std::greater(), &ScreenMesh::depth);
+        std::ranges::sort(drawn_.shapes, [](const ScreenShape& a, const ScreenShape& b) {
+            return a.isSelected != b.isSelected ? b.isSelected
+                   : a.depth != b.depth         ? a.depth > b.depth
+                                                : a.item < b.item;
+        });
+        return std::move(drawn_);
     }
 
 private:
-    void addFace(const Face& face) {
-        if (!facesEye(face, eye_)) return;
-        ScreenShape drawn;
-        drawn.item = face.item;
-        for (const Vec3& corner : face.corners) {
-            const auto point = view_.point(corner);
-            if (!point) return;
-            drawn.points.push_back(*point);
-            drawn.depth += point->depth / static_cast<double>(face.corners.size());
-        }
-        drawn.light = lightOf(face);
-        all_.push_back(std::move(drawn));
+    static constexpr double markRadius = 4.5, smallMark = 2.5; // pixels
+
+    bool isSelected(ItemId item) const {
+        const std::size_t at = Scene::positionOf(item);
+        return at < selected_.size() && selected_[at];
+    }
+
+    void add(ItemId item, int corners, const std::array<ScreenPoint, 4>& points) {
+        double depth = 0;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(corners); ++i)
+            depth += points[i].depth / corners;
+        drawn_.shapes.push_back({item, depth, isSelected(item), corners, points});
+    }
+
+    void addMark(ItemId item, const ScreenPoint& at, double radius) {
+        const auto point = [&](double dx, double dy) {
+            return ScreenPoint{at.x + dx * radius, at.y + dy * radius, at.depth};
+        };
+        add(item, 4, {point(0, -1), point(1, 0), point(0, 1), point(-1, 0)});
+    }
+
+    // Also one that is seen from its end has a mark.
+    void addBone(const Bone& bone) {
+        const auto line = view_.line(bone.from, bone.to);
+        if (!line) return;
+        const auto& [from, to] = *line;
+        const double dx = to.x - from.x, dy = to.y - from.y, size = std::hypot(dx, dy);
+        if (!(size > 2 * smallMark)) return addMark(bone.item, from, smallMark);
+        constexpr double widest = 0.16; // along the bone
+        const double half = std::clamp(0.05 * size, 1.4, 3.5) / size;
+        const double x = from.x + widest * dx, y = from.y + widest * dy;
+        const double depth = from.depth + widest * (to.depth - from.depth);
+        add(bone.item, 4,
+            {from, ScreenPoint{x + half * dy, y - half * dx, depth}, to,
+             ScreenPoint{x - half * dy, y + half * dx, depth}});
     }
 
     void addSurface(const Surface& surface) {
-        ScreenShape drawn;
+        ScreenMesh drawn;
         drawn.item = surface.item;
-        drawn.mesh = surface.shape;
+        drawn.isSelected = isSelected(surface.item);
+        drawn.shape = surface.shape;
+        const bool all = lines_ == MeshLines::all;
+        if (!all && !(lines_ == MeshLines::selectedOutlines && drawn.isSelected)) return;
         drawn.points.reserve(surface.points.size());
         for (const Vec3& point : surface.points) {
             drawn.points.push_back(view_.point(point).value_or(ScreenPoint{}));
@@ -76,10 +110,12 @@ private:
             const auto [left, right] = edge.triangles;
             const bool one = left == MeshEdge::none || faces[left];
             const bool other = right == MeshEdge::none ? one : faces[right];
-            if (i % step_ == 0 || one != other)
+            const bool isOutline = one != other || right == MeshEdge::none;
+            if (isOutline && drawn.isSelected) addLine(surface, edge, drawn.points, drawn.outline);
+            if (all && (i % step_ == 0 || one != other))
                 addLine(surface, edge, drawn.points, one || other ? drawn.facing : drawn.away);
         }
-        all_.push_back(std::move(drawn));
+        drawn_.meshes.push_back(std::move(drawn));
     }
 
     static bool isFacing(const std::vector<ScreenPoint>& points, const MeshTriangle& triangle,
@@ -99,38 +135,16 @@ private:
             if (!cut) return;
             std::tie(a, b) = *cut;
         }
-        if (const auto line = clipped({a.x, a.y, b.x, b.y})) lines.push_back(*line);
-    }
-
-    // The part of a line that is on the screen: a painter takes long over what is far outside.
-    std::optional<ScreenLine> clipped(const ScreenLine& line) const {
-        const double dx = line.x2 - line.x1, dy = line.y2 - line.y1;
-        if (!std::isfinite(dx) || !std::isfinite(dy)) return std::nullopt;
-        double from = 0, to = 1;
-        const auto keep = [&](double step, double room) { // where step * t <= room
-            if (step == 0) return room >= 0;
-            if (step > 0)
-                to = std::min(to, room / step);
-            else
-                from = std::max(from, room / step);
-            return from <= to;
-        };
-        if (!keep(-dx, line.x1) || !keep(dx, width_ - line.x1) || !keep(-dy, line.y1) ||
-            !keep(dy, height_ - line.y1))
-            return std::nullopt;
-        // Held to the screen: of huge numbers a rounding is huge.
-        const auto at = [](double start, double way, double size) {
-            return std::clamp(start + way, 0.0, size);
-        };
-        return ScreenLine{at(line.x1, from * dx, width_), at(line.y1, from * dy, height_),
-                          at(line.x1, to * dx, width_), at(line.y1, to * dy, height_)};
+        if (const auto line = clippedLine({a.x, a.y, b.x, b.y}, width_, height_))
+            lines.push_back(*line);
     }
 
     const View view_;
-    const Vec3 eye_;
     const double width_, height_;
+    const std::vector<bool>& selected_;
+    const MeshLines lines_;
     std::size_t step_ = 1; // of edges; one in so many is drawn
-    std::vector<ScreenShape> all_;
+    ScreenPicture drawn_;
 };
 
 // The place on a line that is nearest to one on the screen.
@@ -146,7 +160,7 @@ bool isWithin(const ScreenPoint& point, double x, double y, double reach) {
     return std::hypot(point.x - x, point.y - y) <= reach;
 }
 
-bool isInside(const std::vector<ScreenPoint>& outline, double x, double y) {
+bool isInside(std::span<const ScreenPoint> outline, double x, double y) {
     bool inside = false;
     for (std::size_t i = 0; i < outline.size(); ++i) {
         const ScreenPoint &a = outline[i], &b = outline[(i + 1) % outline.size()];
@@ -157,13 +171,13 @@ bool isInside(const std::vector<ScreenPoint>& outline, double x, double y) {
 }
 
 // The depth of a mesh at a place on the screen; nothing where it is not there.
-std::optional<double> meshDepth(const ScreenShape& drawn, double x, double y, double reach) {
+std::optional<double> meshDepth(const ScreenMesh& drawn, double x, double y, double reach) {
     std::optional<double> nearest;
     const auto take = [&](double depth) {
         if (!nearest || depth < *nearest) nearest = depth;
     };
     const ScreenPoint at{x, y, 0};
-    for (const MeshTriangle& triangle : drawn.mesh->triangles) {
+    for (const MeshTriangle& triangle : drawn.shape->triangles) {
         const ScreenPoint &a = drawn.points[triangle[0]], &b = drawn.points[triangle[1]],
                           &c = drawn.points[triangle[2]];
         if (!isInFront(a) || !isInFront(b) || !isInFront(c)) continue;
@@ -174,7 +188,7 @@ std::optional<double> meshDepth(const ScreenShape& drawn, double x, double y, do
         if (shareA >= 0 && shareB >= 0 && shareC >= 0)
             take(shareA * a.depth + shareB * b.depth + shareC * c.depth);
     }
-    for (const MeshEdge& edge : drawn.mesh->edges) {
+    for (const MeshEdge& edge : drawn.shape->edges) {
         const ScreenPoint &a = drawn.points[edge.points[0]], &b = drawn.points[edge.points[1]];
         if (!isInFront(a) || !isInFront(b)) continue;
         const ScreenPoint nearby = nearestOn(a, b, x, y);
@@ -184,7 +198,7 @@ std::optional<double> meshDepth(const ScreenShape& drawn, double x, double y, do
 }
 
 bool isAt(const ScreenShape& drawn, double x, double y, double reach) {
-    const auto& points = drawn.points;
+    const std::span points(drawn.points.data(), static_cast<std::size_t>(drawn.corners));
     if (points.size() > 2 && isInside(points, x, y)) return true;
     for (std::size_t i = 0; i < points.size(); ++i)
         if (isWithin(nearestOn(points[i], points[(i + 1) % points.size()], x, y), x, y, reach))
@@ -192,33 +206,53 @@ bool isAt(const ScreenShape& drawn, double x, double y, double reach) {
     return false;
 }
 
-ItemId topmost(std::span<const ScreenShape> drawn, double x, double y, double reach) {
+ItemId topmost(const ScreenPicture& drawn, double x, double y, double reach) {
+    for (std::size_t i = drawn.shapes.size(); i-- > 0;)
+        if (isAt(drawn.shapes[i], x, y, reach)) return drawn.shapes[i].item;
     ItemId found = ItemId::none;
-    double depth = 0;
-    for (std::size_t i = drawn.size(); i-- > 0;) {
-        const ScreenShape& shape = drawn[i];
-        if (!shape.mesh) {
-            if (!isAt(shape, x, y, reach)) continue;
-            return found == ItemId::none ? shape.item : found;
+    double depth = HUGE_VAL;
+    for (const ScreenMesh& mesh : drawn.meshes)
+        if (const auto here = meshDepth(mesh, x, y, reach); here && *here < depth) {
+            found = mesh.item;
+            depth = *here;
         }
-        const auto here = meshDepth(shape, x, y, reach);
-        if (!here || (found != ItemId::none && *here >= depth)) continue;
-        found = shape.item;
-        depth = *here;
-    }
     return found;
 }
 
 } // namespace
 
-std::vector<ScreenShape> screenShapes(const SceneShapes& shapes, const OrbitCamera& camera,
-                                      double width, double height) {
-    return ScreenShaper(camera, width, height).shapes(shapes);
+ScreenPicture screenShapes(const SceneShapes& shapes, const OrbitCamera& camera, double width,
+                           double height, const std::vector<bool>& selected, MeshLines lines) {
+    return ScreenShaper(camera, width, height, selected, lines).picture(shapes);
 }
 
-ItemId pickedItem(std::span<const ScreenShape> drawn, double x, double y, double reach) {
+ItemId pickedItem(const ScreenPicture& drawn, double x, double y, double reach) {
     const ItemId exact = topmost(drawn, x, y, 1);
     return exact != ItemId::none ? exact : topmost(drawn, x, y, reach);
+}
+
+// A painter takes long over what is far outside.
+std::optional<ScreenLine> clippedLine(const ScreenLine& line, double width, double height) {
+    const double dx = line.x2 - line.x1, dy = line.y2 - line.y1;
+    if (!std::isfinite(dx) || !std::isfinite(dy)) return std::nullopt;
+    double from = 0, to = 1;
+    const auto keep = [&](double step, double room) { // where step * t <= room
+        if (step == 0) return room >= 0;
+        if (step > 0)
+            to = std::min(to, room / step);
+        else
+            from = std::max(from, room / step);
+        return from <= to;
+    };
+    if (!keep(-dx, line.x1) || !keep(dx, width - line.x1) || !keep(-dy, line.y1) ||
+        !keep(dy, height - line.y1))
+        return std::nullopt;
+    // Held to the screen: of huge numbers a rounding is huge.
+    const auto at = [](double start, double way, double size) {
+        return std::clamp(start + way, 0.0, size);
+    };
+    return ScreenLine{at(line.x1, from * dx, width), at(line.y1, from * dy, height),
+                      at(line.x1, to * dx, width), at(line.y1, to * dy, height)};
 }
 
 } // namespace cadencora::stage

@@ -1,8 +1,9 @@
 #include "stage/desktop/views/viewport.h"
 
-#include "stage/desktop/drawing/curve_lines.h"
+#include "stage/desktop/canvas/viewport_canvas.h"
 #include "stage/desktop/drawing/selection_order.h"
 #include "stage/desktop/widgets/item_icons.h"
+#include "stage/desktop/widgets/qt_text.h"
 #include "stage/plot/axis.h"
 
 #include <QApplication>
@@ -14,22 +15,58 @@
 
 namespace cadencora::stage {
 
-Viewport::Viewport(Document& document, QWidget* parent) : QWidget(parent), document_(document) {
-    setMinimumSize(200, 120);
-    setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
-    connect(&document, &Document::changed, this, [this](Changes what) {
-        if (what.testFlag(Change::scene)) takeSizes();
-        update();
-    });
-    takeSizes();
+namespace {
+
+const QColor selectedColour(245, 160, 40), xColour(210, 70, 70), yColour(80, 160, 60),
+    zColour(70, 110, 220);
+
+QColor faint(QColor colour, int alpha) {
+    colour.setAlpha(alpha);
+    return colour;
 }
 
-void Viewport::takeSizes() {
+} // namespace
+
+Viewport::Viewport(Document& document, Canvas canvas, QWidget* parent)
+    : QWidget(parent), document_(document), kind_(canvas),
+      canvas_((canvas == Canvas::shaded ? makeShadedCanvas
+                                        : makeLineCanvas)([this] { return picture(); }, this)) {
+    setMinimumSize(200, 120);
+    setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
+    connect(&document, &Document::changed, this, &Viewport::take);
+    frameMotion();
+}
+
+void Viewport::take(Changes what) {
+    if (what & (Changes(Change::scene) | Change::keys)) ghostIsNew_ = true;
+    if (what & ~Changes(Change::time)) trailIsNew_ = true;
     const Scene& scene = document_.scene();
-    whole_ = sphereAroundAll(scene, scene.currentTime);
-    unit_ = std::clamp(whole_.radius / 10, 0.02, 1e4);
-    camera_ = {};
-    camera_.frame(whole_.center, whole_.radius);
+    if (what.testFlag(Change::scene)) {
+        followed_.reset();
+        ghost_.reset(); // it shares what the scene has
+        // Another clip of the same file is looked at from where the camera is.
+        const bool isSame = document_.path() == path_ && scene.itemCount() == items_;
+        path_ = document_.path();
+        items_ = scene.itemCount();
+        if (!isSame) frameMotion();
+    }
+    follow();
+    redraw();
+}
+
+void Viewport::follow() {
+    const Scene& scene = document_.scene();
+    if (!options_.follow || scene.selection.empty()) return followed_.reset();
+    const Vec3 now = worldPosition(scene, scene.selection.back(), scene.currentTime);
+    if (followed_) camera_.target = camera_.target + (now - *followed_);
+    followed_ = now;
+}
+
+void Viewport::frameMotion() {
+    const Sphere whole = sphereAroundMotion(document_.scene());
+    size_ = whole.radius;
+    camera_.frame(whole.center, whole.radius);
+    redraw();
 }
 
 void Viewport::frameSelection() {
@@ -38,93 +75,230 @@ void Viewport::frameSelection() {
                               ? sphereAroundAll(scene, scene.currentTime)
                               : sphereAround(scene, scene.selection, scene.currentTime);
     camera_.frame(sphere.center, sphere.radius);
-    update();
+    redraw();
 }
 
-void Viewport::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.fillRect(rect(), palette().color(QPalette::Base));
-    painter.setRenderHint(QPainter::Antialiasing);
-    paintGrid(painter, View(camera_, width(), height()));
+void Viewport::lookFrom(Side side) {
+    camera_.heading = side == Side::side ? std::numbers::pi / 2 : 0;
+    camera_.pitch = side == Side::top ? -std::numbers::pi / 2 : 0;
+    redraw();
+}
+
+void Viewport::setOptions(const ViewOptions& options) {
+    options_ = options;
+    followed_.reset();
+    follow();
+    redraw();
+}
+
+void Viewport::resizeEvent(QResizeEvent*) {
+    canvas_->resize(size());
+}
+
+void Viewport::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) redraw();
+    QWidget::changeEvent(event);
+}
+
+Sight Viewport::sight() const {
+    return {options_.meshes, options_.bones, kind_ == Canvas::shaded};
+}
+
+std::vector<bool> Viewport::selectedItems() const {
     const Scene& scene = document_.scene();
-    marked_.assign(scene.itemCount(), false);
+    std::vector<bool> selected(scene.itemCount(), false);
     for (const ItemId item : scene.selection)
-        marked_[Scene::positionOf(item)] = true;
-    const std::vector<ScreenShape> shapes = drawnShapes();
-    std::size_t lines = 0;
-    for (const ScreenShape& shape : shapes)
-        lines += shape.facing.size() + shape.away.size();
-    constexpr std::size_t mostSmooth = 20'000; // lines; a frame should take no longer than it lasts
-    for (const ScreenShape& shape : shapes) {
-        painter.setRenderHint(QPainter::Antialiasing, !shape.mesh || lines <= mostSmooth);
-        shape.mesh ? paintMesh(painter, shape) : paintShape(painter, shape);
-    }
+        selected[Scene::positionOf(item)] = true;
+    return selected;
 }
 
-std::vector<ScreenShape> Viewport::drawnShapes() const {
+QColor Viewport::colourOf(ItemId item, bool isSelected) const {
+    return isSelected ? selectedColour
+                      : itemColour(document_.scene().item(item).type, isDark(palette()));
+}
+
+ViewportPicture Viewport::picture() {
     const Scene& scene = document_.scene();
-    return screenShapes(shapesAt(scene, scene.currentTime, unit_), camera_, width(), height());
+    ViewportPicture picture;
+    picture.camera = camera_;
+    picture.ground = palette().color(QPalette::Base);
+    if (options_.grid) addGrid(picture);
+    SceneShapes shapes = shapesAt(scene, scene.currentTime, view(), sight());
+    const std::vector<bool> selected = selectedItems();
+    ScreenPicture drawn =
+        screenShapes(shapes, camera_, width(), height(), selected,
+                     kind_ == Canvas::lines ? MeshLines::all : MeshLines::selectedOutlines);
+    if (options_.ghost) addGhost(picture, shapes);
+    addShapes(picture, drawn);
+    if (options_.trail) addTrail(picture);
+    picture.surfaces = std::move(shapes.surfaces);
+    if (kind_ == Canvas::lines) picture.lines = std::move(drawn.meshes);
+    picture.lineColour = [this, selected](ItemId item) {
+        return colourOf(item, selected[Scene::positionOf(item)]);
+    };
+    picture.paintWords = [this, places = std::move(shapes)](QPainter& painter) {
+        paintNames(painter, places);
+        paintGizmo(painter);
+    };
+    return picture;
+}
+
+void Viewport::addLine(std::vector<FlatShape>& to, const View& view, const Vec3& a, const Vec3& b,
+                       const QColor& colour, float thick) const {
+    const auto line = view.line(a, b);
+    if (!line) return;
+    const auto shown = clippedLine({line->first.x, line->first.y, line->second.x, line->second.y},
+                                   width(), height());
+    if (shown)
+        to.push_back(
+            {{QPointF(shown->x1, shown->y1), QPointF(shown->x2, shown->y2)}, 2, colour, thick});
 }
 
 // On the ground below the scene, lines on whole steps.
-void Viewport::paintGrid(QPainter& painter, const View& view) const {
+void Viewport::addGrid(ViewportPicture& picture) const {
     constexpr int reach = 12; // cells
-    const double cell = niceStep(2 * whole_.radius, 8);
+    const View seen = view();
+    const double cell = niceStep(2 * size_, 8);
     const double x0 = std::round(camera_.target[0] / cell),
                  z0 = std::round(camera_.target[2] / cell);
-    const auto draw = [&](const Vec3& a, const Vec3& b, const QColor& colour, double thick) {
-        const auto line = view.line(a, b);
-        if (!line) return;
-        painter.setPen(QPen(colour, thick));
-        painter.drawLine(QPointF(line->first.x, line->first.y),
-                         QPointF(line->second.x, line->second.y));
-    };
-    QColor plain = palette().color(QPalette::Text);
-    plain.setAlpha(38);
+    const QColor plain = faint(palette().color(QPalette::Text), 38);
     for (int i = -reach; i <= reach; ++i) {
         const double x = (x0 + i) * cell, z = (z0 + i) * cell;
         const double left = (x0 - reach) * cell, right = (x0 + reach) * cell;
         const double back = (z0 - reach) * cell, front = (z0 + reach) * cell;
-        draw({x, 0, back}, {x, 0, front}, x == 0 ? QColor(70, 110, 220, 170) : plain, 1);
-        draw({left, 0, z}, {right, 0, z}, z == 0 ? QColor(210, 70, 70, 170) : plain, 1);
+        addLine(picture.below, seen, {x, 0, back}, {x, 0, front},
+                x == 0 ? faint(zColour, 170) : plain, 1);
+        addLine(picture.below, seen, {left, 0, z}, {right, 0, z},
+                z == 0 ? faint(xColour, 170) : plain, 1);
     }
 }
 
-QColor Viewport::colourOf(ItemId item) const {
-    if (marked_[Scene::positionOf(item)]) return {245, 160, 40};
-    return itemColour(document_.scene().item(item).type, isDark(palette()));
+const Scene* Viewport::ghostScene() {
+    if (ghostIsNew_) ghost_ = sceneBefore(document_.scene(), document_.host().journal());
+    ghostIsNew_ = false;
+    return ghost_ ? &*ghost_ : nullptr;
 }
 
-void Viewport::paintShape(QPainter& painter, const ScreenShape& shape) const {
-    QPolygonF outline;
-    for (const ScreenPoint& point : shape.points)
-        outline << QPointF(point.x, point.y);
-    const QColor colour = colourOf(shape.item);
-    const QColor fill = QColor::fromHsvF(colour.hsvHueF(), colour.hsvSaturationF(),
-                                         static_cast<float>(colour.valueF() * shape.light));
-    painter.setPen(QPen(outline.size() == 2 ? colour : colour.darker(150), 1));
-    painter.setBrush(fill);
-    painter.drawPolygon(outline);
+void Viewport::addGhost(ViewportPicture& picture, const SceneShapes& now) {
+    const Scene* before = ghostScene();
+    if (!before) return;
+    SceneShapes shapes = shapesAt(*before, document_.scene().currentTime, view(), sight());
+    keepMoved(shapes, now);
+    const QColor colour = faint(isDark(palette()) ? QColor(150, 175, 235) : QColor(95, 120, 190),
+                                kind_ == Canvas::shaded ? 130 : 90);
+    ScreenPicture drawn = screenShapes(shapes, camera_, width(), height(), {},
+                                       kind_ == Canvas::lines ? MeshLines::all : MeshLines::none);
+    for (const ScreenMesh& mesh : drawn.meshes)
+        for (const ScreenLine& line : mesh.facing)
+            picture.over.push_back(
+                {{QPointF(line.x1, line.y1), QPointF(line.x2, line.y2)}, 2, faint(colour, 60), 1});
+    for (const ScreenShape& shape : drawn.shapes) {
+        FlatShape& flat = picture.over.emplace_back();
+        flat.corners = shape.corners;
+        flat.colour = colour;
+        for (std::size_t i = 0; i < shape.points.size(); ++i)
+            flat.points[i] = {shape.points[i].x, shape.points[i].y};
+    }
+    picture.ghosts = std::move(shapes.surfaces);
 }
 
-// What faces away is faint, so that the shape is seen and not the net: the colours are mixed here,
-// since transparent lines take twice as long.
-void Viewport::paintMesh(QPainter& painter, const ScreenShape& mesh) const {
-    const QColor colour = colourOf(mesh.item), ground = palette().color(QPalette::Base);
-    const auto draw = [&](const std::vector<ScreenLine>& lines, float share) {
-        const auto mixed = [&](float own, float behind) { return behind + share * (own - behind); };
-        QList<QLineF> all;
-        all.reserve(static_cast<qsizetype>(lines.size()));
-        for (const ScreenLine& line : lines)
-            all.emplace_back(line.x1, line.y1, line.x2, line.y2);
-        painter.setPen(QPen(QColor::fromRgbF(mixed(colour.redF(), ground.redF()),
-                                             mixed(colour.greenF(), ground.greenF()),
-                                             mixed(colour.blueF(), ground.blueF())),
-                            1));
-        painter.drawLines(all);
+void Viewport::addShapes(ViewportPicture& picture, const ScreenPicture& drawn) const {
+    constexpr std::size_t mostEdged = 4000; // an outline costs four times what the shape does
+    const bool edged = drawn.shapes.size() <= mostEdged;
+    const Scene& scene = document_.scene();
+    std::array<QColor, itemTypes.size()> colours;
+    for (const ItemType type : itemTypes)
+        colours[static_cast<std::size_t>(type)] = itemColour(type, isDark(palette()));
+    for (const ScreenMesh& mesh : drawn.meshes)
+        for (const ScreenLine& line : mesh.outline)
+            picture.over.push_back(
+                {{QPointF(line.x1, line.y1), QPointF(line.x2, line.y2)}, 2, selectedColour, 2});
+    picture.over.reserve(picture.over.size() + drawn.shapes.size());
+    for (const ScreenShape& shape : drawn.shapes) {
+        FlatShape& flat = picture.over.emplace_back();
+        flat.corners = shape.corners;
+        flat.colour = shape.isSelected
+                          ? selectedColour
+                          : colours[static_cast<std::size_t>(scene.item(shape.item).type)];
+        flat.width = shape.isSelected ? 2 : 1.2f;
+        if (edged || shape.isSelected)
+            flat.edge = shape.isSelected ? QColor(60, 35, 0) : flat.colour.darker(190);
+        for (std::size_t i = 0; i < shape.points.size(); ++i)
+            flat.points[i] = {shape.points[i].x, shape.points[i].y};
+    }
+}
+
+// A line with a dot for each frame, where frames are far enough apart to be told.
+void Viewport::addTrail(ViewportPicture& picture) {
+    const Scene& scene = document_.scene();
+    if (trailIsNew_)
+        trail_ =
+            scene.selection.empty() ? std::vector<Vec3>() : trailOf(scene, scene.selection.back());
+    trailIsNew_ = false;
+    if (trail_.size() < 2) return;
+    const View seen = view();
+    const QColor colour = isDark(palette()) ? QColor(235, 130, 175) : QColor(185, 40, 110);
+    std::optional<QPointF> dot;
+    for (std::size_t i = 0; i < trail_.size(); ++i) {
+        if (i > 0) addLine(picture.over, seen, trail_[i - 1], trail_[i], faint(colour, 190), 1.2f);
+        const auto point = seen.point(trail_[i]);
+        if (!point) continue;
+        const QPointF at(point->x, point->y);
+        constexpr double apart = 4; // pixels
+        if (dot && (at - *dot).manhattanLength() < apart) continue;
+        dot = at;
+        const auto corner = [&](double dx, double dy) { return at + QPointF(dx, dy); };
+        picture.over.push_back(
+            {{corner(0, -1.6), corner(1.6, 0), corner(0, 1.6), corner(-1.6, 0)}, 4, colour});
+    }
+}
+
+// Of what is selected, and of all items where they are asked for: as many as can be read.
+void Viewport::paintNames(QPainter& painter, const SceneShapes& shapes) const {
+    if (!options_.names) return;
+    constexpr std::size_t most = 400;
+    const Scene& scene = document_.scene();
+    const View seen = view();
+    const std::vector<bool> selected = selectedItems();
+    std::size_t count = 0;
+    const bool all = scene.itemCount() <= most;
+    for (std::size_t i = 0; i < scene.itemCount() && count < most; ++i) {
+        if (!all && !selected[i]) continue;
+        const Item& item = scene.item(Scene::itemAt(i));
+        const auto at = seen.point(transformed(shapes.world[i], item.pivot));
+        if (!at || at->x < 0 || at->x > width() || at->y < 0 || at->y > height()) continue;
+        ++count;
+        painter.setPen(selected[i] ? selectedColour.darker(isDark(palette()) ? 100 : 150)
+                                   : faint(palette().color(QPalette::Text), 190));
+        painter.drawText(QPointF(at->x + 6, at->y - 4), qtText(item.name));
+    }
+}
+
+// Which way the axes of the world go, at the lower left.
+void Viewport::paintGizmo(QPainter& painter) const {
+    const double size = 2.2 * fontMetrics().height();
+    const QPointF middle(1.5 * size, height() - 1.5 * size);
+    const Mat3 axes = view().axes();
+    struct Arrow {
+        Vec3 way; // right, up, towards the viewer
+        QColor colour;
+        QString name;
     };
-    draw(mesh.away, 0.2f);
-    draw(mesh.facing, 0.85f);
+    std::array<Arrow, 3> all{Arrow{{}, xColour, QStringLiteral("X")},
+                             Arrow{{}, yColour, QStringLiteral("Y")},
+                             Arrow{{}, zColour, QStringLiteral("Z")}};
+    for (std::size_t i = 0; i < 3; ++i)
+        all[i].way = {axes[0][i], axes[1][i], axes[2][i]};
+    std::ranges::sort(all, {}, [](const Arrow& axis) { return axis.way[2]; });
+    for (const Arrow& axis : all) {
+        const QPointF way(axis.way[0] * size, -axis.way[1] * size);
+        painter.setPen(QPen(axis.colour, 2));
+        painter.drawLine(middle, middle + way);
+        const QPointF at = middle + 1.25 * way;
+        const double half = fontMetrics().height();
+        painter.drawText(QRectF(at.x() - half, at.y() - half, 2 * half, 2 * half), Qt::AlignCenter,
+                         axis.name);
+    }
 }
 
 void Viewport::mousePressEvent(QMouseEvent* event) {
@@ -149,21 +323,25 @@ void Viewport::mouseMoveEvent(QMouseEvent* event) {
         camera_.orbit(moved.x() * 0.008, moved.y() * 0.008);
     else if (event->buttons() & Qt::RightButton)
         camera_.zoom(std::pow(1.006, moved.y() - moved.x()));
-    update();
+    redraw();
 }
 
 void Viewport::mouseReleaseEvent(QMouseEvent* event) {
     if (isDrag_ || event->button() != Qt::LeftButton) return;
     constexpr double reach = 5; // pixels
     const QPointF at = event->position();
-    const ItemId item = pickedItem(drawnShapes(), at.x(), at.y(), reach);
+    const Scene& scene = document_.scene();
+    const ScreenPicture drawn =
+        screenShapes(shapesAt(scene, scene.currentTime, view(), sight()), camera_, width(),
+                     height(), selectedItems(), MeshLines::all);
+    const ItemId item = pickedItem(drawn, at.x(), at.y(), reach);
     const bool toggles = event->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier);
-    document_.select(selectionAfterClick(document_.scene().selection, item, toggles));
+    document_.select(selectionAfterClick(scene.selection, item, toggles));
 }
 
 void Viewport::wheelEvent(QWheelEvent* event) {
     camera_.zoom(std::pow(0.999, event->angleDelta().y()));
-    update();
+    redraw();
     event->accept();
 }
 

@@ -59,4 +59,43 @@ std::vector<Vec3> meshPoints(const Scene& scene, ItemId item, double time,
     return points;
 }
 
+std::vector<MeshPoint> meshNormals(const Scene& scene, ItemId item, std::span<const Affine> world) {
+    // By what normals turn: the cofactors, which are right under uneven scales and mirroring, too.
+    using Turn = std::array<MeshPoint, 3>;
+    const auto turnOf = [](const Mat3& m) {
+        const Vec3 rows[] = {cross(m[1], m[2]), cross(m[2], m[0]), cross(m[0], m[1])};
+        Turn turn;
+        for (std::size_t r = 0; r < 3; ++r)
+            for (std::size_t c = 0; c < 3; ++c)
+                turn[r][c] = static_cast<float>(rows[r][c]);
+        return turn;
+    };
+    const auto add = [](MeshPoint& sum, const Turn& turn, const MeshPoint& normal, float weight) {
+        for (std::size_t r = 0; r < 3; ++r)
+            sum[r] +=
+                weight * (turn[r][0] * normal[0] + turn[r][1] * normal[1] + turn[r][2] * normal[2]);
+    };
+    const Mesh& mesh = *scene.item(item).mesh;
+    std::vector<Turn> turns;
+    if (mesh.skin)
+        for (const Affine& joint : jointTransforms(*mesh.skin, world))
+            turns.push_back(turnOf(joint.linear));
+    else
+        turns.push_back(turnOf(world[Scene::positionOf(item)].linear));
+    std::vector<MeshPoint> normals;
+    normals.reserve(mesh.shape->vertices.size());
+    for (const MeshVertex& vertex : mesh.shape->vertices) {
+        MeshPoint& sum = normals.emplace_back();
+        if (!mesh.skin) {
+            add(sum, turns.front(), vertex.normal, 1);
+            continue;
+        }
+        const JointWeights& joints = mesh.shape->jointWeights[vertex.point];
+        for (std::size_t n = 0; n < joints.joints.size(); ++n)
+            if (joints.weights[n] != 0)
+                add(sum, turns[joints.joints[n]], vertex.normal, joints.weights[n]);
+    }
+    return normals;
+}
+
 } // namespace cadencora::stage

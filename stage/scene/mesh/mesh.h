@@ -9,6 +9,7 @@
 #include <array>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace cadencora::stage {
@@ -39,9 +40,32 @@ struct JointWeights {
     bool operator==(const JointWeights&) const = default;
 };
 
+// How a surface looks. Colours are as screens show them, 0 to 1.
+struct MeshMaterial {
+    std::array<float, 4> colour{0.75f, 0.75f, 0.75f, 1}; // red, green, blue, opacity
+    std::shared_ptr<const std::string> image; // an image file's bytes, which the colour tints
+};
+
+// A point as triangles have it: where files repeat a point, its normal or its place on the image
+// jumps.
+struct MeshVertex {
+    std::uint32_t point = 0;
+    MeshPoint normal{};           // at rest, of length 1; zero: that of the triangle
+    std::array<float, 2> image{}; // 0 to 1 from the top left corner, and beyond
+};
+
+// Triangles in a row that have the same material.
+struct MeshPart {
+    std::size_t firstTriangle = 0, triangles = 0;
+    MeshMaterial material;
+};
+
 struct MeshShape {
     std::vector<MeshPoint> points; // at rest, in the space of the item
     std::vector<MeshTriangle> triangles;
+    std::vector<MeshVertex> vertices;  // empty: the points, without normals
+    std::vector<MeshTriangle> corners; // by triangle: its vertices
+    std::vector<MeshPart> parts;       // of all triangles, in order
     std::vector<MeshEdge> edges;
     std::vector<MorphTarget> targets;
     std::vector<JointWeights> jointWeights; // by point where the shape has a skin
@@ -69,5 +93,8 @@ std::vector<MeshEdge> meshEdges(std::span<const MeshPoint> points,
 // place of every item, by its number from 0.
 std::vector<Vec3> meshPoints(const Scene& scene, ItemId item, double time,
                              std::span<const Affine> world);
+
+// The normals of the vertices of an item's mesh in the world, of any length. Morphs leave them.
+std::vector<MeshPoint> meshNormals(const Scene& scene, ItemId item, std::span<const Affine> world);
 
 } // namespace cadencora::stage

@@ -2,6 +2,7 @@
 
 #include "stage/base/text.h"
 #include "stage/formats/gltf/document/files.h"
+#include "stage/formats/gltf/document/materials.h"
 #include "stage/formats/gltf/document/quaternion.h"
 #include "stage/formats/gltf/document/unpack.h"
 
@@ -35,6 +36,9 @@ public:
         if (auto read = buffers(document.value()); !read) return read;
         noteImages(document.value().json);
         unpackViews();
+        if (options_.meshes)
+            document_.materials = readMaterials(
+                document.value(), document_, options_.limits.imageBytes, document_.materialNotes);
         return parents();
     }
 

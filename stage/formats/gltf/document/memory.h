@@ -34,6 +34,8 @@ struct SourceDocument {
     std::deque<std::string> held; // bytes of buffers that are not in `file`, at fixed addresses
     std::vector<Buffer> buffers;
     Model model;
+    std::vector<Material> materials; // where meshes were asked for
+    std::vector<std::string> materialNotes;
     std::vector<std::filesystem::path> filesBeside;
 
     std::string where() const { return path.string(); }

@@ -42,8 +42,9 @@ bool decompose(const std::array<double, 16>& m, Node& node) {
 // The primitives of one mesh. Its problems go to the mesh, so places are without the file.
 class PrimitiveReader : CheckedReader {
 public:
-    explicit PrimitiveReader(std::size_t accessors)
-        : CheckedReader(""), accessors_{"accessors", accessors} {}
+    PrimitiveReader(std::size_t accessors, std::size_t materials)
+        : CheckedReader(""), accessors_{"accessors", accessors}, materials_{"materials",
+                                                                            materials} {}
 
     Result<std::vector<Primitive>> read(const Value& mesh) {
         std::vector<Primitive> primitives;
@@ -67,17 +68,20 @@ private:
         const auto attributes = [&](const Value& named) {
             return needs(named, {"POSITION"}) &&
                    takeIndex(named, "POSITION", accessors_, to.positions) &&
+                   takeIndex(named, "NORMAL", accessors_, to.normals) &&
+                   takeIndex(named, "TEXCOORD_0", accessors_, to.texture) &&
                    takeIndex(named, "JOINTS_0", accessors_, to.joints) &&
                    takeIndex(named, "WEIGHTS_0", accessors_, to.weights);
         };
         return needs(from, {"attributes"}) && object(from, "attributes", attributes) &&
                takeIndex(from, "indices", accessors_, to.indices) &&
+               takeIndex(from, "material", materials_, to.material) &&
                each(from, "targets", [&](const Value& target) {
                    return takeIndex(target, "POSITION", accessors_, to.targets.emplace_back(none));
                });
     }
 
-    const Table accessors_;
+    const Table accessors_, materials_;
 };
 
 class ModelReader : CheckedReader {
@@ -130,7 +134,9 @@ private:
             mesh.targets.push_back("Morph " + std::to_string(i));
         nameTargets(from, mesh.targets);
         if (withPrimitives_)
-            mesh.primitives = PrimitiveReader(document_.sizeOf("accessors")).read(from);
+            mesh.primitives =
+                PrimitiveReader(document_.sizeOf("accessors"), document_.sizeOf("materials"))
+                    .read(from);
         return true;
     }
 

@@ -5,6 +5,7 @@
 #include "stage/formats/gltf/document/container.h"
 #include "stage/scene/math/rotation.h"
 
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -36,7 +37,14 @@ struct Primitive {
     std::size_t mode = 4; // triangles
     std::size_t positions = none, indices = none;
     std::size_t joints = none, weights = none;
-    std::vector<std::size_t> targets; // differences of the positions
+    std::size_t normals = none, texture = none; // the first set of texture coordinates
+    std::size_t material = none;                // of the document's materials
+    std::vector<std::size_t> targets;           // differences of the positions
+};
+
+struct Material {
+    std::array<double, 4> colour{1, 1, 1, 1}; // red, green and blue as amounts of light, opacity
+    std::shared_ptr<const std::string> image; // an image file's bytes; null: the colour alone
 };
 
 struct Mesh {

@@ -20,6 +20,7 @@ public:
     std::vector<std::string> add() {
         constexpr std::size_t mostLines = 5;
         std::size_t failed = 0;
+        notes_ = memory_.document->materialNotes;
         for (std::size_t node = 0; node < model_.nodes.size(); ++node) {
             if (model_.nodes[node].mesh == none) continue;
             auto mesh = meshOf(node);
@@ -85,7 +86,9 @@ bool MeshAdder::spend(std::size_t node) {
         const std::size_t points = model_.accessors[primitive.positions].count;
         const auto targets = primitive.targets.size() -
                              static_cast<std::size_t>(std::ranges::count(primitive.targets, none));
-        numbers += points * (3 * (1 + targets) + (skin == none ? 0 : 8));
+        numbers +=
+            points * (3 * (1 + targets) + (skin == none ? 0 : 8) +
+                      (primitive.normals == none ? 0 : 3) + (primitive.texture == none ? 0 : 2));
         if (primitive.indices != none) numbers += model_.accessors[primitive.indices].count;
     }
     if (numbers > left_) return false;
@@ -97,7 +100,8 @@ const Result<std::shared_ptr<const MeshShape>>& MeshAdder::shapeOf(std::size_t m
                                                                    std::size_t skin) {
     const auto known = shapes_.find({mesh, skin});
     if (known != shapes_.end()) return known->second;
-    auto shape = readShape(source(), mesh, skin == none ? 0 : model_.skins[skin].joints.size());
+    auto shape = readShape(source(), memory_.document->materials, mesh,
+                           skin == none ? 0 : model_.skins[skin].joints.size());
     Result<std::shared_ptr<const MeshShape>> kept =
         shape ? Result(std::shared_ptr<const MeshShape>(
                     std::make_shared<MeshShape>(std::move(*shape))))

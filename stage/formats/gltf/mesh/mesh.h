@@ -8,8 +8,10 @@
 namespace cadencora::stage::gltf {
 
 // A mesh's primitives as one shape, points that always go together joined. `joints` is how many
-// its skin has; 0: it has no skin. Problems name the element within the document.
-Result<MeshShape> readShape(const Source& source, std::size_t mesh, std::size_t joints);
+// its skin has; 0: it has no skin. Problems name the element within the document. Normals and
+// places on images that are not as they should be are left out.
+Result<MeshShape> readShape(const Source& source, std::span<const Material> materials,
+                            std::size_t mesh, std::size_t joints);
 
 // Gives the items of nodes with meshes their meshes. Where one cannot be shown the item has none,
 // and a line of the answer says which and why.

@@ -15,8 +15,9 @@ using Line = std::array<std::uint32_t, 2>;
 // Builds one shape, primitive by primitive.
 class ShapeReader {
 public:
-    ShapeReader(const Source& source, std::size_t mesh, std::size_t joints)
-        : source_(source), mesh_(source.model.meshes[mesh]), joints_(joints),
+    ShapeReader(const Source& source, std::span<const Material> materials, std::size_t mesh,
+                std::size_t joints)
+        : source_(source), materials_(materials), mesh_(source.model.meshes[mesh]), joints_(joints),
           place_("meshes[" + std::to_string(mesh) + "].primitives[") {
         shape_.targets.resize(mesh_.targets.size());
     }
@@ -42,11 +43,14 @@ private:
     Result<std::vector<std::uint32_t>> corners(const Primitive& primitive, std::size_t count,
                                                const std::string& here) const;
     std::vector<std::uint32_t> join(const std::vector<float>& positions);
+    void addVertices(const Primitive& primitive, const std::string& here);
+    void endPart(const Primitive& primitive);
     void connect(std::size_t mode, const std::vector<std::uint32_t>& corners);
     void addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
     void addLine(std::uint32_t a, std::uint32_t b);
 
     const Source& source_;
+    const std::span<const Material> materials_;
     const Mesh& mesh_;
     const std::size_t joints_;
     const std::string place_;
@@ -54,6 +58,8 @@ private:
     std::vector<Line> lines_;
     std::vector<std::vector<float>> deltas_; // of the primitive, by target; empty: no difference
     std::vector<JointWeights> weights_;      // of the primitive, by point
+    std::vector<std::uint32_t> joined_;      // of the primitive, by point: the shape's own
+    std::uint32_t firstVertex_ = 0;          // of the primitive
 };
 
 // `count` is how many elements there have to be.
@@ -95,11 +101,46 @@ Result<> ShapeReader::one(const Primitive& primitive, const std::string& here) {
         if (auto read = readWeights(primitive, count, here); !read) return read;
     auto listed = corners(primitive, count, here);
     if (!listed) return listed.problem();
-    const std::vector<std::uint32_t> joined = join(*positions);
-    for (std::uint32_t& corner : *listed)
-        corner = joined[corner];
+    firstVertex_ = static_cast<std::uint32_t>(shape_.vertices.size());
+    joined_ = join(*positions);
+    addVertices(primitive, here);
     connect(primitive.mode, *listed);
+    endPart(primitive);
     return done();
+}
+
+// What only makes a surface look better is left out where it is damaged.
+void ShapeReader::addVertices(const Primitive& primitive, const std::string& here) {
+    const auto read = [&](std::size_t accessor, std::size_t components, const char* name) {
+        if (accessor == none) return std::vector<float>();
+        auto found = vectors(accessor, components, joined_.size(), here + ".attributes." + name);
+        return found ? std::move(*found) : std::vector<float>();
+    };
+    const auto normals = read(primitive.normals, 3, "NORMAL");
+    const auto image = read(primitive.texture, 2, "TEXCOORD_0");
+    for (std::size_t i = 0; i < joined_.size(); ++i) {
+        MeshVertex& vertex = shape_.vertices.emplace_back();
+        vertex.point = joined_[i];
+        if (!normals.empty()) std::copy_n(&normals[3 * i], 3, vertex.normal.begin());
+        if (!image.empty()) std::copy_n(&image[2 * i], 2, vertex.image.begin());
+    }
+}
+
+// The triangles since the part before have the primitive's material.
+void ShapeReader::endPart(const Primitive& primitive) {
+    MeshPart part;
+    if (!shape_.parts.empty())
+        part.firstTriangle = shape_.parts.back().firstTriangle + shape_.parts.back().triangles;
+    part.triangles = shape_.triangles.size() - part.firstTriangle;
+    if (part.triangles == 0) return;
+    if (primitive.material < materials_.size()) {
+        const Material& from = materials_[primitive.material];
+        for (std::size_t c = 0; c < 4; ++c) // from amounts of light to what screens take
+            part.material.colour[c] =
+                static_cast<float>(c < 3 ? std::pow(from.colour[c], 1 / 2.2) : from.colour[c]);
+        if (primitive.texture != none) part.material.image = from.image;
+    }
+    shape_.parts.push_back(std::move(part));
 }
 
 Result<> ShapeReader::readWeights(const Primitive& primitive, std::size_t count,
@@ -214,11 +255,14 @@ std::vector<std::uint32_t> ShapeReader::join(const std::vector<float>& positions
 }
 
 void ShapeReader::addTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
-    if (a != b && b != c && c != a) shape_.triangles.push_back({a, b, c});
+    const MeshTriangle points{joined_[a], joined_[b], joined_[c]};
+    if (points[0] == points[1] || points[1] == points[2] || points[2] == points[0]) return;
+    shape_.triangles.push_back(points);
+    shape_.corners.push_back({firstVertex_ + a, firstVertex_ + b, firstVertex_ + c});
 }
 
 void ShapeReader::addLine(std::uint32_t a, std::uint32_t b) {
-    if (a != b) lines_.push_back({a, b});
+    if (joined_[a] != joined_[b]) lines_.push_back({joined_[a], joined_[b]});
 }
 
 void ShapeReader::connect(std::size_t mode, const std::vector<std::uint32_t>& corners) {
@@ -254,8 +298,9 @@ void ShapeReader::connect(std::size_t mode, const std::vector<std::uint32_t>& co
 
 } // namespace
 
-Result<MeshShape> readShape(const Source& source, std::size_t mesh, std::size_t joints) {
-    return ShapeReader(source, mesh, joints).read();
+Result<MeshShape> readShape(const Source& source, std::span<const Material> materials,
+                            std::size_t mesh, std::size_t joints) {
+    return ShapeReader(source, materials, mesh, joints).read();
 }
 
 } // namespace cadencora::stage::gltf

@@ -347,6 +347,60 @@ TEST(Mesh, the_robot_that_was_read_with_meshes_is_written_as_it_was) {
     EXPECT_TRUE(written(robot.value().scene, "robot.glb") == bytesOf(path));
 }
 
+TEST(Mesh, surfaces_have_normals_colours_and_images_and_are_seen_without) {
+    Document document;
+    document.mesh(square, {0, 1, 2, 0, 2, 3});
+    Json& primitive = document.primitive(0);
+    const std::vector<float> right{1, 0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0};
+    primitive["attributes"]["NORMAL"] = document.floats(right, "VEC3");
+    primitive["attributes"]["TEXCOORD_0"] =
+        document.numbers(std::vector<float>{0, 1, 1, 1, 1, 0, 0, 0}, "VEC2", 5126, 2);
+    primitive["material"] = 0;
+    document.json["materials"] = Json::parse(
+        R"([{"pbrMetallicRoughness": {"baseColorFactor": [1, 0, 0.5, 1],
+                                      "baseColorTexture": {"index": 0}}}])");
+    document.json["textures"] = Json::parse(R"([{"source": 0}])");
+    document.json["images"] = Json::array({{{"uri", dataUri("not looked at")}}});
+    document.node(R"({"name": "Sheet", "mesh": 0, "scale": [1, 2, 1],
+                      "rotation": [0, 0.7071067811865476, 0, 0.7071067811865476]})");
+    const Loaded file = loadedMeshes(document);
+    const std::size_t notes = file.notes.size();
+    const MeshShape& shape = shapeOf(file.scene, "Sheet");
+    ASSERT_EQ(shape.vertices.size(), 4u);
+    EXPECT_EQ(shape.vertices[1].image, (std::array{1.0f, 1.0f}));
+    ASSERT_EQ(shape.parts.size(), 1u);
+    const MeshMaterial& material = shape.parts[0].material;
+    EXPECT_EQ(material.colour[0], 1);
+    EXPECT_NEAR(material.colour[2], 0.73, 0.01) << "as screens have it";
+    ASSERT_TRUE(material.image);
+    EXPECT_EQ(*material.image, "not looked at");
+    const auto normals =
+        meshNormals(file.scene, itemNamed(file.scene, "Sheet"), worldOf(file.scene, 0));
+    ASSERT_EQ(normals.size(), 4u);
+    EXPECT_NEAR(normals[0][0], 0, 1e-6);
+    EXPECT_NEAR(normals[0][1], 0, 1e-6);
+    EXPECT_LT(normals[0][2], -0.5) << "turned with the item";
+
+    const auto plainAfter = [&](const char* what, const std::function<void(Document&)>& damage) {
+        SCOPED_TRACE(what);
+        Document damaged = document;
+        damage(damaged);
+        const Loaded read = loadedMeshes(damaged);
+        ASSERT_EQ(read.notes.size(), notes + 1);
+        EXPECT_NE(read.notes.back().find(what), std::string::npos) << read.notes.back();
+        EXPECT_FALSE(shapeOf(read.scene, "Sheet").parts[0].material.image);
+    };
+    plainAfter("materials[0].pbrMetallicRoughness.baseColorTexture.index",
+               [](Document& d) { d.json["textures"] = Json::array(); });
+    plainAfter("images[0].uri",
+               [](Document& d) { d.json["images"][0]["uri"] = "data:image/png;base64,???"; });
+    plainAfter("images[0].uri", [](Document& d) { d.json["images"][0]["uri"] = "../up.png"; });
+    plainAfter("images[0]", [](Document& d) {
+        d.json["images"][0] = {{"bufferView", d.json["bufferViews"].size()}};
+        d.json["bufferViews"].push_back({{"buffer", 0}, {"byteLength", 1'000'000}});
+    });
+}
+
 TEST(Mesh, the_robot_stands_on_the_ground_with_its_hands_at_its_arms) {
     const auto path = dataFile("robot_expressive.glb");
     if (path.empty()) GTEST_SKIP() << "the real files are missing";
