@@ -40,7 +40,7 @@ set(cadencora_arrows
     "stage/cli/commands: ${cadencora_scene} stage/panels stage/user stage/formats stage/services stage/module stage/plot stage/cli/explore stage/cli/report stage/cli/many"
     "stage/cli: stage/base stage/scene stage/user stage/formats stage/module stage/cli/many stage/cli/report stage/cli/commands"
     "stage/cli/program: stage/cli"
-    "stage/desktop/drawing: ${cadencora_scene} stage/scene/mesh"
+    "stage/desktop/drawing: ${cadencora_scene} stage/scene/mesh stage/plot"
     "stage/desktop/widgets: ${cadencora_scene}"
     "stage/desktop/canvas: ${cadencora_scene} stage/scene/mesh stage/desktop/drawing"
     "stage/desktop/document: ${cadencora_scene} stage/panels stage/user stage/formats stage/formats/native stage/services stage/module stage/desktop/widgets"

@@ -111,30 +111,18 @@ void drawMark(std::string& svg, std::string_view className, Shape shape, bool fi
               double y, double radius, std::string_view attributes) {
     const std::string kind = std::string(attributes) + (filled ? "" : R"( fill="#ffffff")");
     const std::string name = std::string(className) + (filled ? "" : " paper");
-    if (shape == Shape::spline) {
+    const auto corners = markCorners(shape);
+    if (corners.empty()) {
         svg += "<circle class=\"" + name + "\"" + attribute("cx", x) + attribute("cy", y) +
                attribute("r", radius) + kind + "/>\n";
         return;
     }
-    // Of about the same area as the circle.
-    const auto point = [&](double dx, double dy) {
-        return pixels(x + dx * radius) + "," + pixels(y + dy * radius);
-    };
     std::string path;
-    switch (shape) {
-    case Shape::linear:
-        path =
-            "M" + point(-1.3, 0) + "L" + point(0, -1.3) + " " + point(1.3, 0) + " " + point(0, 1.3);
-        break;
-    case Shape::tangents:
-        path = "M" + point(-1.25, 0.9) + "L" + point(0, -1.4) + " " + point(1.25, 0.9);
-        break;
-    case Shape::hold:
-    case Shape::spline:
-        path = "M" + point(-0.95, -0.95) + "L" + point(0.95, -0.95) + " " + point(0.95, 0.95) +
-               " " + point(-0.95, 0.95);
-        break;
-    }
+    for (const auto& [dx, dy] : corners)
+        path += (path.empty()                  ? "M"
+                 : path.find('L') == path.npos ? "L"
+                                               : " ") +
+                pixels(x + dx * radius) + "," + pixels(y + dy * radius);
     svg += "<path class=\"" + name + "\" d=\"" + path + "Z\"" + kind + "/>\n";
 }
 

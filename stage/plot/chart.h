@@ -3,6 +3,7 @@
 
 #include "stage/plot/axis.h"
 #include "stage/plot/curve_pieces.h"
+#include "stage/plot/marks.h"
 
 #include <set>
 #include <string>
@@ -63,16 +64,5 @@ void drawLine(std::string& svg, double x1, double y1, double x2, double y2,
 
 constexpr std::string_view outsideDash = R"( stroke-dasharray="2 3")";
 constexpr std::string_view ghostDash = R"( stroke-dasharray="6 4")";
-
-// The colours of an n-th curve: for all kinds of colour vision apart from each other on white and
-// on near-black.
-struct Colour {
-    std::string_view light, dark;
-};
-constexpr Colour colours[] = {
-    {"#0956b0", "#57a1ff"}, {"#b44c13", "#ff8a4c"}, {"#00805c", "#2fc79a"}, {"#a63b82", "#e692c5"},
-    {"#b78b00", "#e6c229"}, {"#3a9bcc", "#b6daff"}, {"#24292f", "#e5ecf2"}, {"#77302e", "#b8745c"},
-};
-constexpr std::size_t colourCount = std::size(colours);
 
 } // namespace cadencora::stage

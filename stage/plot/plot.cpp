@@ -4,31 +4,15 @@
 #include "stage/plot/chart.h"
 #include "stage/plot/find_channels.h"
 #include "stage/plot/svg_text.h"
+#include "stage/plot/units.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <numbers>
 
 namespace cadencora::stage {
 
 namespace {
-
-struct Unit {
-    std::string_view name;
-    double factor; // of the channel's own values
-};
-constexpr std::array<Unit, 4> units{{{"Position (scene units)", 1},
-                                     {"Rotation (degrees)", 180 / std::numbers::pi},
-                                     {"Scale (factor)", 1},
-                                     {"Value", 1}}};
-
-std::size_t unitOf(const Scene& scene, ChannelId id) {
-    const GroupId group = scene.channel(id).group;
-    const auto& motion = scene.item(scene.group(group).item).motion;
-    const auto found = std::ranges::find(motion, id);
-    return found == motion.end() ? 3 : static_cast<std::size_t>(found - motion.begin()) / 3;
-}
 
 const Envelope& curveAt(const Scene& scene, ChannelId id) {
     return scene.envelope(scene.channel(id).envelope);

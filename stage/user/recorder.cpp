@@ -60,15 +60,11 @@ void Recorder::begin(const ControlModel& control, const Panels& floating, const 
             if (!isText(names.back())) fallsShort("an item's name is not UTF-8");
         }
     }
-    if (isFirst_ || !before_ || before_->time != scene.currentTime) {
-        const auto frame = exactFrame(scene.rate, scene.currentTime);
-        if (!frame) fallsShort("no frame number has exactly the time");
-        recorded.step.time = frame.value_or(scene.rate.frameOf(scene.currentTime));
-    }
     if (!before_ || before_->previewFirst != scene.previewFirst ||
         before_->previewLast != scene.previewLast)
         recorded.step.preview.emplace(scene.previewFirst, scene.previewLast);
     steps_.push_back(std::move(recorded));
+    if (isFirst_ || !before_ || before_->time != scene.currentTime) takeTime(scene);
     changed_.push_back(false);
     dialogs_.clear();
     last_ = nullptr;
@@ -76,8 +72,15 @@ void Recorder::begin(const ControlModel& control, const Panels& floating, const 
     open_ = true;
 }
 
-void Recorder::dialogOpened(const PanelModel& panel) {
+void Recorder::takeTime(const Scene& scene) {
+    const auto frame = exactFrame(scene.rate, scene.currentTime);
+    if (!frame) fallShort("no frame number has exactly the time");
+    steps_.back().step.time = frame.value_or(scene.rate.frameOf(scene.currentTime));
+}
+
+void Recorder::dialogOpened(const PanelModel& panel, const Scene& scene) {
     if (!open_) return;
+    opened_ = scene.currentTime;
     if (steps_.back().step.cancel) fallShort("a dialog opened after a cancelled one");
     dialogs_.push_back(&panel);
     madeHere_ = 0;
@@ -131,6 +134,8 @@ void Recorder::anchorCancel(const PanelModel& panel, const Scene& scene) {
 void Recorder::dialogClosed(const PanelModel& panel, bool accepted, const Scene& scene) {
     if (!open_) return;
     last_ = nullptr;
+    if (scene.currentTime != opened_) takeTime(scene);
+    opened_ = scene.currentTime;
     if (accepted) return;
     if (madeHere_ == 0 && dialogs_.size() > 1) anchorCancel(panel, scene);
     steps_.back().step.cancel = true;
@@ -152,6 +157,14 @@ void Recorder::end(bool changed, const Scene& scene) {
             return;
         }
         steps_.back().step.press += "=" + valueText(*pressed_, scene);
+    }
+    // A cancelled dialog in which nothing was set has left nothing that a script has to do. What it
+    // would say of the selection and the time is for the next step.
+    const Step& step = steps_.back().step;
+    if (step.cancel && !changed && step.settings.empty() && dialogs_.size() == 1) {
+        steps_.pop_back();
+        changed_.pop_back();
+        return;
     }
     before_ = stateOf(scene);
     isFirst_ = false;

@@ -23,11 +23,12 @@ public:
 
     // Within a step. `set` is told after the value was taken; a button counts as a setting. Of
     // several values slid or typed in the same control, only the last one is kept.
-    void dialogOpened(const PanelModel& panel);
+    void dialogOpened(const PanelModel& panel, const Scene& scene);
     void set(const ControlModel& control, const Scene& scene);
     // In place of `set`: the plug-in answered the value with an error message, at which a script
     // would stop. What it remembers of the value cannot be known.
     void refused(const ControlModel& control);
+    // A time that the user went to while the dialog was open is the step's.
     void dialogClosed(const PanelModel& panel, bool accepted, const Scene& scene);
     void answered(bool yes);
 
@@ -62,6 +63,7 @@ private:
     bool isTaken(std::string_view label) const;
     void anchorCancel(const PanelModel& panel, const Scene& scene);
     void fallShort(std::string why);
+    void takeTime(const Scene& scene);
 
     bool open_ = false;
     std::vector<RecordedStep> steps_;
@@ -75,6 +77,7 @@ private:
     std::vector<const PanelModel*> dialogs_; // all that opened
     const ControlModel* last_ = nullptr;     // of the last setting
     std::size_t madeHere_ = 0;               // settings made in the newest dialog
+    double opened_ = 0;                      // the time when it opened
 };
 
 } // namespace cadencora::stage

@@ -38,7 +38,7 @@ void destroySome(Desk& desk) {
 
 TEST(Commands, destroying_keys_by_clicks_reports_and_is_undone_and_redone_by_name) {
     Desk desk;
-    auto* tree = desk.window.findChild<QTreeWidget*>();
+    auto* tree = desk.window.findChild<QTreeWidget*>(QStringLiteral("tree"));
     QTreeWidgetItem* hips = tree->topLevelItem(0)->child(0);
     click(tree->viewport(), tree->visualItemRect(hips).center());
     ASSERT_EQ(desk.scene().selection, std::vector{desk.item("Hips")});
@@ -49,7 +49,7 @@ TEST(Commands, destroying_keys_by_clicks_reports_and_is_undone_and_redone_by_nam
     EXPECT_EQ(desk.times("Box", positionX).size(), 7u);
     const std::string news =
         "Destroy Keys: changed 2 channels of 2 items: 0 keys added, 6 removed, "
-        "0 changed, frames 20 to 40";
+        "0 changed, frames 20 to 40: Hips/Rotation.H, Spine/Rotation.H";
     EXPECT_EQ(desk.window.findChild<QLabel*>(QStringLiteral("news"))->text().toStdString(), news);
     EXPECT_TRUE(desk.window.isWindowModified());
     const auto* undo = desk.window.menuBar()->actions().at(1)->menu()->actions().at(0);
@@ -100,8 +100,7 @@ TEST(Commands, a_dialog_a_file_picker_and_a_message_nest) {
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_TRUE(desk.document().isBusy());
         desk.document().undo(); // not while a command is under way
-        desk.window.playback().setPlaying(true);
-        EXPECT_FALSE(desk.window.playback().isPlaying());
+        EXPECT_FALSE(desk.window.openFile(desk.file("scene.stage")));
         clickOk(dialog);
     });
     desk.hand.then([](QDialog& question) { question.reject(); });
@@ -135,7 +134,7 @@ TEST(Commands, what_was_recorded_does_the_same_when_a_script_performs_it) {
     desk.press("Defractionalize");
 
     const auto steps = desk.document().recorder().steps();
-    ASSERT_EQ(steps.size(), 3u);
+    ASSERT_EQ(steps.size(), 2u) << "a cancelled dialog is no step";
     EXPECT_EQ(steps[0].select, std::vector<std::string>{"Hips"});
     EXPECT_EQ(steps[0].time, 10);
     EXPECT_EQ(steps[0].answers, std::vector<bool>{true});
@@ -143,7 +142,6 @@ TEST(Commands, what_was_recorded_does_the_same_when_a_script_performs_it) {
     ASSERT_EQ(steps[1].settings.size(), 5u);
     EXPECT_EQ(steps[1].settings[0].value, "58") << "the last value of a slide";
     EXPECT_EQ(steps[1].settings[2].label, "Affected Channels/Remove");
-    EXPECT_TRUE(steps[2].cancel);
     for (const RecordedStep& recorded : desk.document().recorder().recorded())
         EXPECT_EQ(recorded.shortfall, "");
 

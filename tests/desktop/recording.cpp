@@ -38,7 +38,7 @@ public:
         return yes;
     }
     bool runModal(PanelModel& panel) override {
-        document->recorder().dialogOpened(panel);
+        document->recorder().dialogOpened(panel, document->scene());
         for (int i = one(6); i > 0; --i)
             touch(*panel.controls[static_cast<std::size_t>(one(panel.controls.size()))]);
         const bool accepted = one(6) > 0;

@@ -4,6 +4,7 @@
 #include "stage/desktop/views/timeline.h"
 #include "tests/desktop/desk.h"
 
+#include <QCheckBox>
 #include <QSpinBox>
 #include <QToolButton>
 #include <QWheelEvent>
@@ -17,7 +18,7 @@ double frame(Desk& desk) {
 
 TEST(Window, the_tree_selects_in_the_order_of_clicks_and_follows_the_host) {
     Desk desk;
-    auto* tree = desk.window.findChild<QTreeWidget*>();
+    auto* tree = desk.window.findChild<QTreeWidget*>(QStringLiteral("tree"));
     const auto clickRow = [&](const char* name, Qt::KeyboardModifiers modifiers = {}) {
         QTreeWidgetItem* row =
             tree->findItems(QString::fromUtf8(name), Qt::MatchExactly | Qt::MatchRecursive).at(0);
@@ -108,49 +109,131 @@ TEST(Window, the_timeline_scrubs_and_its_grips_move_the_preview) {
     EXPECT_EQ(desk.scene().previewFirst, 0);
 }
 
-TEST(Window, the_curves_are_scrubbed_panned_and_zoomed) {
-    Desk desk;
-    desk.select("Hips");
-    auto* view = desk.view<CurveView>();
-    ASSERT_EQ(view->curves().size(), 1u);
-    const TimeWindow before = view->times();
-    const auto at = [&](double where) {
-        const double column = view->times().columnOf(desk.scene().rate.timeOf(1) * where);
-        return QPoint(static_cast<int>(std::lround(column)), view->height() / 2);
-    };
-    QTest::mousePress(view, Qt::LeftButton, {}, at(20));
-    EXPECT_EQ(frame(desk), 20);
-    QTest::mouseMove(view, at(33));
-    EXPECT_EQ(frame(desk), 33);
-    QTest::mouseRelease(view, Qt::LeftButton, {}, at(33));
+struct CurvesDesk : Desk {
+    CurveView* view = Desk::view<CurveView>();
+    Timeline* line = Desk::view<Timeline>();
 
-    const QPoint middle = at(30);
-    const double held = view->times().timeOf(middle.x());
-    const Range values = view->values();
-    const auto wheel = [&](Qt::KeyboardModifiers modifiers) {
-        QWheelEvent event(middle, view->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton, modifiers,
+    CurvesDesk() {
+        window.resize(1200, 800);
+        select("Hips");
+    }
+    QPoint at(double where) const { // in the middle of the lane
+        const CurveView::Lane& lane = view->lanes().at(0);
+        return {static_cast<int>(std::lround(line->xOf(where))),
+                static_cast<int>(lane.top + lane.height / 2)};
+    }
+    void wheel(QWidget* over, const QPoint& place, Qt::KeyboardModifiers modifiers) {
+        QWheelEvent event(place, over->mapToGlobal(place), {}, {0, 120}, Qt::NoButton, modifiers,
                           Qt::NoScrollPhase, false);
-        QApplication::sendEvent(view, &event);
-    };
-    wheel(Qt::ControlModifier);
-    EXPECT_NEAR(view->times().timeOf(middle.x()), held, 1e-9) << "what is under the pointer stays";
-    EXPECT_LT(view->times().last - view->times().first, before.last - before.first);
-    EXPECT_EQ(view->values().high, values.high) << "with Ctrl only the time";
-    const double seconds = view->times().last - view->times().first;
-    wheel(Qt::ShiftModifier);
-    EXPECT_LT(view->values().high - view->values().low, values.high - values.low);
-    EXPECT_EQ(view->times().last - view->times().first, seconds) << "with Shift only the values";
+        QApplication::sendEvent(over, &event);
+    }
+    // What the mouse does in several steps, as a hand does.
+    void drag(QWidget* over, Qt::MouseButton button, const QPoint& from, const QPoint& to,
+              Qt::KeyboardModifiers modifiers = {}) {
+        QTest::mousePress(over, button, modifiers, from);
+        for (int step = 1; step <= 4; ++step) {
+            const QPointF place(from + (to - from) * step / 4);
+            QMouseEvent move(QEvent::MouseMove, place, over->mapToGlobal(place), Qt::NoButton,
+                             button, modifiers);
+            QApplication::sendEvent(over, &move);
+        }
+        QTest::mouseRelease(over, button, modifiers, to);
+    }
+};
 
-    const Range zoomed = view->values();
-    QTest::mousePress(view, Qt::MiddleButton, {}, middle);
-    QTest::mouseMove(view, middle + QPoint(40, 10));
-    QTest::mouseRelease(view, Qt::MiddleButton, {}, middle + QPoint(40, 10));
-    EXPECT_NEAR(view->times().timeOf(middle.x() + 40), held, 1e-9) << "the view goes along";
-    EXPECT_GT(view->values().high, zoomed.high);
-    EXPECT_EQ(frame(desk), 33) << "the time does not";
+TEST(Window, curves_and_timeline_share_one_axis_that_zooms_and_pans) {
+    CurvesDesk desk;
+    ASSERT_EQ(desk.view->lanes().size(), 1u);
+    QTest::mouseClick(desk.view, Qt::LeftButton, {}, desk.at(20));
+    EXPECT_EQ(frame(desk), 20);
+    const double before = desk.line->xOf(60) - desk.line->xOf(0);
+    const QPoint middle = desk.at(30);
+    const Range values = desk.view->lanes()[0].values;
+    desk.wheel(desk.view, middle, {});
+    EXPECT_NEAR(desk.line->xOf(30), middle.x(), 1) << "what is under the pointer stays";
+    EXPECT_GT(desk.line->xOf(60) - desk.line->xOf(0), before);
+    const double zoomed = desk.line->xOf(60) - desk.line->xOf(0);
+    desk.wheel(desk.view, middle, Qt::ShiftModifier);
+    EXPECT_LT(desk.view->lanes()[0].values.high - desk.view->lanes()[0].values.low,
+              values.high - values.low);
+    EXPECT_EQ(desk.line->xOf(60) - desk.line->xOf(0), zoomed) << "with Shift only the values";
+    const double high = desk.view->lanes()[0].values.high, x = desk.line->xOf(30);
+    desk.drag(desk.view, Qt::MiddleButton, middle, middle + QPoint(40, 12));
+    EXPECT_NEAR(desk.line->xOf(30), x + 40, 1e-6) << "the view goes along";
+    EXPECT_GT(desk.view->lanes()[0].values.high, high);
+    EXPECT_EQ(frame(desk), 20) << "the time does not";
     desk.key(Qt::Key_F, Qt::ShiftModifier);
-    EXPECT_EQ(view->times().first, before.first);
-    EXPECT_EQ(view->values().high, values.high);
+    EXPECT_NEAR(desk.line->xOf(60) - desk.line->xOf(0), before, 1e-6);
+    EXPECT_EQ(desk.view->lanes()[0].values.high, values.high);
+}
+
+TEST(Window, a_box_over_keys_marks_a_range_that_the_next_dialog_opens_with) {
+    CurvesDesk desk;
+    const CurveView::Lane& lane = desk.view->lanes().at(0);
+    const int top = static_cast<int>(lane.top), bottom = static_cast<int>(lane.top + lane.height);
+    desk.drag(desk.view, Qt::LeftButton, QPoint(desk.at(19.6).x(), top),
+              QPoint(desk.at(40.4).x(), bottom));
+    ASSERT_TRUE(desk.document().markedRange());
+    EXPECT_EQ(desk.document().markedRange()->first, 20);
+    EXPECT_EQ(desk.document().markedRange()->last, 40);
+    EXPECT_EQ(desk.news(), "marked frames 20 to 40 for the next dialog: 3 keys of "
+                           "Hips/Rotation.H (3)");
+    desk.hand.then([&](QDialog& dialog) {
+        EXPECT_TRUE(dialog.windowTitle().startsWith(QStringLiteral("Destroy Keys")));
+        ASSERT_TRUE(desk.document().askedRange());
+        EXPECT_EQ(desk.document().askedRange()->first, 20);
+        EXPECT_EQ(part<QLineEdit>(dialog, "End")->text(), QStringLiteral("40"));
+        // The grips of the range are on the timeline, which scrubs as well.
+        const int low = desk.line->height() - 3;
+        const auto over = [&](double where) {
+            return QPoint(static_cast<int>(std::lround(desk.line->xOf(where))), low);
+        };
+        desk.drag(desk.line, Qt::LeftButton, over(20), over(10));
+        EXPECT_EQ(part<QLineEdit>(dialog, "Start")->text(), QStringLiteral("10"));
+        desk.drag(desk.line, Qt::LeftButton, over(25), over(50));
+        EXPECT_EQ(frame(desk), 50);
+        desk.window.playback().setPlaying(true);
+        EXPECT_TRUE(desk.window.playback().isPlaying());
+        desk.window.playback().setPlaying(false);
+        desk.document().goToFrame(33);
+        desk.document().select({});
+        EXPECT_EQ(desk.scene().selection.size(), 1u) << "the command is at work on it";
+        part<QCheckBox>(dialog, "Use selected objects only")->setChecked(false);
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& question) {
+        click(dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes));
+    });
+    desk.press("Destroy Keys");
+    EXPECT_EQ(desk.times("Hips", heading), (std::vector<double>{0, 50, 60}));
+    ASSERT_TRUE(desk.document().changedRange());
+    EXPECT_EQ(desk.document().changedRange()->first, 10);
+    const Step step = desk.document().recorder().steps().at(0);
+    EXPECT_EQ(step.time, 33) << "where the user was at OK";
+    desk.document().undo();
+    EXPECT_FALSE(desk.document().changedRange());
+    QTest::mouseClick(desk.view, Qt::LeftButton, {}, desk.at(20));
+    EXPECT_FALSE(desk.document().markedRange());
+}
+
+TEST(Window, channels_are_hidden_singled_out_and_found) {
+    CurvesDesk desk;
+    desk.document().select({desk.item("Hips"), desk.item("Box")});
+    auto* list = desk.view->window()->findChild<QTreeWidget*>(QStringLiteral("channels"));
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->topLevelItemCount(), 2);
+    EXPECT_EQ(desk.view->lanes().size(), 2u) << "a lane for each unit";
+    list->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+    ASSERT_EQ(desk.view->lanes().size(), 1u);
+    EXPECT_EQ(desk.view->lanes()[0].curves[0].name, "Box/Position.X");
+    emit list->itemDoubleClicked(list->topLevelItem(0), 0);
+    EXPECT_EQ(desk.view->lanes()[0].curves[0].name, "Hips/Rotation.H");
+    auto* search = list->parentWidget()->findChild<QLineEdit*>();
+    type(search, QStringLiteral("posit"));
+    EXPECT_TRUE(list->topLevelItem(0)->isHidden());
+    EXPECT_FALSE(list->topLevelItem(1)->isHidden());
+    click(findButton(*list->parentWidget(), "All"));
+    EXPECT_EQ(desk.view->lanes().size(), 2u);
 }
 
 TEST(DesktopProgram, answers_questions_about_itself_without_a_display) {

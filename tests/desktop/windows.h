@@ -25,7 +25,7 @@ inline QPushButton* findButton(QWidget& window, const char* text, int nth = 0) {
     return nullptr;
 }
 
-// Is told of every modal dialog once it is shown and waits for the user.
+// Is told of every dialog that a command waits for once it is shown and waits for the user.
 class DialogWatcher : public QObject {
 public:
     DialogWatcher() { qApp->installEventFilter(this); }
@@ -37,7 +37,7 @@ protected:
 private:
     bool eventFilter(QObject* object, QEvent* event) override {
         auto* dialog = event->type() == QEvent::Show ? qobject_cast<QDialog*>(object) : nullptr;
-        if (dialog && dialog->isModal())
+        if (dialog && (dialog->isModal() || dynamic_cast<PanelDialog*>(dialog)))
             QMetaObject::invokeMethod(
                 dialog, [this, dialog] { opened(*dialog); }, Qt::QueuedConnection);
         return false;

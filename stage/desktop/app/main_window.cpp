@@ -1,5 +1,6 @@
 #include "stage/desktop/app/main_window.h"
 
+#include "stage/desktop/views/channel_list.h"
 #include "stage/desktop/views/clip_picker.h"
 #include "stage/desktop/views/curve_view.h"
 #include "stage/desktop/views/item_tree.h"
@@ -36,9 +37,9 @@ class LineLabel : public QLabel {
 MainWindow::MainWindow(bool shades)
     : document_(frontEnd_), recovery_(document_), playback_(document_) {
     frontEnd_.serve(document_);
-    frontEnd_.setMainWindow(this);
     setAcceptDrops(true);
     addViews(shades);
+    frontEnd_.setMainWindow(this, viewport_);
     addFileMenu();
     addEditMenu();
     addTimeMenu();
@@ -47,7 +48,7 @@ MainWindow::MainWindow(bool shades)
     connect(&document_, &Document::changed, this, &MainWindow::showNews);
     connect(&document_.clock(), &WorkClock::working, news_, &QLabel::setText);
     showNews();
-    resize(1180, 760);
+    resize(1280, 800);
     tree_->setFocus();
 }
 
@@ -58,11 +59,29 @@ MainWindow::~MainWindow() {
 void MainWindow::addViews(bool shades) {
     viewport_ =
         new Viewport(document_, shades ? Viewport::Canvas::shaded : Viewport::Canvas::lines);
-    curves_ = new CurveView(document_);
+    // The channels hear of an edit first: curves as they were before it are gone by then.
+    channels_ = new ShownChannels(document_);
+    channels_->setParent(this);
+    axis_ = new TimeAxis(document_);
+    axis_->setParent(this);
+    curves_ = new CurveView(document_, *axis_, *channels_);
+
+    // The timeline is right below the curves, so that one frame is at one place.
+    auto* timed = new QWidget;
+    auto* timedRows = new QVBoxLayout(timed);
+    timedRows->setContentsMargins(0, 0, 0, 0);
+    timedRows->setSpacing(0);
+    timedRows->addWidget(curves_, 1);
+    timedRows->addWidget(new Timeline(document_, *axis_));
+    auto* curvesAndList = new QSplitter(Qt::Horizontal);
+    curvesAndList->addWidget(timed);
+    curvesAndList->addWidget(new ChannelList(*channels_));
+    curvesAndList->setSizes({760, 190});
+    curvesAndList->setStretchFactor(0, 1);
     auto* views = new QSplitter(Qt::Vertical);
     views->addWidget(viewport_);
-    views->addWidget(curves_);
-    views->setSizes({420, 260});
+    views->addWidget(curvesAndList);
+    views->setSizes({400, 300});
     views->setChildrenCollapsible(false);
 
     auto* centre = new QWidget;
@@ -70,7 +89,6 @@ void MainWindow::addViews(bool shades) {
     rows->setContentsMargins(0, 0, 0, 0);
     rows->setSpacing(2);
     rows->addWidget(views, 1);
-    rows->addWidget(new Timeline(document_));
     auto* below = new QHBoxLayout;
     below->addWidget(new TransportBar(document_, playback_), 1);
     auto* clips = new ClipPicker(document_);

@@ -16,6 +16,8 @@ namespace cadencora::stage {
 class CurveView;
 class ItemTree;
 class StepList;
+class ShownChannels;
+class TimeAxis;
 class Timeline;
 class Viewport;
 
@@ -75,6 +77,8 @@ private:
     Document document_;
     Recovery recovery_;
     Playback playback_;
+    TimeAxis* axis_ = nullptr;
+    ShownChannels* channels_ = nullptr;
     ItemTree* tree_ = nullptr;
     Viewport* viewport_ = nullptr;
     CurveView* curves_ = nullptr;

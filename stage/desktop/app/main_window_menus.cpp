@@ -4,6 +4,7 @@
 #include "stage/desktop/app/recent_files.h"
 #include "stage/desktop/panels/control_view.h"
 #include "stage/desktop/views/curve_view.h"
+#include "stage/desktop/views/time_axis.h"
 #include "stage/desktop/views/viewport.h"
 
 #include <QAction>
@@ -79,6 +80,11 @@ void MainWindow::addTimeMenu() {
                     [this] { document_.stepFrames(-1); });
     menu->addAction(tr("Frame &On"), QKeySequence(Qt::Key_Right), this,
                     [this] { document_.stepFrames(1); });
+    menu->addAction(tr("&Previous Key"), QKeySequence(Qt::CTRL | Qt::Key_Left), this,
+                    [this] { document_.stepKeys(-1); });
+    menu->addAction(tr("&Next Key"), QKeySequence(Qt::CTRL | Qt::Key_Right), this,
+                    [this] { document_.stepKeys(1); });
+    menu->addSeparator();
     menu->addAction(tr("&First Frame"), QKeySequence(Qt::Key_Home), this,
                     [this] { document_.goToFrame(document_.scene().previewFirst); });
     menu->addAction(tr("&Last Frame"), QKeySequence(Qt::Key_End), this,
@@ -91,8 +97,10 @@ void MainWindow::addViewMenu() {
                     &Viewport::frameSelection);
     menu->addAction(tr("Frame the Whole &Motion"), QKeySequence(Qt::Key_A), viewport_,
                     &Viewport::frameMotion);
-    menu->addAction(tr("Fit &Curves"), QKeySequence(Qt::SHIFT | Qt::Key_F), curves_,
-                    &CurveView::fit);
+    menu->addAction(tr("Fit &Curves"), QKeySequence(Qt::SHIFT | Qt::Key_F), this, [this] {
+        axis_->fit();
+        curves_->fit();
+    });
     menu->addSeparator();
     const auto look = [&](const QString& name, Qt::Key key, Viewport::Side side) {
         menu->addAction(name, QKeySequence(key), viewport_,

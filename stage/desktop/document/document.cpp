@@ -6,6 +6,7 @@
 #include "stage/panels/labels.h"
 #include "stage/scene/summary.h"
 
+#include <algorithm>
 #include <cmath>
 #include <malloc.h>
 
@@ -87,6 +88,8 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
     news_ = name() + ": " + summary(scene());
     for (const std::string& note : loaded.notes)
         news_ += "; " + note;
+    forgetChange();
+    marked_ = {};
     emit changed(Change::scene);
     if (module_)
         if (auto active = startPlugin(*module_); !active) return active.problem();
@@ -156,7 +159,9 @@ Result<Module*> Document::openPlugin(const std::filesystem::path& path) {
 }
 
 Result<> Document::startPlugin(Module& module) {
+    if (isBusy()) return Problem{"a command is under way", module.serverName(), {}};
     const std::string name = "Start of " + module.serverName();
+    command_.clear();
     Result<> active = done();
     const ChangeReport report = edit(name, [&] {
         active = module.activate(&Host::lookup, Host::layoutGeneric());
@@ -207,6 +212,7 @@ Result<> Document::use(ControlModel& control, const Action& action) {
         return result;
     }
     const std::string name(shownLabel(control));
+    command_ = name;
     const auto selection = scene().selection;
     const double time = scene().currentTime;
     Panels floating;
@@ -237,6 +243,10 @@ void Document::countError() {
 
 void Document::finishEdit(const std::string& name, const ChangeReport& report) {
     news_ = name + ": " + changeText(report);
+    if (report.empty())
+        news_ += whyNothing();
+    else
+        showChange(report);
     constexpr double worthTelling = 0.1; // seconds
     if (clock_.seconds() >= worthTelling)
         news_ += ", in " + QString::number(clock_.seconds(), 'f', 1).toStdString() + " s";
@@ -254,6 +264,142 @@ void Document::tellProblems() {
     frontEnd_.show({MessageKind::error, {counted(problems.size(), "problem"), text}});
 }
 
+// The news name the channels, as far as a line holds them.
+void Document::showChange(const ChangeReport& report) {
+    NameList names(4);
+    changedItems_.clear();
+    const auto take = [&](ChannelId channel) {
+        names.add(scene().channelPath(channel));
+        const ItemId item = scene().group(scene().channel(channel).group).item;
+        if (std::ranges::find(changedItems_, item) == changedItems_.end())
+            changedItems_.push_back(item);
+    };
+    for (const ChannelChange& change : report.channels)
+        take(change.channel);
+    for (const ChannelId channel : report.channelsAdded)
+        take(channel);
+    changedRange_.reset();
+    if (report.firstFrame && report.lastFrame)
+        changedRange_ = FrameRange{*report.firstFrame, *report.lastFrame};
+    if (!names.text().empty()) news_ += ": " + names.text();
+}
+
+void Document::forgetChange() {
+    changedRange_.reset();
+    changedItems_.clear();
+}
+
+// What can keep any command from changing something, as far as it can be known here.
+std::string Document::whyNothing() const {
+    if (scene().itemCount() == 0) return ": the scene is empty";
+    if (scene().keyCount() == 0) return ": the scene has no keys";
+    if (scene().selection.empty()) return ": no item is selected";
+    const auto hasKeys = [&](ItemId item) {
+        bool found = false;
+        visitChannels(scene(), scene().item(item).group, [&](ChannelId channel) {
+            found = found || !scene().envelope(scene().channel(channel).envelope).keys.empty();
+        });
+        return found;
+    };
+    return std::ranges::none_of(scene().selection, hasKeys) ? ": the selected items have no keys"
+                                                            : "";
+}
+
+void Document::mark(Marked marked) {
+    if (!marked.range && !marked_.range) return;
+    marked_ = std::move(marked);
+    if (marked_.range) {
+        std::size_t keys = 0;
+        NameList names(4);
+        for (const auto& [name, count] : marked_.keys) {
+            keys += count;
+            names.add(name + " (" + std::to_string(count) + ")");
+        }
+        news_ = "marked frames " + frameText(marked_.range->first) + " to " +
+                frameText(marked_.range->last) + " for the next dialog: " + counted(keys, "key");
+        if (keys > 0) news_ += " of " + names.text();
+    }
+    emit changed(Change::marked);
+}
+
+namespace {
+
+// The two sliders of a panel that are a range of frames; null: it has none.
+std::pair<ControlModel*, ControlModel*> rangeSliders(const PanelModel& panel) {
+    const auto isSlider = [](const ControlModel* control) {
+        return control->type == ControlType::slider && control->drawn;
+    };
+    for (std::size_t i = 0; i < panel.controls.size(); ++i)
+        for (std::size_t j = i + 1; j < panel.controls.size(); ++j) {
+            ControlModel *first = panel.controls[i], *last = panel.controls[j];
+            if (isSlider(first) && isSlider(last) && first->minimum == last->minimum &&
+                first->maximum == last->maximum)
+                return {first, last};
+        }
+    return {};
+}
+
+} // namespace
+
+void Document::dialogOpened(PanelModel& panel) {
+    dialogs_.push_back(&panel);
+    if (marked_.range && askedRange()) {
+        // The end goes first where the start would otherwise come after it.
+        const auto first = std::llround(marked_.range->first);
+        const bool startIsLater = static_cast<double>(first) > askedRange()->last;
+        setAskedRange(!startIsLater, startIsLater ? std::llround(marked_.range->last) : first);
+        setAskedRange(startIsLater, startIsLater ? first : std::llround(marked_.range->last));
+    }
+    emit changed(Change::marked);
+}
+
+void Document::dialogClosed() {
+    dialogs_.pop_back();
+    emit changed(Change::marked);
+}
+
+std::optional<FrameRange> Document::askedRange() const {
+    if (dialogs_.empty()) return std::nullopt;
+    const auto [first, last] = rangeSliders(*dialogs_.back());
+    if (!first) return std::nullopt;
+    return FrameRange{static_cast<double>(first->integer), static_cast<double>(last->integer)};
+}
+
+void Document::setAskedRange(bool start, std::int64_t frame) {
+    if (dialogs_.empty()) return;
+    const auto [first, last] = rangeSliders(*dialogs_.back());
+    if (!first) return;
+    ControlModel& control = *(start ? first : last);
+    const auto value =
+        static_cast<int>(std::clamp<std::int64_t>(frame, control.minimum, control.maximum));
+    if (value == control.integer) return;
+    (void)use(control, [value](ControlModel& slider) { return setInteger(slider, value); });
+    ++control.redraws; // the view of the slider did not move it
+    emit controlsChanged();
+    emit changed(Change::marked);
+}
+
+void Document::stepKeys(int direction) {
+    const double now = scene().currentTime;
+    std::optional<double> found;
+    for (const ItemId item : scene().selection)
+        visitChannels(scene(), scene().item(item).group, [&](ChannelId channel) {
+            const KeyStore& keys = scene().envelope(scene().channel(channel).envelope).keys;
+            auto key = keys.atOrAfter(direction > 0 ? std::nextafter(now, HUGE_VAL) : now);
+            if (direction < 0) {
+                if (key)
+                    key.stepBack();
+                else if (!keys.empty())
+                    key = keys.last();
+            }
+            if (!key) return;
+            const bool isNearer =
+                !found || (direction > 0 ? key.time() < *found : key.time() > *found);
+            if (isNearer) found = key.time();
+        });
+    if (found) setTime(*found);
+}
+
 void Document::undo() {
     const std::string* undone = host_.journal().undoName();
     if (isBusy() || !undone) return;
@@ -261,6 +407,7 @@ void Document::undo() {
     host_.undo();
     --position_;
     recorder_.undone();
+    forgetChange();
     emit changed(Change::keys | Change::range);
 }
 
@@ -275,7 +422,7 @@ void Document::redo() {
 }
 
 void Document::select(std::vector<ItemId> items) {
-    if (items == scene().selection) return;
+    if (isBusy() || items == scene().selection) return;
     host_.select(std::move(items));
     emit changed(Change::selection);
 }
@@ -295,7 +442,8 @@ void Document::stepFrames(int frames) {
 
 void Document::setPreview(std::int64_t first, std::int64_t last) {
     Scene& scene = host_.mutableScene();
-    if (first > last || (scene.previewFirst == first && scene.previewLast == last)) return;
+    if (isBusy() || first > last || (scene.previewFirst == first && scene.previewLast == last))
+        return;
     scene.previewFirst = first;
     scene.previewLast = last;
     host_.refreshRecords();
@@ -303,6 +451,7 @@ void Document::setPreview(std::int64_t first, std::int64_t last) {
 }
 
 void Document::clearRecording() {
+    if (isBusy()) return;
     recorder_.clear(scene());
     emit changed({});
 }

@@ -24,9 +24,20 @@ enum class Change : unsigned {
     selection = 2, // which items are selected
     keys = 4,      // keys, channels, the ranges that follow them
     scene = 8,     // all of it: another scene
-    range = 16     // the preview range
+    range = 16,    // the preview range
+    marked = 32    // the range that the user has marked, or that an open dialog asks for
 };
 Q_DECLARE_FLAGS(Changes, Change)
+
+struct FrameRange {
+    double first = 0, last = 0; // both are in it
+};
+
+// A range that the user has marked for the next dialog, and what is in it.
+struct Marked {
+    std::optional<FrameRange> range;
+    std::vector<std::pair<std::string, std::size_t>> keys; // by channel: how many
+};
 
 class Document : public QObject {
     Q_OBJECT
@@ -75,11 +86,32 @@ public:
     void select(std::vector<ItemId> items);
     void setTime(double seconds);
     void goToFrame(std::int64_t frame) { setTime(scene().rate.timeOf(frame)); }
-    void stepFrames(int frames); // to whole frames
+    void stepFrames(int frames);  // to whole frames
+    void stepKeys(int direction); // to the next key of the selected items, or the one before
     void setPreview(std::int64_t first, std::int64_t last);
 
     // What the last command, undo or file did, for the status line.
     const std::string& news() const { return news_; }
+
+    // What the last command touched, as long as it is what an undo takes back.
+    const std::optional<FrameRange>& changedRange() const { return changedRange_; }
+    const std::vector<ItemId>& changedItems() const { return changedItems_; }
+
+    // The next dialog that asks for a range of frames opens with the marked one.
+    void mark(Marked marked);
+    const std::optional<FrameRange>& markedRange() const { return marked_.range; }
+
+    // A dialog of the command under way waits for the user, who may move the time meanwhile; within
+    // it others may open. What the dialog may still be filled with goes through use().
+    void dialogOpened(PanelModel& panel);
+    void dialogClosed();
+    bool isWaiting() const { return !dialogs_.empty(); }
+    // The label of the control that began the command under way.
+    const std::string& command() const { return command_; }
+    // The range of frames that the open dialog asks for: two sliders with the same bounds, the
+    // first its start.
+    std::optional<FrameRange> askedRange() const;
+    void setAskedRange(bool start, std::int64_t frame);
 
     Recorder& recorder() { return recorder_; }
     void clearRecording();
@@ -98,6 +130,9 @@ private:
     void setPath(const std::filesystem::path& path);
     ChangeReport edit(const std::string& name, const std::function<void()>& action);
     void finishEdit(const std::string& name, const ChangeReport& report);
+    void showChange(const ChangeReport& report);
+    void forgetChange();
+    std::string whyNothing() const;
     void tellProblems();
     Changes differenceFrom(const std::vector<ItemId>& selection, double time) const;
 
@@ -112,6 +147,11 @@ private:
     WorkClock clock_;
     Recorder recorder_;
     std::string news_;
+    std::optional<FrameRange> changedRange_;
+    std::vector<ItemId> changedItems_;
+    Marked marked_;
+    std::vector<PanelModel*> dialogs_; // the last one on top
+    std::string command_;
     int depth_ = 0; // of events
     int errors_ = 0;
     bool failed_ = false;                  // the command under way has shown an error of its own

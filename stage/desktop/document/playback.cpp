@@ -8,7 +8,7 @@ Playback::Playback(Document& document) : document_(document) {
     timer_.setTimerType(Qt::PreciseTimer);
     timer_.setInterval(16); // as often as displays refresh; faster scenes leave out frames
     connect(&timer_, &QTimer::timeout, this, [this] {
-        if (document_.isBusy()) return setPlaying(false);
+        if (document_.isBusy() && !document_.isWaiting()) return setPlaying(false);
         showAfter(static_cast<double>(since_.nsecsElapsed()) * 1e-9);
     });
     connect(&document, &Document::changed, this, [this](Changes what) {
@@ -17,7 +17,7 @@ Playback::Playback(Document& document) : document_(document) {
 }
 
 void Playback::setPlaying(bool playing) {
-    if (playing == isPlaying() || (playing && document_.isBusy())) return;
+    if (playing == isPlaying() || (playing && document_.isBusy() && !document_.isWaiting())) return;
     if (playing) {
         const Scene& scene = document_.scene();
         startFrame_ = std::llround(std::floor(scene.rate.frameOf(scene.currentTime)));

@@ -14,7 +14,7 @@ public:
     explicit Playback(Document& document);
 
     bool isPlaying() const { return timer_.isActive(); }
-    void setPlaying(bool playing); // refused while a command is under way
+    void setPlaying(bool playing); // refused while a command works
     void toggle() { setPlaying(!isPlaying()); }
 
     // Shows the frame that is due this many seconds after playing began.

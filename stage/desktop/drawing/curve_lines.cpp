@@ -1,15 +1,14 @@
 #include "stage/desktop/drawing/curve_lines.h"
 
+#include "stage/plot/units.h"
+
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <unordered_map>
 
 namespace cadencora::stage {
 
 namespace {
-
-constexpr int freeColours = 7; // after those of the motion channels
 
 // Calls back with the first and the last key of every column that has any; between two columns the
 // store is asked for the place, so that a column costs the same however many keys it holds.
@@ -33,14 +32,10 @@ std::vector<ShownCurve> shownCurves(const Scene& scene, const std::vector<ItemId
         for (const auto& copy : edit->envelopes)
             before.emplace(copy.id, &copy.other);
     std::vector<ShownCurve> curves;
+    std::array<std::size_t, units.size()> places{};
     for (const ItemId item : items) {
-        int others = 0;
         visitChannels(scene, scene.item(item).group, [&](ChannelId id) {
             const Channel& channel = scene.channel(id);
-            const auto& motion = scene.item(item).motion;
-            const auto place = static_cast<std::size_t>(
-                std::distance(motion.begin(), std::ranges::find(motion, id)));
-            const int other = place < motionChannelCount ? 0 : others++;
             ShownCurve curve;
             curve.envelope = channel.envelope;
             if (const auto found = before.find(channel.envelope); found != before.end())
@@ -49,9 +44,9 @@ std::vector<ShownCurve> shownCurves(const Scene& scene, const std::vector<ItemId
                 !(curve.before && !curve.before->keys.empty()))
                 return;
             curve.name = scene.channelPath(id);
-            curve.colour = static_cast<int>(place) + other % freeColours;
-            const bool turns = place >= heading && place <= bank;
-            curve.factor = turns ? 180 / std::numbers::pi : 1;
+            curve.unit = unitOf(scene, id);
+            curve.place = places[curve.unit]++;
+            curve.factor = units[curve.unit].factor;
             curves.push_back(std::move(curve));
         });
     }
@@ -82,12 +77,19 @@ std::vector<CurvePoint> curveLine(const Envelope& curve, const TimeWindow& windo
     return line;
 }
 
-std::vector<CurvePoint> keyPoints(const Envelope& curve, const TimeWindow& window, int spacing) {
-    std::vector<CurvePoint> points;
+std::vector<KeyPoint> keyPoints(const Envelope& curve, const TimeWindow& window, int spacing) {
+    std::vector<KeyPoint> points;
     visitKeyedColumns(curve.keys, window, spacing, [&](int, const KeyStore::Cursor& key) {
-        points.push_back({key.time(), key.value()});
+        points.push_back({key.time(), key.value(), key.shape()});
     });
     return points;
+}
+
+std::size_t keysBetween(const Envelope& curve, double first, double last) {
+    std::size_t count = 0;
+    for (auto key = curve.keys.atOrAfter(first); key && key.time() <= last; key.advance())
+        ++count;
+    return count;
 }
 
 std::vector<int> keyColumns(const Scene& scene, const std::vector<ItemId>& items,

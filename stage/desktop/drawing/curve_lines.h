@@ -1,6 +1,7 @@
 // Curves as points to draw: which ones to show, their lines, their keys, their range.
 //
-// Calls only stage/scene. Whatever the number of keys, the number of points follows the columns.
+// Calls only stage/scene and stage/plot. Whatever the number of keys, the number of points follows
+// the columns.
 #pragma once
 
 #include "stage/scene/journal.h"
@@ -30,8 +31,9 @@ struct CurvePoint {
 struct ShownCurve {
     EnvelopeId envelope = EnvelopeId::none;
     std::string name;                 // "Hips/Rotation.H"
-    int colour = 0;                   // curves of the same channel name have the same
-    double factor = 1;                // from the curve's values to the ones shown: degrees
+    std::size_t unit = 0;             // of units.h
+    std::size_t place = 0;            // among the curves of its unit, by which it has its colour
+    double factor = 1;                // from the curve's values to the ones shown
     const Envelope* before = nullptr; // as it was before the last edit, if that touched it;
                                       // the journal's, until the next edit
 };
@@ -44,8 +46,17 @@ std::vector<ShownCurve> shownCurves(const Scene& scene, const std::vector<ItemId
 // of values that they cover.
 std::vector<CurvePoint> curveLine(const Envelope& curve, const TimeWindow& window);
 
+struct KeyPoint {
+    double time = 0; // seconds
+    double value = 0;
+    Shape shape = Shape::spline;
+};
+
 // The keys in the window, at most one for every `spacing` columns.
-std::vector<CurvePoint> keyPoints(const Envelope& curve, const TimeWindow& window, int spacing);
+std::vector<KeyPoint> keyPoints(const Envelope& curve, const TimeWindow& window, int spacing);
+
+// How many keys a curve has from one time to another, both included; seconds.
+std::size_t keysBetween(const Envelope& curve, double first, double last);
 
 // The columns in which the items' channels have keys, in order.
 std::vector<int> keyColumns(const Scene& scene, const std::vector<ItemId>& items,
@@ -56,7 +67,7 @@ struct Range {
 };
 
 // The values, times their factors, that the curves take over the window and took before the last
-// edit; nothing: no curves.
+// edit; nothing: no curves. Their units should be the same.
 std::optional<Range> valueRange(const Scene& scene, const std::vector<ShownCurve>& curves,
                                 const TimeWindow& window);
 

@@ -68,8 +68,16 @@ public:
 private:
     void showValue() override {
         choices_.setExclusive(false); // so that none may be chosen
-        for (QAbstractButton* button : choices_.buttons())
-            button->setChecked(choices_.id(button) == model_.integer);
+        for (QAbstractButton* button : choices_.buttons()) {
+            const bool isChosen = choices_.id(button) == model_.integer;
+            button->setChecked(isChosen);
+            QPalette colours;
+            if (isChosen) {
+                colours.setColor(QPalette::Button, colours.color(QPalette::Highlight));
+                colours.setColor(QPalette::ButtonText, colours.color(QPalette::HighlightedText));
+            }
+            button->setPalette(colours);
+        }
         choices_.setExclusive(true);
         setFocusProxy(choices_.checkedButton());
     }

@@ -30,6 +30,10 @@ public:
     // has the focus.
     virtual bool settle() { return true; }
 
+    // A field for a text, such as a path. It is the first thing that a user types into.
+    virtual bool isTextField() const { return false; }
+    virtual void startTyping() {} // takes the focus, its text selected
+
 protected:
     virtual void showValue() = 0; // the model's, without firing anything
     virtual void place() = 0;     // the parts inside the view's size

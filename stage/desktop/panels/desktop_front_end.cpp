@@ -31,7 +31,7 @@ int DesktopFrontEnd::displayHeight() const {
 
 void DesktopFrontEnd::showFloating(PanelModel& panel) {
     delete takeWindow(panel); // that the user has closed
-    auto* window = new PanelWindow(panel, {*document_, metrics_}, mainWindow_);
+    auto* window = new PanelWindow(panel, {*document_, metrics_}, mainWindow_, view_);
     floating_.emplace_back(window);
     window->bringUp();
 }
@@ -50,12 +50,18 @@ void DesktopFrontEnd::closePanels() {
 
 bool DesktopFrontEnd::runModal(PanelModel& panel) {
     Recorder& recorder = document_->recorder();
-    recorder.dialogOpened(panel);
-    PanelDialog dialog(panel, {*document_, metrics_}, parent());
+    recorder.dialogOpened(panel, document_->scene());
+    PanelDialog dialog(panel, {*document_, metrics_}, parent(), view_);
+    document_->dialogOpened(panel);
+    dialogs_.push_back(&dialog);
+    setPanelsEnabled(false);
     const bool accepted = [&] {
         const WorkClock::Pause pause(document_->clock());
-        return dialog.exec() == QDialog::Accepted;
+        return dialog.wait();
     }();
+    dialogs_.pop_back();
+    setPanelsEnabled(dialogs_.empty());
+    document_->dialogClosed();
     recorder.dialogClosed(panel, accepted, document_->scene());
     return accepted;
 }
@@ -109,7 +115,18 @@ void DesktopFrontEnd::working() {
 
 QWidget* DesktopFrontEnd::parent() const {
     if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+    if (!dialogs_.empty()) return dialogs_.back();
     return mainWindow_;
+}
+
+// A dialog leaves the main window alive, for its time and its views; what acts on the scene there
+// does nothing meanwhile. What would begin another command is out of reach, and so is a dialog
+// below another.
+void DesktopFrontEnd::setPanelsEnabled(bool enabled) {
+    for (const auto& window : floating_)
+        if (window) window->setEnabled(enabled);
+    for (PanelDialog* dialog : dialogs_)
+        dialog->setEnabled(dialog == dialogs_.back());
 }
 
 } // namespace cadencora::stage

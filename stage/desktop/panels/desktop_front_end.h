@@ -6,6 +6,7 @@
 #include "stage/desktop/panels/panel_view.h"
 #include "stage/panels/front_end.h"
 
+#include <QMainWindow>
 #include <QMessageBox>
 #include <QPointer>
 #include <QWidget>
@@ -22,7 +23,11 @@ public:
     ~DesktopFrontEnd() override;
 
     void serve(Document& document) { document_ = &document; }
-    void setMainWindow(QWidget* window) { mainWindow_ = window; } // parent of what is opened
+    // What is opened belongs to the window, and opens over the view where nobody has put it yet.
+    void setMainWindow(QMainWindow* window, QWidget* view) {
+        mainWindow_ = window;
+        view_ = view;
+    }
 
     // The floating panels, shown again where the user closed them; false: no panel was opened.
     bool bringUpPanels();
@@ -43,13 +48,16 @@ public:
 private:
     PanelWindow* takeWindow(const PanelModel& panel); // null: it has none
     QWidget* parent() const;                          // of a dialog: what the user is in
+    void setPanelsEnabled(bool enabled);
     int askUser(QMessageBox::Icon icon, const QString& title, const QString& first,
                 const QString& second, QMessageBox::StandardButtons buttons);
 
     PanelMetrics metrics_;
     Document* document_ = nullptr;
-    QPointer<QWidget> mainWindow_;
+    QPointer<QMainWindow> mainWindow_;
+    QPointer<QWidget> view_;
     std::vector<QPointer<PanelWindow>> floating_;
+    std::vector<PanelDialog*> dialogs_; // that wait, the last one on top
 };
 
 } // namespace cadencora::stage

@@ -14,11 +14,24 @@ namespace cadencora::stage {
 
 namespace {
 
+// Without a chosen row, the focus chooses none.
+class Rows : public QListWidget {
+public:
+    using QListWidget::QListWidget;
+
+private:
+    void focusInEvent(QFocusEvent* event) override {
+        const bool hadNone = currentRow() < 0;
+        const QSignalBlocker quiet(this);
+        QListWidget::focusInEvent(event);
+        if (hadNone) setCurrentItem(nullptr);
+    }
+};
+
 class ListBoxView : public ControlView {
 public:
     ListBoxView(ControlModel& model, const PanelContext& context, QWidget* parent)
-        : ControlView(model, context, parent), title_(new QLabel(this)),
-          rows_(new QListWidget(this)),
+        : ControlView(model, context, parent), title_(new QLabel(this)), rows_(new Rows(this)),
           titleHeight_(context.metrics.toScreen(context.metrics.lineHeight() + 2)) {
         title_->setTextFormat(Qt::PlainText);
         title_->setText(qtText(shownLabel(model)));

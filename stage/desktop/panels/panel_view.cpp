@@ -2,25 +2,57 @@
 
 #include <QCloseEvent>
 #include <QDialogButtonBox>
+#include <QEventLoop>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QSettings>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace cadencora::stage {
 
 namespace {
 
-// Where the panel asks to be, as far as it is on the screen then.
-void moveToAskedPlace(QWidget& window, const PanelModel& panel, const PanelMetrics& metrics) {
-    const QRect screen = window.screen()->availableGeometry();
-    const QPoint asked =
-        screen.topLeft() + QPoint(metrics.toScreen(panel.x), metrics.toScreen(panel.y));
+// Where windows of panels were last, by the panel's title.
+QString placeKey(const QString& title, const char* what) {
+    return QStringLiteral("places/%1/%2")
+        .arg(QString(title).replace(QLatin1Char('/'), QLatin1Char(' ')), QLatin1String(what));
+}
+
+// At a place as far as that is on the screen.
+void moveTo(QWidget& window, const QPoint& place) {
+    const QScreen* found = QGuiApplication::screenAt(place);
+    const QRect screen = (found ? found : window.screen())->availableGeometry();
     const QPoint last = screen.bottomRight() - QPoint(window.width(), window.height());
-    window.move(std::clamp(asked.x(), screen.left(), std::max(screen.left(), last.x())),
-                std::clamp(asked.y(), screen.top(), std::max(screen.top(), last.y())));
+    window.move(std::clamp(place.x(), screen.left(), std::max(screen.left(), last.x())),
+                std::clamp(place.y(), screen.top(), std::max(screen.top(), last.y())));
+}
+
+// Where it was last, else over the view, at its upper right, else where the panel asks to be.
+void moveToUsualPlace(QWidget& window, const PanelModel& panel, const PanelMetrics& metrics,
+                      const QWidget* view) {
+    const QVariant known = QSettings().value(placeKey(qtText(panel.title), "at"));
+    if (known.isValid()) return moveTo(window, known.toPoint());
+    if (view) {
+        constexpr int margin = 12;
+        return moveTo(window, view->mapToGlobal(QPoint(
+                                  std::max(0, view->width() - window.width() - margin), margin)));
+    }
+    moveTo(window, window.screen()->availableGeometry().topLeft() +
+                       QPoint(metrics.toScreen(panel.x), metrics.toScreen(panel.y)));
+}
+
+// "Destroy Keys: Select Range", and wide enough that it can be read.
+void setDialogTitle(QDialog& dialog, const PanelModel& panel, const std::string& command) {
+    const QString title = qtText(panel.title), button = qtText(command);
+    const QString whole = title.startsWith(button) ? title
+                          : title.isEmpty()        ? button
+                                                   : button + QStringLiteral(": ") + title;
+    dialog.setWindowTitle(whole);
 }
 
 // Keys that move the time in the main window belong to the controls of a panel that has the focus.
@@ -54,15 +86,58 @@ bool PanelView::settle() {
     return true;
 }
 
-PanelWindow::PanelWindow(PanelModel& panel, const PanelContext& context, QWidget* parent)
-    : QWidget(parent, Qt::Tool), view_(new PanelView(panel, context, this)) {
-    setWindowTitle(qtText(panel.title));
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(view_);
-    adjustSize();
-    moveToAskedPlace(*this, panel, context.metrics);
+ControlView* PanelView::onlyTextField() const {
+    ControlView* found = nullptr;
+    for (ControlView* control : controls_) {
+        if (!control->isTextField() || !control->model().drawn) continue;
+        if (found) return nullptr;
+        found = control;
+    }
+    return found;
+}
+
+PanelWindow::PanelWindow(PanelModel& panel, const PanelContext& context, QMainWindow* window,
+                         const QWidget* view)
+    : QDockWidget(qtText(panel.title), window), view_(new PanelView(panel, context)),
+      window_(window) {
+    setObjectName(QStringLiteral("panel ") + windowTitle());
+    // A docked panel may be higher than the window, and is as wide as it is.
+    auto* area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setWidget(view_);
+    setWidget(area);
+    const QSettings settings;
+    area_ = static_cast<Qt::DockWidgetArea>(
+        settings.value(placeKey(windowTitle(), "area"), area_).toInt());
+    if (window_) window_->addDockWidget(area_, this);
+    const bool isDocked =
+        window_ && settings.value(placeKey(windowTitle(), "docked"), false).toBool();
+    setFloating(!isDocked);
+    const int wide = view_->width() + 2;
+    area->setMinimumWidth(wide);
+    resize(wide + 2, view_->height() + style()->pixelMetric(QStyle::PM_DockWidgetFrameWidth) * 2 +
+                         style()->pixelMetric(QStyle::PM_TitleBarHeight));
+    if (!isDocked) moveToUsualPlace(*this, panel, context.metrics, view);
+    connect(this, &QDockWidget::dockLocationChanged, this, [this](Qt::DockWidgetArea where) {
+        if (where != Qt::NoDockWidgetArea) area_ = where;
+        rememberPlace();
+    });
+    connect(this, &QDockWidget::topLevelChanged, this, &PanelWindow::rememberPlace);
+    isPlaced_ = true;
+}
+
+void PanelWindow::rememberPlace() {
+    if (!isPlaced_) return;
+    QSettings settings;
+    settings.setValue(placeKey(windowTitle(), "docked"), !isFloating());
+    settings.setValue(placeKey(windowTitle(), "area"), static_cast<int>(area_));
+    if (isFloating() && isVisible()) settings.setValue(placeKey(windowTitle(), "at"), pos());
+}
+
+void PanelWindow::moveEvent(QMoveEvent* event) {
+    QDockWidget::moveEvent(event);
+    if (isFloating()) rememberPlace();
 }
 
 void PanelWindow::bringUp() {
@@ -73,19 +148,20 @@ void PanelWindow::bringUp() {
 }
 
 bool PanelWindow::event(QEvent* event) {
-    if (!isPlainKey(*event)) return QWidget::event(event);
+    if (!isPlainKey(*event)) return QDockWidget::event(event);
     event->accept();
     return true;
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event) {
     panel().state = PanelState::closed;
-    QWidget::closeEvent(event);
+    QDockWidget::closeEvent(event);
 }
 
-PanelDialog::PanelDialog(PanelModel& panel, const PanelContext& context, QWidget* parent)
-    : QDialog(parent), view_(new PanelView(panel, context)) {
-    setWindowTitle(qtText(panel.title));
+PanelDialog::PanelDialog(PanelModel& panel, const PanelContext& context, QWidget* parent,
+                         const QWidget* view)
+    : QDialog(parent), view_(new PanelView(panel, context)), title_(qtText(panel.title)) {
+    setDialogTitle(*this, panel, context.document.command());
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &PanelDialog::accept);
@@ -107,16 +183,39 @@ PanelDialog::PanelDialog(PanelModel& panel, const PanelContext& context, QWidget
     layout->setContentsMargins(0, 0, 0, margin);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(area, 0, Qt::AlignHCenter);
+    // The title can be read beside the buttons of the frame.
+    QFont bold = font();
+    bold.setBold(true);
+    constexpr int frameButtons = 110; // pixels
     auto* row = new QHBoxLayout;
     row->setContentsMargins(margin, 0, margin, 0);
     row->addWidget(buttons);
     layout->addLayout(row);
+    auto* wide = new QWidget;
+    wide->setFixedSize(QFontMetrics(bold).horizontalAdvance(windowTitle()) + frameButtons, 0);
+    layout->addWidget(wide);
     adjustSize();
-    moveToAskedPlace(*this, panel, context.metrics);
+    moveToUsualPlace(*this, panel, context.metrics, view);
+    if (ControlView* field = view_->onlyTextField()) field->startTyping();
+}
+
+bool PanelDialog::wait() {
+    QEventLoop loop;
+    connect(this, &QDialog::finished, &loop, &QEventLoop::quit);
+    show();
+    raise();
+    activateWindow();
+    loop.exec();
+    return result() == Accepted;
 }
 
 void PanelDialog::accept() {
     if (view_->settle()) QDialog::accept();
+}
+
+void PanelDialog::done(int result) {
+    if (isVisible()) QSettings().setValue(placeKey(title_, "at"), pos());
+    QDialog::done(result);
 }
 
 } // namespace cadencora::stage

@@ -57,6 +57,11 @@ public:
         });
     }
     bool settle() override { return field_->settleOrStay(); }
+    bool isTextField() const override { return true; }
+    void startTyping() override {
+        field_->setFocus();
+        field_->selectAll();
+    }
 
 private:
     Result<> choose(const std::string& path) {

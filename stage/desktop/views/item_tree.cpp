@@ -19,6 +19,7 @@ constexpr std::size_t mostExpanded = 2000;
 } // namespace
 
 ItemTree::ItemTree(Document& document, QWidget* parent) : QTreeWidget(parent), document_(document) {
+    setObjectName(QStringLiteral("tree"));
     setHeaderHidden(true);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setUniformRowHeights(true);

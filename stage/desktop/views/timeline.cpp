@@ -1,5 +1,6 @@
 #include "stage/desktop/views/timeline.h"
 
+#include "stage/desktop/widgets/item_icons.h"
 #include "stage/plot/axis.h"
 #include "stage/scene/summary.h"
 
@@ -11,18 +12,17 @@
 
 namespace cadencora::stage {
 
-namespace {
-
-constexpr int margin = 14;
-
-} // namespace
-
-Timeline::Timeline(Document& document, QWidget* parent) : QWidget(parent), document_(document) {
+Timeline::Timeline(Document& document, TimeAxis& axis, QWidget* parent)
+    : QWidget(parent), document_(document), axis_(axis) {
     setMouseTracking(true);
     setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(&document, &Document::changed, this, [this](Changes what) {
         if (what & ~Changes(Change::time)) findKeys();
+        update();
+    });
+    connect(&axis, &TimeAxis::changed, this, [this] {
+        findKeys();
         update();
     });
 }
@@ -35,31 +35,21 @@ int Timeline::rangeHeight() const {
     return fontMetrics().height() * 3 / 4;
 }
 
-std::int64_t Timeline::firstShown() const {
-    return std::min<std::int64_t>(0, document_.scene().previewFirst);
-}
-
-std::int64_t Timeline::lastShown() const {
-    const Scene& scene = document_.scene();
-    return std::max({scene.lastFrame, scene.previewLast, firstShown() + 1});
-}
-
 double Timeline::xOf(double frame) const {
-    const auto first = static_cast<double>(firstShown()), last = static_cast<double>(lastShown());
-    return margin + (frame - first) / (last - first) * (width() - 2 * margin);
+    return axis_.xOf(document_.scene().rate.timeAt(frame), width());
 }
 
+// Scrubbing stays within the scene.
 std::int64_t Timeline::frameAt(double x) const {
-    const auto first = static_cast<double>(firstShown()), last = static_cast<double>(lastShown());
-    const double frame = first + (x - margin) / (width() - 2 * margin) * (last - first);
-    return std::clamp<std::int64_t>(std::llround(frame), firstShown(), lastShown());
+    const Scene& scene = document_.scene();
+    const std::int64_t first = std::min<std::int64_t>(0, scene.previewFirst);
+    const std::int64_t last = std::max({scene.lastFrame, scene.previewLast, first + 1});
+    return std::clamp<std::int64_t>(std::llround(axis_.frameOf(x, width())), first, last);
 }
 
 void Timeline::findKeys() {
     const Scene& scene = document_.scene();
-    keyColumns_ = keyColumns(scene, scene.selection,
-                             {scene.rate.timeOf(firstShown()), scene.rate.timeOf(lastShown()),
-                              std::max(width() - 2 * margin, 1)});
+    keyColumns_ = keyColumns(scene, scene.selection, axis_.window(width()));
 }
 
 void Timeline::resizeEvent(QResizeEvent*) {
@@ -69,21 +59,27 @@ void Timeline::resizeEvent(QResizeEvent*) {
 void Timeline::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), palette().color(QPalette::Base));
+    painter.setClipRect(QRect(TimeAxis::left - 6, 0, width(), height()));
     paintRange(painter);
+    paintStretches(painter);
     paintRuler(painter);
-
-    const Scene& scene = document_.scene();
     const QColor keys(225, 150, 30);
     const int top = height() - fontMetrics().height() / 2 - 2;
     for (const int column : keyColumns_)
-        painter.fillRect(margin + column, top, 1, height() - top, keys);
+        painter.fillRect(TimeAxis::left + column, top, 1, height() - top, keys);
+    painter.setClipping(false);
+    paintTime(painter);
+}
 
+void Timeline::paintTime(QPainter& painter) const {
+    const Scene& scene = document_.scene();
     const double frame = scene.rate.frameOf(scene.currentTime);
     const double x = xOf(frame);
+    if (x < TimeAxis::left - 1 || x > width()) return;
     const QColor mark = palette().color(QPalette::Highlight);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(mark, 1.5));
-    painter.drawLine(QPointF(x, rangeHeight()), QPointF(x, height()));
+    painter.drawLine(QPointF(x, 0), QPointF(x, height()));
     const QString text = QString::fromStdString(frameText(frame));
     QRectF box(0, rangeHeight(), fontMetrics().horizontalAdvance(text) + 10,
                fontMetrics().height() + 2);
@@ -95,19 +91,20 @@ void Timeline::paintEvent(QPaintEvent*) {
 }
 
 void Timeline::paintRuler(QPainter& painter) const {
-    const auto first = static_cast<double>(firstShown()), last = static_cast<double>(lastShown());
-    const int wide = fontMetrics().horizontalAdvance(QString::number(lastShown())) + 24;
-    const int labels = width() / wide; // that fit side by side
-    const double step = std::max(1.0, niceStep(last - first, labels));
+    const TimeWindow shown = axis_.window(width());
+    const double fps = document_.scene().rate.perSecond();
+    const double first = shown.first * fps, last = shown.last * fps;
+    const int wide =
+        fontMetrics().horizontalAdvance(QString::number(static_cast<qlonglong>(last))) + 24;
+    const double step = std::max(1.0, niceStep(last - first, shown.columns / wide));
     QColor line = palette().color(QPalette::Text);
     const int top = rangeHeight();
-    for (double frame = std::ceil(first / step) * step; frame <= last; frame += step) {
-        const double x = xOf(frame);
+    for (double i = std::ceil(first / step - 1e-9); i * step <= last + 1e-9; ++i) {
+        const double frame = i * step, x = xOf(frame);
         line.setAlpha(90);
         painter.setPen(line);
         painter.drawLine(QPointF(x, top + fontMetrics().height() + 3), QPointF(x, height()));
-        line.setAlpha(200);
-        painter.setPen(line);
+        painter.setPen(palette().color(QPalette::Text));
         painter.drawText(QRectF(x - wide, top + 1, 2 * wide, fontMetrics().height()),
                          Qt::AlignCenter, QString::number(static_cast<qlonglong>(frame)));
     }
@@ -127,26 +124,68 @@ void Timeline::paintRange(QPainter& painter) const {
     painter.fillRect(QRectF(to - 2, 1, 5, rangeHeight() - 2), bar);
 }
 
-void Timeline::mousePressEvent(QMouseEvent* event) {
-    if (event->button() != Qt::LeftButton) return;
-    const double x = event->position().x();
-    drag_ = Drag::time;
-    if (event->position().y() < rangeHeight()) {
+// What an open dialog asks for has grips over the whole height.
+void Timeline::paintStretches(QPainter& painter) const {
+    const int top = rangeHeight();
+    const auto fill = [&](const std::optional<FrameRange>& range, QColor colour, int alpha) {
+        if (!range) return;
+        colour.setAlpha(alpha);
+        const double from = xOf(range->first) - 1, to = xOf(range->last) + 1;
+        painter.fillRect(QRectF(from, top, std::max(to - from, 2.0), height() - top), colour);
+    };
+    fill(document_.changedRange(), changedColour(), 70);
+    const QColor mark = palette().color(QPalette::Highlight);
+    const auto asked = document_.askedRange();
+    if (!asked) return fill(document_.markedRange(), mark, 70);
+    fill(FrameRange{std::min(asked->first, asked->last), std::max(asked->first, asked->last)},
+         QColor(60, 160, 90), 80);
+    for (const double frame : {asked->first, asked->last})
+        painter.fillRect(QRectF(xOf(frame) - 2, top, 4, height() - top), QColor(60, 160, 90));
+}
+
+Timeline::Drag Timeline::gripAt(const QPointF& at) const {
+    const double x = at.x();
+    const auto distance = [&](double frame) { return std::abs(x - xOf(frame)); };
+    if (at.y() < rangeHeight()) {
         const Scene& scene = document_.scene();
-        const double first = std::abs(x - xOf(static_cast<double>(scene.previewFirst)));
-        const double last = std::abs(x - xOf(static_cast<double>(scene.previewLast)));
-        drag_ = first < last ? Drag::first : Drag::last;
+        return distance(static_cast<double>(scene.previewFirst)) <
+                       distance(static_cast<double>(scene.previewLast))
+                   ? Drag::first
+                   : Drag::last;
     }
-    drag(x);
+    constexpr double reach = 6; // pixels
+    if (const auto asked = document_.askedRange()) {
+        const double start = distance(asked->first), end = distance(asked->last);
+        if (std::min(start, end) <= reach) return start < end ? Drag::start : Drag::end;
+    }
+    return Drag::time;
+}
+
+void Timeline::mousePressEvent(QMouseEvent* event) {
+    pressed_ = dragged_ = event->position().x();
+    if (event->button() != Qt::LeftButton) {
+        drag_ = Drag::view;
+        return;
+    }
+    drag_ = event->modifiers() & Qt::ShiftModifier ? Drag::mark : gripAt(event->position());
+    if (drag_ != Drag::mark) drag(pressed_);
 }
 
 void Timeline::mouseMoveEvent(QMouseEvent* event) {
-    setCursor(event->position().y() < rangeHeight() ? Qt::SizeHorCursor : Qt::ArrowCursor);
+    const Drag grip = gripAt(event->position());
+    setCursor(grip == Drag::time ? Qt::ArrowCursor : Qt::SizeHorCursor);
     if (drag_ != Drag::none) drag(event->position().x());
 }
 
 void Timeline::mouseReleaseEvent(QMouseEvent*) {
+    if (drag_ == Drag::mark && pressed_ == dragged_) document_.mark({});
     drag_ = Drag::none;
+}
+
+void Timeline::wheelEvent(QWheelEvent* event) {
+    const double turned = event->angleDelta().y() + event->angleDelta().x();
+    axis_.zoom(std::pow(0.999, turned), event->position().x(), width());
+    event->accept();
 }
 
 void Timeline::drag(double x) {
@@ -155,6 +194,26 @@ void Timeline::drag(double x) {
     if (drag_ == Drag::time) document_.goToFrame(frame);
     if (drag_ == Drag::first) document_.setPreview(frame, scene.previewLast);
     if (drag_ == Drag::last) document_.setPreview(scene.previewFirst, frame);
+    if (drag_ == Drag::start || drag_ == Drag::end)
+        document_.setAskedRange(drag_ == Drag::start, frame);
+    if (drag_ == Drag::mark) markTo(x);
+    if (drag_ == Drag::view) axis_.pan(x - dragged_, width());
+    dragged_ = x;
+}
+
+// All keys of the selected items from where the mouse was pressed.
+void Timeline::markTo(double x) {
+    const Scene& scene = document_.scene();
+    const auto [first, last] = std::minmax(frameAt(pressed_), frameAt(x));
+    Marked marked;
+    marked.range = FrameRange{static_cast<double>(first), static_cast<double>(last)};
+    for (const ItemId item : scene.selection)
+        visitChannels(scene, scene.item(item).group, [&](ChannelId channel) {
+            const std::size_t keys = keysBetween(scene.envelope(scene.channel(channel).envelope),
+                                                 scene.rate.timeOf(first), scene.rate.timeOf(last));
+            if (keys > 0) marked.keys.emplace_back(scene.channelPath(channel), keys);
+        });
+    document_.mark(std::move(marked));
 }
 
 } // namespace cadencora::stage

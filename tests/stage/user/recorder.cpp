@@ -46,7 +46,7 @@ struct Recording {
 TEST(Recorder, settings_have_qualified_labels_and_a_slide_is_its_end) {
     Recording r;
     r.recorder.begin(r.button, {r.button.panel}, r.scene);
-    r.recorder.dialogOpened(r.first);
+    r.recorder.dialogOpened(r.first, r.scene);
     r.slide(r.start, 3);
     r.slide(r.start, 4);
     ASSERT_TRUE(choosePath(r.load, "a.lw_items").ok());
@@ -91,10 +91,10 @@ TEST(Recorder, selection_and_time_are_told_once_and_again_when_they_change) {
 TEST(Recorder, a_cancelled_second_dialog_is_known_by_a_value_of_its_own) {
     Recording r;
     r.recorder.begin(r.button, {r.button.panel}, r.scene);
-    r.recorder.dialogOpened(r.first);
+    r.recorder.dialogOpened(r.first, r.scene);
     r.slide(r.start, 7);
     r.recorder.dialogClosed(r.first, true, r.scene);
-    r.recorder.dialogOpened(r.second);
+    r.recorder.dialogOpened(r.second, r.scene);
     r.recorder.dialogClosed(r.second, false, r.scene);
     r.recorder.end(false, r.scene);
     ASSERT_EQ(r.step().settings.size(), 2u);
@@ -103,9 +103,9 @@ TEST(Recorder, a_cancelled_second_dialog_is_known_by_a_value_of_its_own) {
     EXPECT_EQ(r.shortfall(), "");
 
     r.recorder.begin(r.button, {r.button.panel}, r.scene);
-    r.recorder.dialogOpened(r.first);
+    r.recorder.dialogOpened(r.first, r.scene);
     r.recorder.dialogClosed(r.first, true, r.scene);
-    r.recorder.dialogOpened(r.second);
+    r.recorder.dialogOpened(r.second, r.scene);
     r.slide(r.alsoStart, 1);
     r.recorder.end(false, r.scene);
     EXPECT_EQ(r.step().settings.back().label, "Second/Start") << "two dialogs have a Start";
