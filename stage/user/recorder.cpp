@@ -148,6 +148,7 @@ void Recorder::answered(bool yes) {
 void Recorder::end(bool changed, const Scene& scene) {
     if (!open_) return;
     open_ = false;
+    ++revision_;
     if (changed) undone_.clear();
     changed_.back() = changed;
     if (pressed_->type != ControlType::button) {
@@ -177,6 +178,7 @@ Recorder::Before Recorder::stateOf(const Scene& scene) {
 void Recorder::failed(const Scene& scene) {
     if (!open_) return;
     open_ = false;
+    ++revision_;
     steps_.back().step.keep = false;
     before_ = stateOf(scene);
     isFirst_ = false;
@@ -188,6 +190,7 @@ void Recorder::undone() {
     const auto step = static_cast<std::size_t>(std::distance(last, changed_.rend())) - 1;
     steps_[step].step.keep = false;
     changed_[step] = false;
+    ++revision_;
     undone_.push_back(step);
     before_.reset();
 }
@@ -197,6 +200,7 @@ void Recorder::redone() {
     const std::size_t step = undone_.back();
     undone_.pop_back();
     steps_[step].step.keep = true;
+    ++revision_;
     changed_[step] = true;
     before_.reset();
     // A script takes the steps in their order, when this one is made already.
@@ -213,8 +217,19 @@ void Recorder::restore(std::vector<RecordedStep> steps, const Scene& scene) {
     steps_ = std::move(steps);
 }
 
+void Recorder::add(const Step& step, bool changed, const Scene& scene) {
+    steps_.push_back({step, {}});
+    changed_.push_back(changed);
+    if (changed) undone_.clear();
+    before_ = stateOf(scene);
+    isFirst_ = false;
+    ++revision_;
+}
+
 void Recorder::clear(const Scene& scene) {
+    const std::size_t next = revision_ + 1;
     *this = {};
+    revision_ = next;
     before_ = stateOf(scene);
 }
 

@@ -47,10 +47,14 @@ public:
     // Takes up steps of an earlier time, which no undo reaches.
     void restore(std::vector<RecordedStep> steps, const Scene& scene);
 
+    // A step of a recipe was taken as it stands.
+    void add(const Step& step, bool changed, const Scene& scene);
+
     // Forgets all steps; the next one starts from this scene.
     void clear(const Scene& scene);
 
     std::vector<RecordedStep> recorded() const;
+    std::size_t revision() const { return revision_; } // another one: recorded() may have changed
     std::vector<Step> steps() const;
 
 private:
@@ -66,6 +70,7 @@ private:
     void takeTime(const Scene& scene);
 
     bool open_ = false;
+    std::size_t revision_ = 0;
     std::vector<RecordedStep> steps_;
     std::vector<bool> changed_;       // by step
     std::vector<std::size_t> undone_; // steps that a redo makes again, the next one last

@@ -174,8 +174,7 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     Desk desk;
     desk.select("Hips");
     destroySome(desk);
-    auto* list =
-        desk.window.findChild<QWidget*>(QStringLiteral("steps"))->findChild<QTreeWidget*>();
+    auto* list = desk.window.findChild<QTreeWidget*>(QStringLiteral("recorded"));
     ASSERT_EQ(list->topLevelItemCount(), 1);
     EXPECT_EQ(list->topLevelItem(0)->text(0), QStringLiteral("Destroy Keys"));
 
@@ -195,6 +194,91 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     EXPECT_EQ(list->topLevelItemCount(), 1);
     desk.document().clearRecording();
     EXPECT_EQ(list->topLevelItemCount(), 0);
+}
+
+TEST(Commands, a_recipe_is_edited_and_run_on_the_scene_step_by_step) {
+    Desk desk;
+    desk.select("Hips");
+    destroySome(desk);
+    click(findButton(desk.window, "Edit…"));
+    auto* rows = desk.window.findChild<QTreeWidget*>(QStringLiteral("recipe"));
+    ASSERT_EQ(rows->topLevelItemCount(), 1);
+    const auto row = [&](const char* text) {
+        return rows->findItems(QString::fromUtf8(text), Qt::MatchExactly | Qt::MatchRecursive)
+            .value(0);
+    };
+    ASSERT_NE(row("End=40"), nullptr);
+    desk.hand.then([](QDialog& said) { said.accept(); });
+    row("End=40")->setText(0, QStringLiteral("=40")); // no label: the old setting stays
+    ASSERT_NE(row("End=40"), nullptr);
+    row("End=40")->setText(0, QStringLiteral("End=50"));
+    ASSERT_NE(row("End=50"), nullptr);
+    desk.document().undo();
+    desk.select("Box");
+    click(findButton(desk.window, "Run on This Scene"));
+    EXPECT_EQ(desk.times("Hips", heading), (Frames{0, 10, 60})) << "of what the recipe selects";
+    ASSERT_EQ(desk.document().recorder().steps().size(), 2u) << "after the one taken back";
+    EXPECT_EQ(desk.document().recorder().steps()[1].settings[1].value, "50");
+    desk.key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(desk.times("Hips", heading).size(), 7u) << "one step, one undo";
+    EXPECT_TRUE(desk.document().recorder().steps().empty());
+
+    // A step that cannot be taken changes nothing and says why.
+    row("End=50")->setText(0, QStringLiteral("Ending=50"));
+    desk.hand.then([](QDialog& said) {
+        EXPECT_TRUE(dynamic_cast<QMessageBox&>(said).text().contains(QStringLiteral("Ending")));
+        said.accept();
+    });
+    click(findButton(desk.window, "Run on This Scene"));
+    EXPECT_EQ(desk.times("Hips", heading).size(), 7u);
+    EXPECT_FALSE(desk.document().isBusy());
+    rows->setCurrentItem(rows->topLevelItem(0));
+    click(findButton(*rows->parentWidget(), "Delete"));
+    EXPECT_EQ(rows->topLevelItemCount(), 0);
+    EXPECT_FALSE(findButton(desk.window, "Run on This Scene")->isEnabled());
+}
+
+TEST(Commands, a_preset_presses_its_button_with_its_values_on_what_is_selected_then) {
+    Desk desk;
+    desk.select("Box");
+    destroySome(desk);
+    desk.document().undo();
+    desk.document().redo();
+    desk.hand.then([](QDialog& asks) {
+        type(asks.findChild<QLineEdit*>(), QStringLiteral("a/b 50%"));
+        asks.accept();
+    });
+    click(findButton(desk.window, "Preset…"));
+    auto* rows = desk.window.findChild<QTreeWidget*>(QStringLiteral("presets"));
+    ASSERT_EQ(rows->topLevelItemCount(), 1);
+    EXPECT_EQ(rows->topLevelItem(0)->text(0), QStringLiteral("Destroy Keys"));
+    QTreeWidgetItem* preset = rows->topLevelItem(0)->child(0);
+    EXPECT_EQ(preset->text(0), QStringLiteral("a/b 50%"));
+    desk.document().undo();
+    desk.select("Hips");
+    emit rows->itemDoubleClicked(preset, 0);
+    rows->setCurrentItem(preset);
+    click(findButton(desk.window, "Run"));
+    EXPECT_EQ(desk.times("Hips", heading), (Frames{0, 10, 50, 60}));
+    EXPECT_EQ(desk.times("Box", positionX).size(), 7u);
+    click(findButton(*rows->parentWidget(), "Delete"));
+    EXPECT_EQ(rows->topLevelItemCount(), 0);
+}
+
+TEST(Commands, a_list_box_that_is_only_passed_with_tab_sets_nothing) {
+    Desk desk;
+    desk.hand.then([](QDialog& dialog) {
+        for (int i = 0; i < 12; ++i)
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        EXPECT_EQ(part<QListWidget>(dialog, "Affected Channels")->currentRow(), -1);
+        clickOk(dialog);
+    });
+    desk.hand.then([](QDialog& question) {
+        click(dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes));
+    });
+    desk.press("Destroy Keys");
+    for (const Step& step : desk.document().recorder().steps())
+        EXPECT_TRUE(step.settings.empty()) << step.settings[0].label;
 }
 
 TEST(Commands, an_error_of_its_own_takes_a_command_back_and_leaves_no_step) {

@@ -60,7 +60,12 @@ TEST(Controls, views_lie_where_the_model_puts_them_and_their_texts_fit) {
             auto* view = dynamic_cast<ControlView*>(widget);
             if (!view) continue;
             ++seen;
-            EXPECT_EQ(view->geometry(), metrics.place(view->model().rect));
+            QRect place = metrics.place(view->model().rect);
+            if (view->model().type == ControlType::listBox) { // as wide as its buttons
+                EXPECT_GE(view->width(), place.width());
+                place.setWidth(view->width());
+            }
+            EXPECT_EQ(view->geometry(), place);
             for (const QPushButton* part : view->findChildren<QPushButton*>())
                 EXPECT_TRUE(!part->isVisible() ||
                             part->fontMetrics().horizontalAdvance(part->text()) <= part->width())

@@ -8,41 +8,15 @@
 #include "stage/cli/report/streams.h"
 #include "stage/formats/registry.h"
 #include "stage/scene/summary.h"
+#include "stage/user/step_items.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <sys/stat.h>
-#include <unordered_set>
 
 namespace cadencora::stage {
 
 namespace {
-
-// The items of a step's names and patterns, each once.
-Result<std::vector<ItemId>> itemsOf(const Scene& scene, const Step& step) {
-    std::vector<ItemId> items;
-    std::unordered_set<ItemId> known;
-    const auto add = [&](ItemId item) {
-        if (known.insert(item).second) items.push_back(item);
-    };
-    for (const std::string& name : *step.select) {
-        if (const ItemId item = scene.findItem(name); item != ItemId::none) {
-            add(item);
-            continue;
-        }
-        bool isMet = false;
-        for (std::size_t i = 0; isPattern(name) && i < scene.itemCount(); ++i)
-            if (const ItemId item = Scene::itemAt(i); fitsPattern(scene.item(item).name, name)) {
-                add(item);
-                isMet = true;
-            }
-        if (!isMet && !step.selectOptional)
-            return Problem{(isPattern(name) ? "no item's name fits " : "no item is named ") +
-                               inQuotes(name),
-                           inQuotes(step.press), scene.namesLike(name)};
-    }
-    return items;
-}
 
 // Selects items and moves the time and the preview range, as the step asks before its press.
 Result<> prepare(Host& host, const Step& step) {

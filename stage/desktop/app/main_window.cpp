@@ -4,6 +4,8 @@
 #include "stage/desktop/views/clip_picker.h"
 #include "stage/desktop/views/curve_view.h"
 #include "stage/desktop/views/item_tree.h"
+#include "stage/desktop/views/preset_list.h"
+#include "stage/desktop/views/recipe_editor.h"
 #include "stage/desktop/views/step_list.h"
 #include "stage/desktop/views/timeline.h"
 #include "stage/desktop/views/transport_bar.h"
@@ -16,6 +18,7 @@
 #include <QPainter>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 namespace cadencora::stage {
@@ -102,9 +105,9 @@ void MainWindow::addViews(bool shades) {
     items->setObjectName(QStringLiteral("items"));
     items->setWidget(tree_);
     addDockWidget(Qt::LeftDockWidgetArea, items);
-    auto* steps = new QDockWidget(tr("Recorded steps"), this);
+    auto* steps = new QDockWidget(tr("Steps"), this);
     steps->setObjectName(QStringLiteral("steps"));
-    steps->setWidget(new StepList(document_));
+    steps->setWidget(makeStepTabs());
     addDockWidget(Qt::LeftDockWidgetArea, steps);
     resizeDocks({items, steps}, {230, 230}, Qt::Horizontal);
     resizeDocks({items, steps}, {430, 230}, Qt::Vertical);
@@ -122,6 +125,27 @@ void MainWindow::addViews(bool shades) {
         statusBar()->addPermanentWidget(plain);
     }
     statusBar()->addPermanentWidget(frame_);
+}
+
+QWidget* MainWindow::makeStepTabs() {
+    auto* tabs = new QTabWidget;
+    auto* recorded = new StepList(document_);
+    auto* recipe = new RecipeEditor(document_);
+    auto* presets = new PresetList(document_);
+    tabs->addTab(recorded, tr("Recorded"));
+    tabs->addTab(recipe, tr("Recipe"));
+    tabs->addTab(presets, tr("Presets"));
+    connect(recorded, &StepList::taken, this,
+            [tabs, recipe](const std::vector<Step>& steps, bool saves) {
+                recipe->take(steps);
+                if (saves) return recipe->askSave();
+                tabs->setCurrentWidget(recipe);
+            });
+    connect(recorded, &StepList::presetWanted, this, [tabs, presets](const Step& step) {
+        presets->askName(step);
+        tabs->setCurrentWidget(presets);
+    });
+    return tabs;
 }
 
 void MainWindow::showNews() {

@@ -51,6 +51,7 @@ protected:
 
 private:
     void addViews(bool shades);
+    QWidget* makeStepTabs();
     void addFileMenu();
     void addEditMenu();
     void addTimeMenu();

@@ -59,7 +59,8 @@ void takeMotion(EditScope& edit, const Scene& scene, const Scene& from) {
 
 } // namespace
 
-Document::Document(FrontEnd& frontEnd) : frontEnd_(frontEnd), host_(emptyScene(), frontEnd) {
+Document::Document(FrontEnd& frontEnd)
+    : frontEnd_(frontEnd), user_(frontEnd), host_(emptyScene(), user_) {
     recorder_.clear(scene());
 }
 
@@ -448,6 +449,11 @@ void Document::setPreview(std::int64_t first, std::int64_t last) {
     scene.previewLast = last;
     host_.refreshRecords();
     emit changed(Change::range);
+}
+
+void Document::tell(std::string news) {
+    news_ = std::move(news);
+    emit changed({});
 }
 
 void Document::clearRecording() {

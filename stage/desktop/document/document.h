@@ -5,6 +5,7 @@
 #pragma once
 
 #include "stage/desktop/document/recovery.h"
+#include "stage/desktop/document/switchable_user.h"
 #include "stage/desktop/document/work_clock.h"
 #include "stage/formats/registry.h"
 #include "stage/module/module.h"
@@ -113,6 +114,12 @@ public:
     std::optional<FrameRange> askedRange() const;
     void setAskedRange(bool start, std::int64_t frame);
 
+    void tell(std::string news); // of something that is not about the scene
+
+    // Takes steps one after the other, each as an edit of its own, without dialogs; they are
+    // recorded as well. A Problem names the one at which they stopped: those before it stay.
+    Result<> run(const std::vector<Step>& steps);
+
     Recorder& recorder() { return recorder_; }
     void clearRecording();
 
@@ -130,6 +137,7 @@ private:
     void setPath(const std::filesystem::path& path);
     ChangeReport edit(const std::string& name, const std::function<void()>& action);
     void finishEdit(const std::string& name, const ChangeReport& report);
+    Result<> runStep(const Step& step, ScriptedUser& script);
     void showChange(const ChangeReport& report);
     void forgetChange();
     std::string whyNothing() const;
@@ -137,6 +145,7 @@ private:
     Changes differenceFrom(const std::vector<ItemId>& selection, double time) const;
 
     FrontEnd& frontEnd_;
+    SwitchableUser user_;
     Host host_;
     std::map<std::filesystem::path, Module> modules_; // every one that was opened
     Module* module_ = nullptr;                        // the one started last

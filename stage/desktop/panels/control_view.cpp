@@ -8,6 +8,11 @@
 
 namespace cadencora::stage {
 
+static bool isButton(ControlType type) {
+    return type == ControlType::button || type == ControlType::loadButton ||
+           type == ControlType::saveButton;
+}
+
 ControlView::ControlView(ControlModel& model, const PanelContext& context, QWidget* parent)
     : QWidget(parent), model_(model), context_(context) {
     setObjectName(qtText(shownLabel(model)));
@@ -25,8 +30,19 @@ QRect ControlView::besideLabel() const {
     return {start, 0, width() - start, height()};
 }
 
+// A list box reaches as far as the buttons below it that belong to it.
+static Rect shownRect(const ControlModel& model) {
+    Rect rect = model.rect;
+    if (model.type != ControlType::listBox) return rect;
+    for (const ControlModel* below : model.panel->controls)
+        if (below->type != ControlType::listBox && below->section == model.label &&
+            below->rect.y >= rect.y + rect.height && isButton(below->type))
+            rect.width = std::max(rect.width, below->rect.x + below->rect.width - rect.x);
+    return rect;
+}
+
 void ControlView::refresh() {
-    setGeometry(context_.metrics.place(model_.rect));
+    setGeometry(context_.metrics.place(shownRect(model_)));
     // What an erased control had of the focus goes on to its neighbour.
     setVisible(model_.drawn && !model_.panel->destroyed);
     if (shownRedraws_ == model_.redraws) return;

@@ -181,7 +181,7 @@ void CurveView::paintRanges(QPainter& painter) const {
         const double to = xOf(scene.rate.timeAt(range->last));
         fill(from - 1, std::max(to, from) + 1, colour);
     };
-    stretch(document_.changedRange(), faint(changedColour(), 45));
+    stretch(document_.changedRange(), faint(changedColour(), 30));
     stretch(document_.markedRange(), faint(palette().color(QPalette::Highlight), 50));
 }
 

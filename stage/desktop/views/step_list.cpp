@@ -1,93 +1,90 @@
 #include "stage/desktop/views/step_list.h"
 
-#include "stage/scene/summary.h"
-#include "stage/user/recipe.h"
+#include "stage/desktop/views/step_rows.h"
 
-#include <QFileDialog>
-#include <QHBoxLayout>
-#include <QMessageBox>
+#include <QGridLayout>
 #include <QPushButton>
-#include <QStyle>
-#include <QTreeWidget>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace cadencora::stage {
 
 namespace {
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names)
-        text += (text.empty() ? "" : ", ") + name;
-    return text.empty() ? "nothing" : text;
-}
-
-void addRow(QTreeWidgetItem* step, const std::string& text) {
-    auto* row = new QTreeWidgetItem(step, {QString::fromStdString(text)});
-    row->setToolTip(0, row->text(0));
+bool isSame(const RecordedStep& a, const RecordedStep& b) {
+    const auto settings = [](const Step::Setting& one, const Step::Setting& other) {
+        return one.label == other.label && one.value == other.value;
+    };
+    return a.shortfall == b.shortfall && a.step.press == b.step.press &&
+           a.step.keep == b.step.keep && a.step.cancel == b.step.cancel &&
+           a.step.select == b.step.select && a.step.time == b.step.time &&
+           a.step.preview == b.step.preview && a.step.answers == b.step.answers &&
+           std::ranges::equal(a.step.settings, b.step.settings, settings);
 }
 
 } // namespace
 
 StepList::StepList(Document& document, QWidget* parent)
-    : QWidget(parent), document_(document), steps_(new QTreeWidget),
-      save_(new QPushButton(tr("Save Recipe…"))), clear_(new QPushButton(tr("Clear"))) {
-    steps_->setHeaderHidden(true);
-    steps_->setUniformRowHeights(true);
+    : QWidget(parent), document_(document), rows_(new QTreeWidget),
+      save_(new QPushButton(tr("Save Recipe…"))), recipe_(new QPushButton(tr("Edit…"))),
+      preset_(new QPushButton(tr("Preset…"))), clear_(new QPushButton(tr("Clear"))) {
+    rows_->setObjectName(QStringLiteral("recorded"));
+    rows_->setHeaderHidden(true);
+    rows_->setUniformRowHeights(true);
+    recipe_->setToolTip(tr("Take the steps over into the recipe beside, to edit and run them"));
+    preset_->setToolTip(tr("Keep the chosen step under a name, to press its button with the same "
+                           "values again"));
     clear_->setToolTip(tr("Forget the steps; the scene stays as it is"));
-    save_->setToolTip(tr("Write the steps into a file that the program cadencora runs"));
-    connect(save_, &QPushButton::clicked, this, &StepList::askSave);
-    connect(clear_, &QPushButton::clicked, &document, &Document::clearRecording);
-    auto* rows = new QVBoxLayout(this);
-    rows->setContentsMargins(0, 0, 0, 0);
-    rows->addWidget(steps_);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(save_);
-    buttons->addWidget(clear_);
-    rows->addLayout(buttons);
-    connect(&document, &Document::changed, this, [this](Changes what) {
-        if (!(what & Change::time) || what & ~Changes(Change::time)) rebuild();
+    connect(recipe_, &QPushButton::clicked, this,
+            [this] { emit taken(document_.recorder().steps(), false); });
+    save_->setToolTip(tr("Save the steps as a recipe, for this program and for cadencora run"));
+    connect(save_, &QPushButton::clicked, this,
+            [this] { emit taken(document_.recorder().steps(), true); });
+    connect(preset_, &QPushButton::clicked, this, [this] {
+        if (const RecordedStep* step = chosen()) emit presetWanted(step->step);
     });
-    rebuild();
+    connect(clear_, &QPushButton::clicked, &document, &Document::clearRecording);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(2, 2, 2, 2);
+    column->addWidget(rows_);
+    auto* buttons = new QGridLayout;
+    buttons->setSpacing(2);
+    buttons->addWidget(save_, 0, 0);
+    buttons->addWidget(recipe_, 0, 1);
+    buttons->addWidget(preset_, 1, 0);
+    buttons->addWidget(clear_, 1, 1);
+    column->addLayout(buttons);
+    connect(&document, &Document::changed, this, &StepList::showSteps);
+    showSteps();
 }
 
-void StepList::rebuild() {
-    steps_->clear();
-    for (const RecordedStep& recorded : document_.recorder().recorded()) {
-        const Step& step = recorded.step;
-        QString press = QString::fromStdString(step.press);
-        if (!step.keep) press += tr(" (taken back)");
-        auto* row = new QTreeWidgetItem(steps_, {press});
-        if (step.select) addRow(row, "select " + joined(*step.select));
-        if (step.time) addRow(row, "at frame " + frameText(*step.time));
-        if (step.preview)
-            addRow(row, "preview " + std::to_string(step.preview->first) + " to " +
-                            std::to_string(step.preview->second));
-        for (const auto& [label, value] : step.settings)
-            addRow(row, label + " = " + value);
-        for (const bool yes : step.answers)
-            addRow(row, yes ? "answer yes" : "answer no");
-        if (step.cancel) addRow(row, "cancel");
-        if (recorded.shortfall.empty()) continue;
-        addRow(row, "cannot be repeated as it was: " + recorded.shortfall);
-        row->setIcon(0, style()->standardIcon(QStyle::SP_MessageBoxWarning));
+// Only the rows from the first other step on are made anew: lists grow long.
+void StepList::showSteps() {
+    if (document_.recorder().revision() == revision_) return;
+    revision_ = document_.recorder().revision();
+    std::vector<RecordedStep> now = document_.recorder().recorded();
+    const auto same =
+        static_cast<int>(std::ranges::mismatch(shown_, now, isSame).in1 - shown_.begin());
+    while (rows_->topLevelItemCount() > same)
+        delete rows_->takeTopLevelItem(rows_->topLevelItemCount() - 1);
+    for (auto step = now.begin() + same; step != now.end(); ++step) {
+        QTreeWidgetItem* row = makeStepRow(step->step, step->shortfall);
+        rows_->addTopLevelItem(row);
+        row->setExpanded(true);
     }
-    for (QPushButton* button : {save_, clear_})
-        button->setEnabled(steps_->topLevelItemCount() > 0);
-    steps_->expandAll();
-    steps_->scrollToBottom();
+    shown_ = std::move(now);
+    for (QPushButton* button : {save_, recipe_, preset_, clear_})
+        button->setEnabled(!shown_.empty());
+    rows_->scrollToBottom();
 }
 
-void StepList::askSave() {
-    QFileDialog picker(this, tr("Save the Recipe"), {}, tr("Recipes (*.recipe)"));
-    picker.setAcceptMode(QFileDialog::AcceptSave);
-    picker.setDefaultSuffix(QStringLiteral("recipe"));
-    if (picker.exec() != QDialog::Accepted || picker.selectedFiles().isEmpty()) return;
-    const auto saved = saveRecipe(picker.selectedFiles().first().toStdString(),
-                                  {document_.recorder().steps(), {}});
-    if (!saved)
-        QMessageBox::critical(this, tr("Error"), QString::fromStdString(saved.problem().text()));
+const RecordedStep* StepList::chosen() const {
+    if (shown_.empty()) return nullptr;
+    QTreeWidgetItem* row = rows_->currentItem();
+    if (row && row->parent()) row = row->parent();
+    const int at = row ? rows_->indexOfTopLevelItem(row) : -1;
+    return at < 0 ? &shown_.back() : &shown_[static_cast<std::size_t>(at)];
 }
 
 } // namespace cadencora::stage

@@ -133,7 +133,7 @@ void Timeline::paintStretches(QPainter& painter) const {
         const double from = xOf(range->first) - 1, to = xOf(range->last) + 1;
         painter.fillRect(QRectF(from, top, std::max(to - from, 2.0), height() - top), colour);
     };
-    fill(document_.changedRange(), changedColour(), 70);
+    fill(document_.changedRange(), changedColour(), 50);
     const QColor mark = palette().color(QPalette::Highlight);
     const auto asked = document_.askedRange();
     if (!asked) return fill(document_.markedRange(), mark, 70);
