@@ -115,6 +115,52 @@ Scene Scene::snapshot() const {
     return copy;
 }
 
+ClipMotion ClipMotion::copy() const {
+    ClipMotion other{{},           channelLists, rate,        lastFrame,
+                     previewFirst, previewLast,  currentTime, source};
+    for (const auto& envelope : envelopes)
+        other.envelopes.push_back(envelope ? std::make_unique<Envelope>(*envelope) : nullptr);
+    return other;
+}
+
+// Channels that an edit has added come after those of the file.
+bool Scene::isClipLike(const Scene& other) const {
+    const auto sameItem = [](const Item& a, const Item& b) {
+        return a.name == b.name && a.type == b.type && a.group == b.group && a.motion == b.motion;
+    };
+    const auto sameChannel = [](const Channel& a, const Channel& b) {
+        return a.name == b.name && a.group == b.group;
+    };
+    const std::size_t shared = std::min(channels_.size(), other.channels_.size());
+    return std::ranges::equal(items_, other.items_, sameItem) &&
+           groups_.size() == other.groups_.size() &&
+           std::equal(channels_.begin(), channels_.begin() + static_cast<std::ptrdiff_t>(shared),
+                      other.channels_.begin(), sameChannel) &&
+           other.channels_.size() <= channels_.size();
+}
+
+ClipMotion Scene::motionOf(Scene scene) {
+    ClipMotion motion;
+    motion.channelLists.resize(scene.groups_.size());
+    scene.exchange(motion);
+    return motion;
+}
+
+void Scene::exchange(ClipMotion& motion) {
+    std::swap(envelopes_, motion.envelopes);
+    envelopes_.resize(channels_.size()); // the other clip has none of what was added in this one
+    for (std::size_t i = 0; i < groups_.size(); ++i) {
+        std::swap(groups_[i].channels, motion.channelLists[i]);
+        numberChannels(static_cast<GroupId>(i + 1));
+    }
+    std::swap(rate, motion.rate);
+    std::swap(lastFrame, motion.lastFrame);
+    std::swap(previewFirst, motion.previewFirst);
+    std::swap(previewLast, motion.previewLast);
+    std::swap(currentTime, motion.currentTime);
+    std::swap(source, motion.source);
+}
+
 void Scene::numberChannels(GroupId id) {
     const auto& listed = group(id).channels;
     for (std::size_t i = 0; i < listed.size(); ++i)

@@ -103,6 +103,19 @@ struct SourceMemory {
     std::vector<std::filesystem::path> files; // beside the scene's own, which it needs
 };
 
+// What differs between the clips of a file, which share their items and groups: the curves, the
+// channels that were added in one of them, the times. Made by Scene::motionOf.
+struct ClipMotion {
+    std::vector<std::unique_ptr<Envelope>> envelopes; // by channel
+    std::vector<std::vector<ChannelId>> channelLists; // by group
+    FrameRate rate;
+    std::int64_t lastFrame = 0, previewFirst = 0, previewLast = 0;
+    double currentTime = 0;
+    std::shared_ptr<const SourceMemory> source;
+
+    ClipMotion copy() const; // shares the arrays of the keys
+};
+
 class Scene {
 public:
     Scene() = default;
@@ -112,6 +125,14 @@ public:
     // The scene as it is now, to be read on another thread while this one is edited. It is made,
     // and ends, on the thread of this one: the two share the arrays of their keys.
     Scene snapshot() const;
+
+    // Whether another scene has the same items, groups and channels as this one had when it was
+    // read, so that the motion of the one is one for the other.
+    bool isClipLike(const Scene& other) const;
+    static ClipMotion motionOf(Scene scene);
+    // Puts another clip's motion in place of this one's, which `motion` holds then. The two are of
+    // scenes that are alike. Handles of keys end.
+    void exchange(ClipMotion& motion);
 
     std::string name;
     FrameRate rate;

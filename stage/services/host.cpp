@@ -95,6 +95,16 @@ void Host::load(Scene scene) {
     refreshRecords();
 }
 
+void Host::exchangeClip(ClipMotion& motion, Journal& journal) {
+    assert(!scope_);
+    const std::size_t budget = journal_.budget();
+    scene_.exchange(motion);
+    std::swap(journal_, journal);
+    journal_.setBudget(budget);
+    forgetEnvelope();
+    refreshRecords();
+}
+
 std::uint64_t Host::addOwnEnvelope() {
     ownEnvelopes_[++lastOwnEnvelope_].keptBy = Envelope::inNoJournal;
     return lastOwnEnvelope_;

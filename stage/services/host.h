@@ -138,6 +138,10 @@ public:
     // forget the items that were chosen in them. Not within an event.
     void load(Scene scene);
 
+    // Puts another clip of the scene's file, with its history, in place of this one, which the two
+    // hold then. The items and what the plug-in knows of them stay. Not within an event.
+    void exchangeClip(ClipMotion& motion, Journal& journal);
+
     static const HandleOffsets& offsets() { return offsets_; }
 
     // The service lookup that the plug-in is given; null for what the host does not have.

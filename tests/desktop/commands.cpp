@@ -267,6 +267,7 @@ TEST(Commands, a_preset_presses_its_button_with_its_values_on_what_is_selected_t
 
 TEST(Commands, a_list_box_that_is_only_passed_with_tab_sets_nothing) {
     Desk desk;
+    desk.select("Hips");
     desk.hand.then([](QDialog& dialog) {
         for (int i = 0; i < 12; ++i)
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);

@@ -2,11 +2,9 @@
 
 #include "stage/desktop/app/long_work.h"
 #include "stage/desktop/app/recent_files.h"
-#include "stage/desktop/views/clip_picker.h"
 #include "tests/desktop/desk.h"
 #include "tests/stage/formats/gltf/document.h"
 
-#include <QComboBox>
 #include <QDropEvent>
 #include <QFile>
 #include <QLabel>
@@ -14,6 +12,7 @@
 #include <QProcess>
 #include <QProgressDialog>
 #include <QTimer>
+#include <QToolButton>
 #include <QUrl>
 
 #include <chrono>
@@ -156,35 +155,72 @@ TEST(Files, losses_are_asked_about_before_a_file_is_replaced_and_once) {
     desk.key(Qt::Key_S, Qt::ControlModifier); // asks no more
 }
 
-TEST(Files, another_clip_is_opened_with_the_same_items_selected) {
+TEST(Files, each_clip_keeps_its_edits_and_its_undo_until_they_are_saved_together) {
     Desk desk;
     const QString file = desk.file("two.gltf");
-    QFile out(file);
-    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-    out.write(QByteArray::fromStdString(gltf::Document::twoClips().embedded()));
-    out.close();
+    ASSERT_TRUE(writeFile(file.toStdString(), gltf::Document::twoClips().embedded()).ok());
     ASSERT_TRUE(desk.window.openFile(file));
-    auto* clips = desk.view<ClipPicker>()->findChild<QComboBox*>();
-    ASSERT_TRUE(clips->isVisible());
-    EXPECT_EQ(clips->currentText(), QStringLiteral("Clip 0"));
-    desk.select("A");
-    EXPECT_EQ(desk.scene().motion(desk.item("A"), positionX).keys.size(), 3u);
+    auto* button = desk.window.findChild<QToolButton*>(QStringLiteral("clip"));
+    ASSERT_TRUE(button->isVisible());
+    const auto choose = [&](const char* wanted) {
+        click(button);
+        QWidget* popup = QApplication::activePopupWidget();
+        ASSERT_NE(popup, nullptr);
+        auto* search = popup->findChild<QLineEdit*>();
+        QTest::keyClicks(search, QString::fromUtf8(wanted));
+        QTest::keyClick(search, Qt::Key_Return);
+    };
+    const auto keys = [&](const char* name) {
+        return desk.scene().motion(desk.item(name), positionX).keys.size();
+    };
+    EXPECT_EQ(button->text(), QStringLiteral("Clip 0"));
+    ASSERT_EQ(keys("A"), 3u);
+    const auto destroyFirst = [&](const char* name) {
+        desk.select(name);
+        desk.hand.then([](QDialog& dialog) {
+            type(part<QLineEdit>(dialog, "End"), QStringLiteral("1"));
+            clickOk(dialog);
+        });
+        desk.hand.then(
+            [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
+        desk.press("Destroy Keys");
+    };
+    destroyFirst("A");
+    EXPECT_EQ(keys("A"), 2u);
+    const ItemId item = desk.item("A");
 
-    clips->setFocus();
-    QTest::keyClick(clips, Qt::Key_Down);
+    choose("p 1");
     EXPECT_EQ(desk.document().clip(), "Clip 1");
-    EXPECT_EQ(clips->currentText(), QStringLiteral("Clip 1"));
-    EXPECT_EQ(desk.scene().motion(desk.item("A"), positionX).keys.size(), 0u);
-    EXPECT_EQ(desk.scene().selection, std::vector{desk.item("A")});
+    EXPECT_EQ(desk.scene().selection, std::vector{item}) << "the items are the same";
+    EXPECT_EQ(desk.document().host().journal().undoName(), nullptr) << "of the other clip";
+    EXPECT_TRUE(desk.window.isWindowModified());
+    EXPECT_EQ(keys("A"), 0u);
+    EXPECT_EQ(keys("B"), 2u);
+    destroyFirst("B");
+    EXPECT_EQ(keys("B"), 1u);
 
-    desk.select("B");
-    destroyAll(desk);
-    desk.hand.then(
-        [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Cancel)); });
-    QTest::keyClick(clips, Qt::Key_Up);
-    EXPECT_EQ(clips->currentText(), QStringLiteral("Clip 1")) << "unsaved changes are asked about";
-    ASSERT_TRUE(desk.window.saveFile(desk.file("one.stage")));
-    EXPECT_FALSE(clips->isVisible()) << "this file holds only one";
+    choose("p 0");
+    EXPECT_EQ(keys("A"), 2u);
+    desk.document().undo();
+    EXPECT_EQ(keys("A"), 3u) << "its own undo";
+    EXPECT_EQ(keys("B"), 2u);
+    desk.document().redo();
+    desk.hand.then([](QDialog& box) {
+        EXPECT_TRUE(dynamic_cast<QMessageBox&>(box).text().contains(QStringLiteral("Clip 1")));
+        click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Cancel));
+    });
+    EXPECT_FALSE(desk.window.saveFile(desk.file("one.stage"))) << "it would hold one clip";
+    EXPECT_TRUE(desk.window.saveFile(file));
+    EXPECT_FALSE(desk.window.isWindowModified());
+    for (const auto& [clip, name, left] :
+         {std::tuple("Clip 0", "A", 2u), std::tuple("Clip 1", "B", 1u)}) {
+        ReadOptions options;
+        options.clip = clip;
+        const auto read = readScene(file.toStdString(), options);
+        ASSERT_TRUE(read.ok());
+        const Scene& scene = read.value().scene;
+        EXPECT_EQ(scene.motion(scene.findItem(name), positionX).keys.size(), left) << clip;
+    }
 }
 
 TEST(Files, a_recipe_of_what_was_done_gives_the_same_file_byte_for_byte) {

@@ -20,6 +20,9 @@
 #include <QRegularExpression>
 #include <QUrl>
 
+#include <algorithm>
+#include <iterator>
+
 namespace cadencora::stage {
 
 namespace {
@@ -88,10 +91,16 @@ bool MainWindow::told(const Result<std::vector<std::string>>& result) {
 // What was accepted once for a file is not asked about again.
 bool MainWindow::mayLose(const std::filesystem::path& path) {
     auto scratch = TemporaryDirectory::create();
-    if (isSceneFile(path) || !scratch) return true;
-    auto trial = write(scratch->path() / path.filename(), tr("Looking what %1 can hold"));
-    if (!trial || trial->warnings.empty()) return true; // what is wrong shows again
-    const QString losses = lines(trial->warnings);
+    std::vector<std::string> all;
+    if (formatOf(path) != formatOf(document_.path()))
+        for (const std::string& clip : document_.editedClips())
+            all.push_back("the changes of the clip " + clip + ", since the file holds one clip");
+    if (!isSceneFile(path) && scratch) { // what is wrong shows again
+        auto trial = write(scratch->path() / path.filename(), tr("Looking what %1 can hold"));
+        if (trial) std::ranges::move(trial->warnings, std::back_inserter(all));
+    }
+    if (all.empty()) return true;
+    const QString losses = lines(all);
     const auto question = std::pair(path, losses);
     if (accepted_ == question) return true;
     QMessageBox box(QMessageBox::Warning, tr("Some data cannot be saved"), losses,
@@ -129,15 +138,38 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
     return told(shown);
 }
 
+// The last one is the open clip, and the only one where the format holds one.
+static Result<Written> writeAll(const std::vector<Scene>& clips, const std::filesystem::path& path,
+                                const WriteOptions& options) {
+    auto writer = clips.size() > 1 ? writeClips(path, options) : nullptr;
+    if (!writer) return writeScene(clips.back(), path, options);
+    std::vector<std::string> warnings;
+    for (const Scene& clip : clips) {
+        auto added = writer->add(clip);
+        if (!added) return added;
+        std::ranges::move(added->warnings, std::back_inserter(warnings));
+    }
+    auto written = writer->finish();
+    if (!written) return written;
+    std::ranges::move(written->warnings, std::back_inserter(warnings));
+    written->warnings = std::move(warnings);
+    return written;
+}
+
 // On a thread of its own, from the scene as it is now. `what`: with a place for the file's name.
 Result<Written> MainWindow::write(const std::filesystem::path& path, const QString& what) {
     LongWork work(this, what.arg(shownName(path)));
-    const Scene scene = document_.scene().snapshot();
+    // The other clips that were edited go into the same file, where its format holds several.
+    std::vector<Scene> clips;
+    const bool isSameFormat = formatOf(path) && formatOf(path) == formatOf(document_.path());
+    for (const std::string& clip : document_.editedClips())
+        if (isSameFormat) clips.push_back(document_.snapshotOf(clip));
+    clips.push_back(document_.scene().snapshot());
     WriteOptions options;
     options.progress = [&work](double share) { return work.progress(share); };
     std::optional<Result<Written>> written;
     isAtFile_ = true;
-    work.run([&] { written = writeScene(scene, path, options); });
+    work.run([&] { written = writeAll(clips, path, options); });
     isAtFile_ = false;
     return std::move(*written);
 }
@@ -192,15 +224,32 @@ void MainWindow::offerRecovered() {
     }
 }
 
-// The same file again, with the same items selected.
+// A clip of the open file. The selection, the plug-in and the undo of each clip stay.
 void MainWindow::openClip(const QString& clip) {
-    const auto origin =
-        document_.isImported() ? Document::Origin::imported : Document::Origin::opened;
-    const auto selection = document_.scene().selection;
-    const std::size_t items = document_.scene().itemCount();
-    if (mayLeave() && openFile(QString::fromStdString(document_.path().string()), clip, origin) &&
-        document_.scene().itemCount() == items)
-        document_.select(selection);
+    if (document_.isBusy() || isAtFile_) return;
+    playback_.setPlaying(false);
+    const std::string name = clip.toStdString();
+    std::optional<Loaded> read;
+    if (!document_.hasOpened(name)) {
+        const auto source = document_.scene().source;
+        const Format* format = formatOf(document_.path());
+        LongWork work(this, tr("Opening the clip %1").arg(clip));
+        ReadOptions options;
+        options.clip = name;
+        options.progress = [&work](double share) { return work.progress(share); };
+        std::optional<Result<Loaded>> loaded;
+        isAtFile_ = true;
+        work.run([&] { loaded = readClip(*source, *format, document_.path(), options); });
+        isAtFile_ = false;
+        if (work.isCancelled()) return;
+        if (!*loaded) {
+            told(loaded->problem());
+            return;
+        }
+        read = std::move(loaded->value());
+    }
+    if (const auto shown = document_.showClip(name, std::move(read)); !shown)
+        QMessageBox::critical(this, tr("Error"), QString::fromStdString(shown.problem().text()));
 }
 
 // Of several servers the user picks one, unless it is named.

@@ -84,6 +84,7 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
     position_ = savedPosition_ = 0;
     setPath(path);
     imported_ = origin == Origin::imported;
+    otherClips_.clear();
     clips_ = std::move(loaded.clips);
     clip_ = std::move(loaded.clip);
     news_ = name() + ": " + summary(scene());
@@ -101,7 +102,10 @@ void Document::saved(const std::filesystem::path& path) {
     if (formatOf(path) != formatOf(path_)) { // the new file holds only this clip
         clips_.clear();
         clip_.clear();
+        otherClips_.clear();
     }
+    for (auto& [name, clip] : otherClips_)
+        clip.savedPosition = clip.position;
     setPath(path);
     imported_ = false;
     savedPosition_ = position_;
@@ -126,10 +130,18 @@ Result<std::vector<std::string>> Document::recover(Recovered recovered) {
         auto shown = show(std::move(*original), recovered.file, origin);
         if (!shown) return shown;
         warnings = std::move(*shown);
-        const std::string name = "Recovered Work";
-        const ChangeReport report =
-            edit(name, [&] { takeMotion(host_.edit(), scene(), clip.scene); });
-        finishEdit(name, report);
+        takeWork(clip);
+        for (std::size_t i = 1; i < recovered.clips.size(); ++i) {
+            ReadOptions other = options;
+            other.clip = recovered.clips[i].clip;
+            auto read = readScene(recovered.file, other);
+            if (!read) return read.problem();
+            if (auto there = showClip(*other.clip, std::move(*read)); !there)
+                return there.problem();
+            takeWork(recovered.clips[i]);
+            recorder_.restore(std::move(recovered.clips[i].steps), scene());
+        }
+        if (auto back = showClip(clip.clip, {}); !back) return back.problem();
     } else {
         Loaded alone;
         alone.scene = clip.scene.snapshot();
@@ -148,6 +160,65 @@ Result<std::vector<std::string>> Document::recover(Recovered recovered) {
     news_ = "recovered the work on " + name();
     emit changed(Change::scene);
     return warnings;
+}
+
+// What the clip's scene has becomes one edit of the open one.
+void Document::takeWork(const RecoveredClip& clip) {
+    const std::string name = "Recovered Work";
+    const ChangeReport report = edit(name, [&] { takeMotion(host_.edit(), scene(), clip.scene); });
+    finishEdit(name, report);
+}
+
+void Document::exchangeWith(OtherClip& other) {
+    host_.exchangeClip(other.motion, other.journal);
+    std::swap(recorder_, other.recorder);
+    std::swap(position_, other.position);
+    std::swap(savedPosition_, other.savedPosition);
+}
+
+Result<> Document::showClip(const std::string& clip, std::optional<Loaded> read) {
+    if (isBusy()) return Problem{"a command is under way", path_.string(), {}};
+    if (clip == clip_) return done();
+    OtherClip other;
+    if (const auto known = otherClips_.find(clip); known != otherClips_.end()) {
+        other = std::move(known->second);
+        otherClips_.erase(known);
+    } else {
+        read->scene.selection.clear();
+        if (!scene().isClipLike(read->scene))
+            return Problem{"the clip has other items than the open one", path_.string(), clip};
+        other.recorder.clear(read->scene);
+        other.motion = Scene::motionOf(std::move(read->scene));
+    }
+    exchangeWith(other);
+    otherClips_.emplace(clip_, std::move(other));
+    clip_ = clip;
+    news_ = "clip " + clip + ": " + summary(scene());
+    forgetChange();
+    marked_ = {};
+    emit changed(Change::scene);
+    return done();
+}
+
+std::vector<std::string> Document::editedClips() const {
+    std::vector<std::string> names;
+    for (const auto& [name, clip] : otherClips_)
+        if (clip.position != clip.savedPosition) names.push_back(name);
+    return names;
+}
+
+Scene Document::snapshotOf(const std::string& clip) const {
+    Scene taken = scene().snapshot();
+    if (const auto other = otherClips_.find(clip); other != otherClips_.end()) {
+        ClipMotion motion = other->second.motion.copy();
+        taken.exchange(motion);
+    }
+    return taken;
+}
+
+std::vector<RecordedStep> Document::stepsOf(const std::string& clip) const {
+    const auto other = otherClips_.find(clip);
+    return other == otherClips_.end() ? recorder_.recorded() : other->second.recorder.recorded();
 }
 
 Result<Module*> Document::openPlugin(const std::filesystem::path& path) {

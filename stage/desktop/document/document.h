@@ -54,7 +54,7 @@ public:
     const std::vector<std::string>& clips() const { return clips_; } // that the file holds
     const std::string& clip() const { return clip_; }                // that is open
     std::string name() const;                                        // for the title
-    bool isModified() const { return position_ != savedPosition_; }
+    bool isModified() const { return isClipModified() || !editedClips().empty(); }
     bool isBusy() const { return depth_ > 0; } // an event is under way, maybe in a dialog
 
     // Goes over to a scene that was read from `path`. Answers the warnings of the reading.
@@ -62,9 +62,19 @@ public:
     Result<std::vector<std::string>> show(Loaded loaded, const std::filesystem::path& path,
                                           Origin origin = Origin::opened);
 
-    // The scene has been written to `path`: as its own file from now on, or beside that.
+    // The scene has been written to `path`, with the other clips where the format holds several: as
+    // its own file from now on, or beside that.
     void saved(const std::filesystem::path& path);
     void exported(const std::filesystem::path& path);
+
+    // Goes over to another clip of the open file. What was done to this one, and its undo, is kept
+    // until the user comes back. A clip that was not open yet has to be read before, as `read`.
+    bool hasOpened(const std::string& clip) const { return otherClips_.contains(clip); }
+    Result<> showClip(const std::string& clip, std::optional<Loaded> read);
+    // The clips besides the open one that have changes which are not saved.
+    std::vector<std::string> editedClips() const;
+    Scene snapshotOf(const std::string& clip) const; // of one of them, or of the open one
+    std::vector<RecordedStep> stepsOf(const std::string& clip) const;
 
     // Takes up the work of a program that has ended suddenly. It becomes one edit of the scene of
     // its file, so that a save keeps what only that has; if the file is gone, or another, the scene
@@ -134,6 +144,15 @@ signals:
     void controlsChanged(); // panels may look different
 
 private:
+    struct OtherClip { // as the user left it
+        ClipMotion motion;
+        Journal journal;
+        Recorder recorder;
+        int position = 0, savedPosition = 0;
+    };
+    bool isClipModified() const { return position_ != savedPosition_; }
+    void exchangeWith(OtherClip& other);
+    void takeWork(const RecoveredClip& clip);
     void setPath(const std::filesystem::path& path);
     ChangeReport edit(const std::string& name, const std::function<void()>& action);
     void finishEdit(const std::string& name, const ChangeReport& report);
@@ -153,6 +172,7 @@ private:
     bool imported_ = false;
     std::vector<std::string> clips_;
     std::string clip_;
+    std::map<std::string, OtherClip> otherClips_; // that were open
     WorkClock clock_;
     Recorder recorder_;
     std::string news_;

@@ -50,12 +50,31 @@ std::vector<fs::path> filesEndingIn(const fs::path& folder, const char* ending) 
     return found;
 }
 
+// A clip in the file, all but its scene.
+Json headOf(const std::string& clip, std::vector<RecordedStep> recorded) {
+    Json head = {{"clip", clip}};
+    if (recorded.empty()) return head;
+    Json shortfalls = Json::array();
+    std::vector<Step> steps;
+    for (RecordedStep& one : recorded) {
+        shortfalls.push_back(one.shortfall);
+        steps.push_back(std::move(one.step));
+    }
+    head["steps"] = Json::parse(recipeText({steps, {}}));
+    head["shortfalls"] = std::move(shortfalls);
+    return head;
+}
+
 } // namespace
 
 // What is written, as it was when it began. It ends on the thread of the document.
 struct Recovery::Writing {
-    Scene scene;
-    Json head, clip;
+    struct Clip {
+        Scene scene;
+        Json head;
+    };
+    std::vector<Clip> clips;
+    Json head;
     fs::path path;
     Result<> result = done();
     QElapsedTimer since;
@@ -63,17 +82,22 @@ struct Recovery::Writing {
 
     void write() {
         try {
-            auto sceneJson = sceneText(scene);
-            if (!sceneJson) {
-                result = sceneJson.problem();
-                return;
+            std::string whole = text(head);
+            whole.pop_back();
+            whole += ",\"clips\":[";
+            for (const Clip& clip : clips) {
+                auto sceneJson = sceneText(clip.scene);
+                if (!sceneJson) {
+                    result = sceneJson.problem();
+                    return;
+                }
+                // The scene is put in as text: it may be large.
+                if (&clip != &clips.front()) whole += ',';
+                whole += text(clip.head);
+                whole.pop_back();
+                whole += ",\"scene\":" + *sceneJson + '}';
             }
-            // The scene is put in as text: it may be large.
-            std::string start = text(head), clipStart = text(clip);
-            start.pop_back();
-            clipStart.pop_back();
-            result = writeFile(path, start + ",\"clips\":[" + clipStart +
-                                         ",\"scene\":" + *sceneJson + "}]}\n");
+            result = writeFile(path, whole + "]}\n");
         } catch (const std::bad_alloc&) {
             result = outOfMemory(path.string());
         }
@@ -137,7 +161,6 @@ void Recovery::begin() {
     if (document_.isBusy()) return timer_.start(soonest); // a command is half done
     writing_ = std::make_unique<Writing>();
     Writing& writing = *writing_;
-    writing.scene = document_.scene().snapshot();
     writing.path = path_;
     std::error_code ignored;
     writing.head = {{"cadencora", "recovery"},
@@ -145,17 +168,11 @@ void Recovery::begin() {
                     {"file", fs::absolute(document_.path(), ignored).string()},
                     {"imported", document_.isImported()}};
     if (document_.path().empty()) writing.head["file"] = "";
-    writing.clip = {{"clip", document_.clip()}};
-    Json shortfalls = Json::array();
-    std::vector<Step> steps;
-    for (RecordedStep& one : document_.recorder().recorded()) {
-        shortfalls.push_back(one.shortfall);
-        steps.push_back(std::move(one.step));
-    }
-    if (!steps.empty()) {
-        writing.clip["steps"] = Json::parse(recipeText({steps, {}}));
-        writing.clip["shortfalls"] = std::move(shortfalls);
-    }
+    std::vector<std::string> clips{document_.clip()};
+    std::ranges::copy(document_.editedClips(), std::back_inserter(clips));
+    for (const std::string& clip : clips)
+        writing.clips.push_back(
+            {document_.snapshotOf(clip), headOf(clip, document_.stepsOf(clip))});
     writing.since.start();
     isKept_ = true;
     writing.thread = std::jthread([this, &writing] {

@@ -1,11 +1,14 @@
-// Which of the animations of a file is open; there to be seen where a file holds several.
+// Which of the animations of a file is open; there to be seen where a file holds several. A click
+// opens the list of them, with a field to search in.
 #pragma once
 
 #include "stage/desktop/document/document.h"
 
 #include <QWidget>
 
-class QComboBox;
+class QLineEdit;
+class QListWidget;
+class QToolButton;
 
 namespace cadencora::stage {
 
@@ -19,9 +22,16 @@ signals:
 
 private:
     void showClips();
+    void openList();
+    void filter(const QString& wanted);
+    void choose();
+    bool eventFilter(QObject* object, QEvent* event) override;
 
     Document& document_;
-    QComboBox* clips_;
+    QToolButton* open_;
+    QWidget* popup_;
+    QLineEdit* search_;
+    QListWidget* clips_;
 };
 
 } // namespace cadencora::stage
