@@ -8,6 +8,7 @@
 // in a dark palette.
 
 #include "stage/desktop/app/main_window.h"
+#include "stage/desktop/widgets/look.h"
 #include "tests/desktop/windows.h"
 
 #include <QDir>
@@ -56,14 +57,6 @@ private:
     bool failed_ = false;
 };
 
-QPalette darkPalette() {
-    QPalette dark(QColor(53, 53, 53));
-    dark.setColor(QPalette::Base, QColor(35, 35, 35));
-    dark.setColor(QPalette::AlternateBase, QColor(45, 45, 45));
-    dark.setColor(QPalette::Highlight, QColor(52, 120, 190));
-    return dark;
-}
-
 void takeTabs(DialogCamera& camera, MainWindow& window, PanelWindow& panel, QTabBar& tabs) {
     for (int tab = 0; tab < tabs.count(); ++tab) {
         tabs.setCurrentIndex(tab);
@@ -93,7 +86,7 @@ int drawPictures(MainWindow& window, const QString& folder) {
     findButton(*panel, "Destroy Keys")->click();
     camera.take(window, QStringLiteral("after"));
 
-    QApplication::setPalette(darkPalette());
+    applyLook(Look::dark);
     camera.take(window, QStringLiteral("dark-main"));
     camera.take(*panel, QStringLiteral("dark-panel"));
     camera.name = QStringLiteral("dark-dialog");

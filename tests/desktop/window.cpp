@@ -1,5 +1,6 @@
 // The main window: time, views, menus.
 
+#include "stage/desktop/app/shared_files.h"
 #include "stage/desktop/views/curve_view.h"
 #include "stage/desktop/views/timeline.h"
 #include "tests/desktop/desk.h"
@@ -234,6 +235,105 @@ TEST(Window, channels_are_hidden_singled_out_and_found) {
     EXPECT_FALSE(list->topLevelItem(1)->isHidden());
     click(findButton(*list->parentWidget(), "All"));
     EXPECT_EQ(desk.view->lanes().size(), 2u);
+}
+
+TEST(Window, the_first_screen_leads_to_a_scene_and_close_leads_back) {
+    MainWindow window;
+    window.show();
+    auto* open = findButton(window, "Open the example: a walk");
+    ASSERT_NE(open, nullptr);
+    EXPECT_TRUE(open->isVisible());
+    click(open);
+    EXPECT_FALSE(open->isVisible());
+    EXPECT_NE(window.document().scene().findItem("Hips"), ItemId::none);
+    const auto trigger = [&](const char* text) {
+        for (QAction* action : window.findChildren<QAction*>())
+            if (action->text() == QString::fromUtf8(text)) return action->trigger();
+        ADD_FAILURE() << text;
+    };
+    trigger("&Close");
+    EXPECT_TRUE(open->isVisible());
+    EXPECT_EQ(window.document().scene().itemCount(), 0u);
+    trigger("&New");
+    EXPECT_FALSE(open->isVisible());
+}
+
+TEST(Window, revert_opens_the_file_again_and_rate_and_last_frame_can_be_set) {
+    Desk desk;
+    const auto trigger = [&](const char* text) {
+        for (QAction* action : desk.window.findChildren<QAction*>())
+            if (action->text() == QString::fromUtf8(text)) return action->trigger();
+        ADD_FAILURE() << text;
+    };
+    const auto answer = [&](const char* rate, int last) {
+        desk.hand.then([rate, last](QDialog& dialog) {
+            type(dialog.findChild<QLineEdit*>(), QString::fromUtf8(rate));
+            dialog.findChild<QSpinBox*>()->setValue(last);
+            clickOk(dialog);
+            if (dialog.isVisible()) dialog.reject();
+        });
+        trigger("&Rate and Last Frame…");
+    };
+    const double end = desk.scene().motion(desk.item("Hips"), heading).keys.last().time();
+    answer("often", 10);
+    EXPECT_EQ(desk.scene().rate.text(), "30");
+    answer("60", 10);
+    EXPECT_EQ(desk.scene().rate.text(), "60");
+    EXPECT_EQ(desk.scene().lastFrame, 120) << "it covers the last key";
+    EXPECT_EQ(desk.scene().motion(desk.item("Hips"), heading).keys.last().time(), end);
+    answer("60", 200);
+    EXPECT_EQ(desk.scene().lastFrame, 200);
+    EXPECT_EQ(desk.scene().previewLast, 200);
+    EXPECT_TRUE(desk.window.isWindowModified());
+    desk.hand.then(
+        [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
+    trigger("Re&vert");
+    EXPECT_EQ(desk.scene().rate.text(), "30");
+    EXPECT_FALSE(desk.window.isWindowModified());
+}
+
+TEST(Window, keys_of_the_selection_and_items_of_a_name_are_found) {
+    Desk desk;
+    desk.select("Hips");
+    desk.key(Qt::Key_Right, Qt::ControlModifier);
+    EXPECT_EQ(frame(desk), 10);
+    desk.document().goToFrame(15);
+    desk.key(Qt::Key_Left, Qt::ControlModifier);
+    EXPECT_EQ(frame(desk), 10);
+    desk.document().goToFrame(60);
+    desk.key(Qt::Key_Right, Qt::ControlModifier);
+    EXPECT_EQ(frame(desk), 60) << "there is none after it";
+
+    auto* tree = desk.window.findChild<QTreeWidget*>(QStringLiteral("tree"));
+    type(tree->parentWidget()->findChild<QLineEdit*>(), QStringLiteral("spin"));
+    const auto row = [&](const char* name) {
+        return tree->findItems(QString::fromUtf8(name), Qt::MatchExactly | Qt::MatchRecursive)
+            .at(0);
+    };
+    EXPECT_FALSE(row("Spine")->isHidden());
+    EXPECT_FALSE(row("Hips")->isHidden()) << "it is above";
+    EXPECT_TRUE(row("Box")->isHidden());
+    desk.select("Hips");
+    tree->setFocus();
+    const double before = frame(desk);
+    QTest::keyClick(tree, Qt::Key_Down);
+    EXPECT_EQ(desk.scene().selection, std::vector{desk.item("Spine")});
+    EXPECT_EQ(frame(desk), before);
+}
+
+TEST(Window, every_button_of_the_plug_in_has_a_page_of_the_manual) {
+    Desk desk;
+    std::size_t buttons = 0;
+    for (const PanelModel& panel : desk.document().host().panels().panels())
+        for (const ControlModel* control : panel.controls) {
+            if (control->type != ControlType::button) continue;
+            ++buttons;
+            EXPECT_FALSE(pageAbout(QString::fromStdString(control->label)).isEmpty())
+                << control->label;
+        }
+    EXPECT_EQ(buttons, 17u);
+    EXPECT_EQ(pageAbout(QStringLiteral("Undissolve")), QStringLiteral("commands/dissolve.md"));
+    EXPECT_TRUE(pageAbout(QStringLiteral("Frame Selection")).isEmpty());
 }
 
 TEST(DesktopProgram, answers_questions_about_itself_without_a_display) {

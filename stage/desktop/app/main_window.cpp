@@ -1,5 +1,6 @@
 #include "stage/desktop/app/main_window.h"
 
+#include "stage/desktop/app/welcome.h"
 #include "stage/desktop/views/channel_list.h"
 #include "stage/desktop/views/clip_picker.h"
 #include "stage/desktop/views/curve_view.h"
@@ -10,6 +11,7 @@
 #include "stage/desktop/views/timeline.h"
 #include "stage/desktop/views/transport_bar.h"
 #include "stage/desktop/views/viewport.h"
+#include "stage/desktop/widgets/look.h"
 #include "stage/scene/summary.h"
 
 #include <QAction>
@@ -17,8 +19,10 @@
 #include <QLabel>
 #include <QPainter>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace cadencora::stage {
@@ -48,11 +52,17 @@ MainWindow::MainWindow(bool shades)
     addTimeMenu();
     addViewMenu();
     addPluginMenu();
-    connect(&document_, &Document::changed, this, &MainWindow::showNews);
+    addHelpMenu();
+    setWindowIcon(programIcon());
+    connect(&document_, &Document::changed, this, [this](Changes what) {
+        if (what.testFlag(Change::scene)) showWelcome();
+        showNews();
+    });
     connect(&document_.clock(), &WorkClock::working, news_, &QLabel::setText);
+    showWelcome();
     showNews();
     resize(1280, 800);
-    tree_->setFocus();
+    viewport_->setFocus(); // the keys belong to the time
 }
 
 MainWindow::~MainWindow() {
@@ -98,12 +108,20 @@ void MainWindow::addViews(bool shades) {
     connect(clips, &ClipPicker::chosen, this, &MainWindow::openClip);
     below->addWidget(clips);
     rows->addLayout(below);
-    setCentralWidget(centre);
+    welcome_ = new Welcome;
+    connect(welcome_, &Welcome::openWanted, this, &MainWindow::askOpen);
+    connect(welcome_, &Welcome::fileWanted, this, [this](const QString& path) { openFile(path); });
+    connect(welcome_, &Welcome::manualWanted, this,
+            [this] { showManual(QStringLiteral("README.md")); });
+    pages_ = new QStackedWidget;
+    pages_->addWidget(welcome_);
+    pages_->addWidget(centre);
+    setCentralWidget(pages_);
 
     tree_ = new ItemTree(document_);
     auto* items = new QDockWidget(tr("Items"), this);
     items->setObjectName(QStringLiteral("items"));
-    items->setWidget(tree_);
+    items->setWidget(withSearch(tree_));
     addDockWidget(Qt::LeftDockWidgetArea, items);
     auto* steps = new QDockWidget(tr("Steps"), this);
     steps->setObjectName(QStringLiteral("steps"));
@@ -119,6 +137,12 @@ void MainWindow::addViews(bool shades) {
     news_->setObjectName(QStringLiteral("news"));
     frame_ = new QLabel;
     statusBar()->addWidget(news_, 1);
+    selects_ = new QToolButton;
+    selects_->setText(tr("Select These"));
+    selects_->setToolTip(tr("Select the items that the last command changed"));
+    connect(selects_, &QToolButton::clicked, this,
+            [this] { document_.select(document_.changedItems()); });
+    statusBar()->addPermanentWidget(selects_);
     if (!shades) {
         auto* plain = new QLabel(tr("lines only"));
         plain->setToolTip(tr("Surfaces are drawn as lines: there is no OpenGL 3.3 here"));
@@ -148,8 +172,17 @@ QWidget* MainWindow::makeStepTabs() {
     return tabs;
 }
 
+// The views, as soon as there is something to see in them.
+void MainWindow::showWelcome() {
+    const bool isEmpty = document_.scene().itemCount() == 0 && document_.path().empty();
+    if (isEmpty) welcome_->showRecent();
+    pages_->setCurrentIndex(isEmpty ? 0 : 1);
+}
+
 void MainWindow::showNews() {
     const Scene& scene = document_.scene();
+    const auto& changedItems = document_.changedItems();
+    selects_->setVisible(!changedItems.empty() && changedItems != scene.selection);
     const QString news = QString::fromStdString(document_.news());
     if (news_->text() != news) {
         news_->setText(news);

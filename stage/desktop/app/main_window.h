@@ -10,11 +10,15 @@
 
 class QLabel;
 class QMenu;
+class QStackedWidget;
+class QToolButton;
 
 namespace cadencora::stage {
 
 class CurveView;
 class ItemTree;
+class ManualWindow;
+class Welcome;
 class StepList;
 class ShownChannels;
 class TimeAxis;
@@ -57,7 +61,17 @@ private:
     void addTimeMenu();
     void addViewMenu();
     void addViewSwitches(QMenu& menu);
+    void addLookMenu(QMenu& menu);
     void addPluginMenu();
+    void addHelpMenu();
+    QString pageUnderPointer() const; // of the manual; empty: none
+    void showManual(const QString& page);
+    void showShortcuts();
+    void showWelcome();
+    void makeNew();
+    void closeFile();
+    void revert();
+    void askTimes();
     void askOpen();
     void askImport();
     bool save();
@@ -85,6 +99,10 @@ private:
     CurveView* curves_ = nullptr;
     bool isAtFile_ = false;                              // reading or writing one
     std::pair<std::filesystem::path, QString> accepted_; // losses, for a file
+    QStackedWidget* pages_ = nullptr;                    // the first screen, the views
+    Welcome* welcome_ = nullptr;
+    ManualWindow* manual_ = nullptr; // null: not opened yet
+    QToolButton* selects_ = nullptr; // what the last command changed
     QLabel* news_ = nullptr;
     QLabel* frame_ = nullptr;
     QAction* undo_ = nullptr;

@@ -18,6 +18,7 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QStackedWidget>
 #include <QUrl>
 
 #include <algorithm>
@@ -222,6 +223,30 @@ void MainWindow::offerRecovered() {
         if (recovery_.problem().empty()) Recovery::remove(path);
         return; // one window has one scene: the rest is offered next time
     }
+}
+
+void MainWindow::makeNew() {
+    if (!mayLeave()) return;
+    document_.makeNew();
+    pages_->setCurrentIndex(1);
+}
+
+void MainWindow::closeFile() {
+    if (mayLeave()) document_.makeNew();
+}
+
+// The file as it is on the disk, after asking.
+void MainWindow::revert() {
+    if (document_.isBusy() || document_.path().empty()) return;
+    if (document_.isModified() &&
+        QMessageBox::question(this, tr("Revert"),
+                              tr("Throw away the changes to %1 and open it again?")
+                                  .arg(QString::fromStdString(document_.name()))) !=
+            QMessageBox::Yes)
+        return;
+    const auto origin =
+        document_.isImported() ? Document::Origin::imported : Document::Origin::opened;
+    openFile(qtText(document_.path().string()), qtText(document_.clip()), origin);
 }
 
 // A clip of the open file. The selection, the plug-in and the undo of each clip stay.

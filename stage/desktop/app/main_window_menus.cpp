@@ -8,12 +8,17 @@
 #include "stage/desktop/views/viewport.h"
 
 #include <QAction>
+#include <QDialogButtonBox>
 #include <QDockWidget>
 #include <QFileDialog>
+#include <QFormLayout>
 #include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSettings>
+#include <QSpinBox>
 
 namespace cadencora::stage {
 
@@ -35,11 +40,13 @@ void MainWindow::askUndoMemory() {
 
 void MainWindow::addFileMenu() {
     QMenu* menu = menuBar()->addMenu(tr("&File"));
+    menu->addAction(tr("&New"), QKeySequence::New, this, &MainWindow::makeNew);
     menu->addAction(tr("&Open…"), QKeySequence::Open, this, &MainWindow::askOpen);
     QMenu* recent = menu->addMenu(tr("Open &Recent"));
     connect(recent, &QMenu::aboutToShow, this, [this, recent] { fillRecent(*recent); });
     menu->addSeparator();
     menu->addAction(tr("&Save"), QKeySequence::Save, this, &MainWindow::save);
+    menu->addAction(tr("Re&vert"), this, &MainWindow::revert);
     menu->addAction(tr("Save &As…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this,
                     &MainWindow::askSave);
     menu->addSeparator();
@@ -48,6 +55,7 @@ void MainWindow::addFileMenu() {
     menu->addAction(tr("&Export…"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
                     &MainWindow::askExport);
     menu->addSeparator();
+    menu->addAction(tr("&Close"), QKeySequence(Qt::CTRL | Qt::Key_W), this, &MainWindow::closeFile);
     menu->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &QWidget::close);
 }
 
@@ -89,6 +97,35 @@ void MainWindow::addTimeMenu() {
                     [this] { document_.goToFrame(document_.scene().previewFirst); });
     menu->addAction(tr("&Last Frame"), QKeySequence(Qt::Key_End), this,
                     [this] { document_.goToFrame(document_.scene().previewLast); });
+    menu->addSeparator();
+    menu->addAction(tr("&Rate and Last Frame…"), this, &MainWindow::askTimes);
+}
+
+// Keys keep their times; the last frame covers the last key.
+void MainWindow::askTimes() {
+    if (document_.isBusy()) return;
+    const Scene& scene = document_.scene();
+    QDialog dialog(this);
+    dialog.setWindowTitle(tr("Rate and Last Frame"));
+    auto* form = new QFormLayout(&dialog);
+    auto* rate = new QLineEdit(QString::fromStdString(scene.rate.text()));
+    auto* last = new QSpinBox;
+    last->setRange(0, 9'999'999);
+    last->setValue(static_cast<int>(scene.lastFrame));
+    auto* note = new QLabel(tr("Keys keep their times. 24, 29.97 or 30000/1001, say."));
+    form->addRow(tr("Frames per second"), rate);
+    form->addRow(tr("Last frame"), last);
+    form->addRow(note);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    form->addRow(buttons);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    connect(buttons, &QDialogButtonBox::accepted, &dialog, [&] {
+        const auto wanted = FrameRate::parse(rate->text().toStdString());
+        if (!wanted) return note->setText(tr("This is no rate: 24, 29.97 or 30000/1001, say."));
+        document_.setTimes(*wanted, last->value());
+        dialog.accept();
+    });
+    dialog.exec();
 }
 
 void MainWindow::addViewMenu() {
@@ -112,6 +149,7 @@ void MainWindow::addViewMenu() {
     menu->addSeparator();
     addViewSwitches(*menu);
     menu->addSeparator();
+    addLookMenu(*menu);
     for (const QDockWidget* dock : findChildren<QDockWidget*>())
         menu->addAction(dock->toggleViewAction());
 }

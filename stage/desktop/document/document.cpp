@@ -72,7 +72,8 @@ std::string Document::name() const {
 void Document::setPath(const std::filesystem::path& path) {
     std::error_code ignored;
     path_ = path;
-    host_.sceneDirectory = std::filesystem::absolute(path, ignored).parent_path();
+    host_.sceneDirectory = path.empty() ? std::filesystem::path()
+                                        : std::filesystem::absolute(path, ignored).parent_path();
 }
 
 Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesystem::path& path,
@@ -96,6 +97,14 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
     if (module_)
         if (auto active = startPlugin(*module_); !active) return active.problem();
     return std::move(loaded.warnings);
+}
+
+void Document::makeNew() {
+    Loaded nothing;
+    nothing.scene = emptyScene();
+    (void)show(std::move(nothing), {});
+    news_.clear();
+    emit changed({});
 }
 
 void Document::saved(const std::filesystem::path& path) {
@@ -520,6 +529,23 @@ void Document::setPreview(std::int64_t first, std::int64_t last) {
     scene.previewLast = last;
     host_.refreshRecords();
     emit changed(Change::range);
+}
+
+void Document::setTimes(FrameRate rate, std::int64_t lastFrame) {
+    Scene& scene = host_.mutableScene();
+    const std::int64_t last = std::max(lastFrame, scene.frameOfLastKey());
+    if (isBusy() || (rate == scene.rate && lastFrame == scene.lastFrame)) return;
+    const bool previewToEnd = scene.previewLast >= scene.lastFrame;
+    const bool isOther = rate != scene.rate;
+    if (isOther) scene.setRate(rate);
+    scene.lastFrame = isOther ? std::max(lastFrame, scene.frameOfLastKey()) : last;
+    if (previewToEnd || scene.previewLast > scene.lastFrame) scene.previewLast = scene.lastFrame;
+    scene.previewFirst = std::min(scene.previewFirst, scene.previewLast);
+    savedPosition_ = -1;
+    host_.refreshRecords();
+    news_ = "the scene has " + scene.rate.text() + " frames per second, the last is " +
+            std::to_string(scene.lastFrame);
+    emit changed(Change::keys | Change::range | Change::time);
 }
 
 void Document::tell(std::string news) {

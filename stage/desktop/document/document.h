@@ -67,6 +67,9 @@ public:
     void saved(const std::filesystem::path& path);
     void exported(const std::filesystem::path& path);
 
+    // Goes over to an empty scene without a file.
+    void makeNew();
+
     // Goes over to another clip of the open file. What was done to this one, and its undo, is kept
     // until the user comes back. A clip that was not open yet has to be read before, as `read`.
     bool hasOpened(const std::string& clip) const { return otherClips_.contains(clip); }
@@ -100,6 +103,8 @@ public:
     void stepFrames(int frames);  // to whole frames
     void stepKeys(int direction); // to the next key of the selected items, or the one before
     void setPreview(std::int64_t first, std::int64_t last);
+    // Keys keep their times; the last frame becomes at least that of the last key. Not undone.
+    void setTimes(FrameRate rate, std::int64_t lastFrame);
 
     // What the last command, undo or file did, for the status line.
     const std::string& news() const { return news_; }

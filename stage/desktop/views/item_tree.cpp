@@ -5,7 +5,10 @@
 
 #include <QEvent>
 #include <QHeaderView>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QSignalBlocker>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -108,6 +111,46 @@ void ItemTree::takeSelection() {
             Scene::itemAt(static_cast<std::size_t>(row->data(0, numberRole).toULongLong())));
     std::ranges::sort(marked);
     document_.select(inOrderOfSelection(document_.scene().selection, marked));
+}
+
+void ItemTree::filter(const QString& wanted) {
+    // Children come after their parents, so that a parent learns of all that is below it.
+    std::vector<bool> shown(rows_.size());
+    for (std::size_t i = rows_.size(); i-- > 0;) {
+        shown[i] = shown[i] || rows_[i]->text(0).contains(wanted, Qt::CaseInsensitive);
+        const ItemId parent = document_.scene().item(Scene::itemAt(i)).parent;
+        if (shown[i] && parent != ItemId::none) shown[Scene::positionOf(parent)] = true;
+        rows_[i]->setHidden(!shown[i]);
+    }
+}
+
+// Keys that move in the tree are its own while it has the focus, not the time's.
+bool ItemTree::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        constexpr std::array own{Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,
+                                 Qt::Key_Down, Qt::Key_Home,  Qt::Key_End};
+        const bool isPlain = !(key->modifiers() & (Qt::ControlModifier | Qt::AltModifier));
+        if (isPlain && std::ranges::find(own, key->key()) != own.end()) {
+            event->accept();
+            return true;
+        }
+    }
+    return QTreeWidget::event(event);
+}
+
+QWidget* withSearch(ItemTree* tree) {
+    auto* box = new QWidget;
+    auto* search = new QLineEdit;
+    search->setPlaceholderText(ItemTree::tr("Search items"));
+    search->setClearButtonEnabled(true);
+    QObject::connect(search, &QLineEdit::textChanged, tree, &ItemTree::filter);
+    auto* column = new QVBoxLayout(box);
+    column->setContentsMargins(2, 2, 2, 2);
+    column->setSpacing(2);
+    column->addWidget(search);
+    column->addWidget(tree);
+    return box;
 }
 
 void ItemTree::changeEvent(QEvent* event) {

@@ -11,8 +11,12 @@ class ItemTree : public QTreeWidget {
 public:
     explicit ItemTree(Document& document, QWidget* parent = nullptr);
 
+    // Shows the items whose names hold a text, and those above them.
+    void filter(const QString& wanted);
+
 protected:
     void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     void rebuild();
@@ -25,5 +29,8 @@ private:
     Document& document_;
     std::vector<QTreeWidgetItem*> rows_; // by the item's number from 0
 };
+
+// The tree below a field that searches it.
+QWidget* withSearch(ItemTree* tree);
 
 } // namespace cadencora::stage

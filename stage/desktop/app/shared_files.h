@@ -1,0 +1,16 @@
+// What comes with the program: the manual and the examples, beside where it was installed or, while
+// it is being built, in the source tree.
+#pragma once
+
+#include <QString>
+
+namespace cadencora::stage {
+
+QString manualFolder(); // empty: it is not there
+QString exampleFile();  // the walk; empty: it is not there
+
+// The page of the manual about the button of a label: "commands/destroy-keys.md", by the letters of
+// its name; empty: there is none.
+QString pageAbout(const QString& label);
+
+} // namespace cadencora::stage
