@@ -2,10 +2,12 @@
 //
 //   make_screenshots SCENE ITEM FRAME FOLDER
 //
-// main.png is the window with the item selected, at the frame; panel-TAB.png is each tab of the
+// first.png is the first screen; main.png is the window with the item selected, at the frame, and
+// labelled.png the same with the names of its parts; panel-TAB.png is each tab of the
 // plug-in's panel; dialog-BUTTON-N.png are the dialogs and messages that each button opens, all
-// accepted, and what they did undone; after.png is the window after "Destroy Keys"; dark-*.png are
-// in a dark palette.
+// accepted, and what they did undone; asking.png is the window while the first dialog of "Destroy
+// Keys" asks for a range, the dialog beside it; after.png is the window after "Destroy Keys";
+// dark-*.png are in the dark look. With OpenGL meshes are shaded, so it is best run under xvfb-run.
 
 #include "stage/desktop/app/main_window.h"
 #include "stage/desktop/widgets/look.h"
@@ -13,10 +15,13 @@
 
 #include <QDir>
 #include <QMessageBox>
+#include <QPainter>
 #include <QSettings>
 #include <QTabBar>
 #include <QTemporaryDir>
+#include <QTimer>
 
+#include <cmath>
 #include <cstdio>
 
 namespace cadencora::stage {
@@ -38,6 +43,7 @@ public:
 
     QString name; // empty: dialogs are accepted without a picture
     int count = 0;
+    QWidget* beside = nullptr; // not null: the next dialog is taken beside it, as asking.png
 
     void take(QWidget& widget, const QString& picture) {
         QApplication::processEvents();
@@ -47,6 +53,21 @@ public:
 
 private:
     void opened(QDialog& dialog) override {
+        if (beside && !qobject_cast<QMessageBox*>(&dialog)) {
+            QApplication::processEvents();
+            const QPixmap window = beside->grab(), front = dialog.grab();
+            QPixmap both(window.width() + front.width() + 12,
+                         std::max(window.height(), front.height()));
+            both.setDevicePixelRatio(window.devicePixelRatio());
+            both.fill(QColor(110, 120, 135));
+            QPainter painter(&both);
+            painter.drawPixmap(0, 0, window);
+            painter.drawPixmap(QPointF((window.width() + 12) / window.devicePixelRatio(), 30),
+                               front);
+            painter.end();
+            failed_ = !both.save(folder_.filePath(QStringLiteral("asking.png"))) || failed_;
+            beside = nullptr;
+        }
         if (!name.isEmpty()) take(dialog, name + QLatin1Char('-') + QString::number(++count));
         if (auto* box = qobject_cast<QMessageBox*>(&dialog))
             if (auto* yes = box->button(QMessageBox::Yes)) return yes->click();
@@ -56,6 +77,44 @@ private:
     QDir folder_;
     bool failed_ = false;
 };
+
+// Names over the middle of what they are of.
+void label(QPixmap& picture, const MainWindow& window) {
+    struct Part {
+        const char *name, *widget;
+        int column, row; // of its place in the widget, in tenths
+    };
+    constexpr Part parts[] = {
+        {"Items: what is selected here is what commands work on", "tree", 5, 8},
+        {"Recorded steps, a recipe, presets", "steps", 5, 5},
+        {"Viewport: drag to orbit, click to select", "viewport", 5, 9},
+        {"Curves: drag a box to mark a range", "curves", 5, 5},
+        {"Timeline", "timeline", 7, 5},
+        {"Channels: hide, single out", "channels", 5, 5},
+        {"What the last command did", "news", 6, 5},
+    };
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QFont bold = window.font();
+    bold.setBold(true);
+    painter.setFont(bold);
+    for (const Part& part : parts) {
+        const auto* widget = window.findChild<QWidget*>(QString::fromUtf8(part.widget));
+        if (!widget) continue;
+        const QPoint at = widget->mapTo(
+            &window, QPoint(widget->width() * part.column / 10, widget->height() * part.row / 10));
+        const QRect room(at - QPoint(widget->width() < 300 ? 80 : 220, 30),
+                         QSize(widget->width() < 300 ? 160 : 440, 60));
+        const int flags = Qt::AlignCenter | Qt::TextWordWrap;
+        const QString text = QString::fromUtf8(part.name);
+        const QRect box = painter.boundingRect(room, flags, text).adjusted(-8, -5, 8, 5);
+        painter.setPen(QPen(QColor(150, 90, 0), 1.5));
+        painter.setBrush(QColor(255, 225, 150));
+        painter.drawRoundedRect(box, 6, 6);
+        painter.setPen(Qt::black);
+        painter.drawText(room, flags, text);
+    }
+}
 
 void takeTabs(DialogCamera& camera, MainWindow& window, PanelWindow& panel, QTabBar& tabs) {
     for (int tab = 0; tab < tabs.count(); ++tab) {
@@ -75,6 +134,9 @@ void takeTabs(DialogCamera& camera, MainWindow& window, PanelWindow& panel, QTab
 int drawPictures(MainWindow& window, const QString& folder) {
     DialogCamera camera(folder);
     camera.take(window, QStringLiteral("main"));
+    QPixmap labelled = window.grab();
+    label(labelled, window);
+    if (!labelled.save(QDir(folder).filePath(QStringLiteral("labelled.png")))) return 1;
     PanelWindow* panel = findPanelWindow();
     auto* tabs = panel ? panel->findChild<QTabBar*>() : nullptr;
     if (!tabs) return 1;
@@ -83,7 +145,12 @@ int drawPictures(MainWindow& window, const QString& folder) {
     camera.name.clear();
     window.document().select(selection); // some commands select
     window.document().clearRecording();
+    const Scene& scene = window.document().scene();
+    const double third = static_cast<double>(scene.lastFrame) / 3;
+    window.document().mark({FrameRange{std::round(third), std::round(2 * third)}, {}});
+    camera.beside = &window;
     findButton(*panel, "Destroy Keys")->click();
+    camera.beside = nullptr;
     camera.take(window, QStringLiteral("after"));
 
     applyLook(Look::dark);
@@ -110,6 +177,10 @@ int makeScreenshots(int argc, char** argv) {
 
     MainWindow window;
     window.show();
+    QTimer::singleShot(500, &application, &QApplication::quit); // until the window is there
+    QApplication::exec();
+    if (QDir().mkpath(words[4]))
+        window.grab().save(QDir(words[4]).filePath(QStringLiteral("first.png")));
     if (!QDir().mkpath(words[4]) || !window.openFile(words[1]) || !window.startPlugin()) return 1;
     Document& document = window.document();
     const ItemId item = document.scene().findItem(words[2].toStdString());

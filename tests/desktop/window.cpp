@@ -240,7 +240,7 @@ TEST(Window, channels_are_hidden_singled_out_and_found) {
 TEST(Window, the_first_screen_leads_to_a_scene_and_close_leads_back) {
     MainWindow window;
     window.show();
-    auto* open = findButton(window, "Open the example: a walk");
+    auto* open = findButton(window, "Open the example: a figure that walks");
     ASSERT_NE(open, nullptr);
     EXPECT_TRUE(open->isVisible());
     click(open);

@@ -85,7 +85,9 @@ void MainWindow::addViews(bool shades) {
     timedRows->setContentsMargins(0, 0, 0, 0);
     timedRows->setSpacing(0);
     timedRows->addWidget(curves_, 1);
-    timedRows->addWidget(new Timeline(document_, *axis_));
+    auto* timeline = new Timeline(document_, *axis_);
+    timeline->setObjectName(QStringLiteral("timeline"));
+    timedRows->addWidget(timeline);
     auto* curvesAndList = new QSplitter(Qt::Horizontal);
     curvesAndList->addWidget(timed);
     curvesAndList->addWidget(new ChannelList(*channels_));
@@ -113,6 +115,8 @@ void MainWindow::addViews(bool shades) {
     connect(welcome_, &Welcome::fileWanted, this, [this](const QString& path) { openFile(path); });
     connect(welcome_, &Welcome::manualWanted, this,
             [this] { showManual(QStringLiteral("README.md")); });
+    viewport_->setObjectName(QStringLiteral("viewport"));
+    curves_->setObjectName(QStringLiteral("curves"));
     pages_ = new QStackedWidget;
     pages_->addWidget(welcome_);
     pages_->addWidget(centre);

@@ -32,8 +32,8 @@ QString manualFolder() {
 }
 
 QString exampleFile() {
-    return firstThere({QStringLiteral("../share/cadencora/examples/walk.bvh"),
-                       QStringLiteral("../../../examples/walk.bvh")});
+    return firstThere({QStringLiteral("../share/cadencora/examples/figure.glb"),
+                       QStringLiteral("../../../examples/figure.glb")});
 }
 
 // "Load Clip Data" and "Save Clip Data" have one page, clip-data; of several the longest name.

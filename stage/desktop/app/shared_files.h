@@ -7,7 +7,7 @@
 namespace cadencora::stage {
 
 QString manualFolder(); // empty: it is not there
-QString exampleFile();  // the walk; empty: it is not there
+QString exampleFile();  // a figure that walks; empty: it is not there
 
 // The page of the manual about the button of a label: "commands/destroy-keys.md", by the letters of
 // its name; empty: there is none.

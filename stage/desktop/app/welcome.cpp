@@ -53,7 +53,7 @@ Welcome::Welcome(QWidget* parent) : QWidget(parent), recent_(new QVBoxLayout) {
     connect(open, &QPushButton::clicked, this, &Welcome::openWanted);
     middle->addWidget(open);
     if (!exampleFile().isEmpty()) {
-        auto* example = new QPushButton(tr("Open the example: a walk"));
+        auto* example = new QPushButton(tr("Open the example: a figure that walks"));
         example->setMinimumHeight(2 * fontMetrics().height());
         connect(example, &QPushButton::clicked, this, [this] { emit fileWanted(exampleFile()); });
         middle->addWidget(example);

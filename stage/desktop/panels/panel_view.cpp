@@ -32,15 +32,25 @@ void moveTo(QWidget& window, const QPoint& place) {
                 std::clamp(place.y(), screen.top(), std::max(screen.top(), last.y())));
 }
 
-// Where it was last, else over the view, at its upper right, else where the panel asks to be.
+// Where it was last. Else beside the main window, where the screen has room there; over the view,
+// at its upper right; over the lists at the left, where it is higher than the view, so that the
+// curves below that stay free. Without a view where the panel asks to be.
 void moveToUsualPlace(QWidget& window, const PanelModel& panel, const PanelMetrics& metrics,
                       const QWidget* view) {
     const QVariant known = QSettings().value(placeKey(qtText(panel.title), "at"));
     if (known.isValid()) return moveTo(window, known.toPoint());
     if (view) {
         constexpr int margin = 12;
-        return moveTo(window, view->mapToGlobal(QPoint(
-                                  std::max(0, view->width() - window.width() - margin), margin)));
+        const QRect main = view->window()->frameGeometry();
+        const QRect screen = view->screen()->availableGeometry();
+        const int over = view->mapToGlobal(QPoint(0, margin)).y();
+        if (main.right() + window.width() + margin <= screen.right())
+            return moveTo(window, {main.right() + margin, main.top()});
+        if (window.height() <= view->height())
+            return moveTo(
+                window,
+                {view->mapToGlobal(QPoint(view->width(), 0)).x() - window.width() - margin, over});
+        return moveTo(window, {main.left(), over});
     }
     moveTo(window, window.screen()->availableGeometry().topLeft() +
                        QPoint(metrics.toScreen(panel.x), metrics.toScreen(panel.y)));
