@@ -151,6 +151,7 @@ int drawPictures(MainWindow& window, const QString& folder) {
     camera.beside = &window;
     findButton(*panel, "Destroy Keys")->click();
     camera.beside = nullptr;
+    window.document().goToFrame(static_cast<std::int64_t>(std::round(1.5 * third)));
     camera.take(window, QStringLiteral("after"));
 
     applyLook(Look::dark);

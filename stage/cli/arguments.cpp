@@ -7,6 +7,7 @@
 #include "stage/cli/commands/plot.h"
 #include "stage/cli/commands/plugin_path.h"
 #include "stage/cli/commands/run.h"
+#include "stage/cli/completions.h"
 #include "stage/cli/many/interruption.h"
 #include "stage/cli/report/streams.h"
 #include "stage/module/module.h"
@@ -241,7 +242,7 @@ std::optional<Problem> unknownOption(const CLI::App& app) {
 int parseAndRun(int argc, char** argv) {
     Arguments arguments;
     CLI::App app("Cadencora: a keyframe toolbox for files of 3D animation", "cadencora");
-    app.set_version_flag("--version", CADENCORA_VERSION);
+    app.set_version_flag("--version", "cadencora " CADENCORA_VERSION);
     app.require_subcommand(argc > 1 ? 1 : 0);
 
     InfoOptions infoOptions;
@@ -253,6 +254,12 @@ int parseAndRun(int argc, char** argv) {
     const CLI::App* converting = addConvert(app, convertOptions);
     PlotOptions plotOptions;
     const CLI::App* plotting = addPlot(app, plotOptions);
+    std::string shell;
+    CLI::App* completing =
+        app.add_subcommand("completions", "Print what a shell completes command lines with");
+    completing->add_option("SHELL", shell, "bash, zsh or fish")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
 
     if (argc > 1 && *argv[1] != '-') {
         std::vector<std::string> names;
@@ -279,6 +286,10 @@ int parseAndRun(int argc, char** argv) {
     if (listing->parsed()) return panels(panelsOptions);
     if (converting->parsed()) return convert(convertOptions);
     if (plotting->parsed()) return plot(plotOptions);
+    if (completing->parsed()) {
+        std::cout << completionScript(app, shell);
+        return exitDone;
+    }
     return runCommand(*running, arguments);
 }
 

@@ -332,6 +332,7 @@ void Document::finishEdit(const std::string& name, const ChangeReport& report) {
     if (clock_.seconds() >= worthTelling)
         news_ += ", in " + QString::number(clock_.seconds(), 'f', 1).toStdString() + " s";
     if (report.empty()) return;
+    marked_ = {};                                        // it was for this command
     if (savedPosition_ > position_) savedPosition_ = -1; // what was saved could only be redone
     ++position_;
 }

@@ -20,7 +20,7 @@ public:
             const ItemId id = Scene::itemAt(i);
             const Item& item = scene_.item(id);
             const ItemId object = item.type == ItemType::object ? id : item.owner;
-            if (object != ItemId::none && isHidden(scene_, object, time_)) continue;
+            if (object != ItemId::none && isDissolved(object)) continue;
             if (item.mesh && sight_.meshes) addSurface(id);
             if (!sight_.bones) continue;
             switch (item.type) {
@@ -44,6 +44,13 @@ public:
 private:
     const Affine& place(ItemId id) const { return shapes_.world[Scene::positionOf(id)]; }
     Vec3 point(ItemId id) const { return transformed(place(id), scene_.item(id).pivot); }
+
+    // The bones of an object follow each other.
+    bool isDissolved(ItemId object) {
+        if (object != asked_) isDissolved_ = isHidden(scene_, object, time_);
+        asked_ = object;
+        return isDissolved_;
+    }
 
     void addSurface(ItemId id) {
         const Mesh& mesh = *scene_.item(id).mesh;
@@ -128,6 +135,8 @@ private:
     const double time_;
     const View& view_;
     const Sight sight_;
+    ItemId asked_ = ItemId::none; // by isDissolved()
+    bool isDissolved_ = false;
     SceneShapes shapes_;
 };
 

@@ -42,11 +42,7 @@ public:
             if (const auto line = view_.line(edge.from, edge.to))
                 add(edge.item, 2, {line->first, line->second});
         std::ranges::stable_sort(drawn_.meshes, std::greater(), &ScreenMesh::depth);
-        std::ranges::sort(drawn_.shapes, [](const ScreenShape& a, const ScreenShape& b) {
-            return a.isSelected != b.isSelected ? b.isSelected
-                   : a.depth != b.depth         ? a.depth > b.depth
-                                                : a.item < b.item;
-        });
+        sortShapes();
         return std::move(drawn_);
     }
 
@@ -56,6 +52,30 @@ private:
     bool isSelected(ItemId item) const {
         const std::size_t at = Scene::positionOf(item);
         return at < selected_.size() && selected_[at];
+    }
+
+    // By small keys: the shapes themselves take long to move about.
+    void sortShapes() {
+        struct Key {
+            double depth;
+            bool isSelected;
+            std::uint32_t at;
+        };
+        std::vector<Key> keys;
+        keys.reserve(drawn_.shapes.size());
+        for (const ScreenShape& shape : drawn_.shapes)
+            keys.push_back(
+                {shape.depth, shape.isSelected, static_cast<std::uint32_t>(keys.size())});
+        std::ranges::sort(keys, [](const Key& a, const Key& b) {
+            return a.isSelected != b.isSelected ? b.isSelected
+                   : a.depth != b.depth         ? a.depth > b.depth
+                                                : a.at < b.at;
+        });
+        std::vector<ScreenShape> sorted;
+        sorted.reserve(keys.size());
+        for (const Key& key : keys)
+            sorted.push_back(drawn_.shapes[key.at]);
+        drawn_.shapes = std::move(sorted);
     }
 
     void add(ItemId item, int corners, const std::array<ScreenPoint, 4>& points) {

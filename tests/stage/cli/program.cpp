@@ -48,6 +48,30 @@ struct Program : testing::Test {
     }
 };
 
+TEST_F(Program, shells_complete_what_the_commands_take) {
+    const auto bash = run({"completions", "bash"});
+    ASSERT_EQ(bash.status, 0) << bash.errors;
+    write(folder / "completions", bash.output);
+    const auto completed = [&](const std::string& words, int at) {
+        const std::string line = "bash -c 'source " + (folder / "completions").string() +
+                                 "; compopt() { :; }; COMP_WORDS=(cadencora " + words +
+                                 "); COMP_CWORD=" + std::to_string(at) +
+                                 "; _cadencora; echo ${COMPREPLY[@]}' >" +
+                                 (folder / "words").string();
+        EXPECT_EQ(std::system(line.c_str()), 0);
+        return fileText(folder / "words");
+    };
+    EXPECT_EQ(completed("c", 1), "convert completions\n");
+    EXPECT_EQ(completed("run --repo", 2), "--report --report-file\n");
+    EXPECT_EQ(completed("run --report js", 3), "json jsonl\n");
+    for (const char* shell : {"zsh", "fish"}) {
+        const auto script = run({"completions", shell});
+        EXPECT_EQ(script.status, 0);
+        EXPECT_NE(script.output.find("out-dir"), std::string::npos) << shell;
+    }
+    EXPECT_EQ(run({"completions", "cmd"}).status, 2);
+}
+
 TEST_F(Program, destroys_a_range_and_writes_the_file_aside) {
     write(output, "old");
     const auto dry = destroy({"--set", "Start=1", "--set", "End=2", "--dry-run", "-o",
