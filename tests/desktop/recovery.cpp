@@ -2,7 +2,9 @@
 
 #include "stage/desktop/document/recovery.h"
 
+#include "stage/base/file.h"
 #include "tests/desktop/desk.h"
+#include "tests/stage/formats/gltf/document.h"
 
 #include <QAction>
 #include <QInputDialog>
@@ -97,6 +99,40 @@ TEST(Unsaved, work_outlives_a_kill_and_is_taken_up_again_as_one_edit) {
     });
     desk.window.offerRecovered();
     fs::remove(Recovery::folder() / "bad.recovery");
+}
+
+TEST(Unsaved, every_clip_that_was_edited_is_offered_again) {
+    Desk desk;
+    const QString file = desk.file("two.gltf");
+    ASSERT_TRUE(writeFile(file.toStdString(), gltf::Document::twoClips().embedded()).ok());
+    ASSERT_TRUE(desk.window.openFile(file));
+    const auto keys = [](Document& document) {
+        const Scene& scene = document.scene();
+        return scene.motion(scene.findItem("B"), positionX).keys.size();
+    };
+    destroyAll(desk, "B");
+    desk.window.openClip(QStringLiteral("Clip 1"));
+    destroyAll(desk, "B");
+    ASSERT_EQ(desk.document().editedClips(), std::vector<std::string>{"Clip 0"});
+    const auto kept = [] {
+        const auto files = recoveryFiles();
+        return files.size() == 1 ? readFile(files[0]).value() : std::string();
+    };
+    ASSERT_TRUE(QTest::qWaitFor([&] { return kept().find("Clip 0") != std::string::npos; }));
+    ASSERT_TRUE(writeFile(Recovery::folder() / "two.window", "").ok());
+    ASSERT_TRUE(writeFile(Recovery::folder() / "two.recovery", kept()).ok());
+
+    MainWindow second;
+    desk.hand.then([](QDialog& box) { clickText(box, "Recover"); });
+    second.offerRecovered();
+    EXPECT_EQ(second.document().clip(), "Clip 1");
+    EXPECT_EQ(keys(second.document()), 0u);
+    ASSERT_EQ(second.document().editedClips(), std::vector<std::string>{"Clip 0"});
+    EXPECT_EQ(second.document().stepsOf("Clip 0").size(), 1u);
+    second.openClip(QStringLiteral("Clip 0"));
+    EXPECT_EQ(keys(second.document()), 0u);
+    second.document().undo();
+    EXPECT_EQ(keys(second.document()), 2u);
 }
 
 TEST(Unsaved, the_second_window_on_a_file_is_told_and_a_failed_save_stays_unsaved) {

@@ -39,6 +39,8 @@ public:
     // `clip`: of the file's; empty: the first. Opening can be cancelled, too.
     bool openFile(const QString& path, const QString& clip = {},
                   Document::Origin origin = Document::Origin::opened);
+    // A clip of the open file. The selection, the plug-in and the undo of each clip stay.
+    void openClip(const QString& clip);
     bool saveFile(const QString& path);
     bool exportFile(const QString& path);
     // Empty: the usual plug-in, and the server that the user picks where there are several.
@@ -77,7 +79,6 @@ private:
     bool save();
     bool askSave();
     void askExport();
-    void openClip(const QString& clip);
     QString folder() const; // of the open file
     QString askTarget(const QString& title, const std::string& extension);
     bool mayLeave(); // after asking about unsaved changes

@@ -249,7 +249,6 @@ void MainWindow::revert() {
     openFile(qtText(document_.path().string()), qtText(document_.clip()), origin);
 }
 
-// A clip of the open file. The selection, the plug-in and the undo of each clip stay.
 void MainWindow::openClip(const QString& clip) {
     if (document_.isBusy() || isAtFile_) return;
     playback_.setPlaying(false);

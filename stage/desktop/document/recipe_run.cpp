@@ -11,16 +11,17 @@ Result<> Document::run(const std::vector<Step>& steps) {
     script.lookAt(scene());
     for (PanelModel& panel : host_.panels().panels())
         if (panel.state == PanelState::floating) script.showFloating(panel);
-    user_.setScript(&script);
     Result<> ran = done();
     std::size_t taken = 0;
-    for (const Step& step : steps) {
-        if (step.isStart) continue; // the plug-in has started
-        ran = runStep(step, script);
-        if (!ran) break;
-        ++taken;
+    {
+        const SwitchableUser::Turn turn(user_, script);
+        for (const Step& step : steps) {
+            if (step.isStart) continue; // the plug-in has started
+            ran = runStep(step, script);
+            if (!ran) break;
+            ++taken;
+        }
     }
-    user_.setScript(nullptr);
     if (ran && taken != 1) news_ = "ran " + std::to_string(taken) + " steps; the last: " + news_;
     emit changed(Change::keys | Change::range | Change::selection | Change::time);
     emit controlsChanged();

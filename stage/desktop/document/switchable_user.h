@@ -10,8 +10,17 @@ class SwitchableUser : public FrontEnd {
 public:
     explicit SwitchableUser(FrontEnd& person) : person_(person) {}
 
-    // Null: the person. The windows show the panels in either case.
-    void setScript(ScriptedUser* script) { script_ = script; }
+    // While it lives, the script answers; the windows show the panels all the same.
+    class Turn {
+    public:
+        Turn(SwitchableUser& user, ScriptedUser& script) : user_(user) { user.script_ = &script; }
+        ~Turn() { user_.script_ = nullptr; }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+    private:
+        SwitchableUser& user_;
+    };
 
     const TextMetrics& metrics() const override { return person_.metrics(); }
     int displayWidth() const override { return person_.displayWidth(); }
@@ -37,7 +46,7 @@ private:
     FrontEnd& answering() { return script_ ? static_cast<FrontEnd&>(*script_) : person_; }
 
     FrontEnd& person_;
-    ScriptedUser* script_ = nullptr;
+    ScriptedUser* script_ = nullptr; // null: the person answers
 };
 
 } // namespace cadencora::stage

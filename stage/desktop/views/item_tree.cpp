@@ -111,6 +111,7 @@ void ItemTree::takeSelection() {
             Scene::itemAt(static_cast<std::size_t>(row->data(0, numberRole).toULongLong())));
     std::ranges::sort(marked);
     document_.select(inOrderOfSelection(document_.scene().selection, marked));
+    if (document_.isBusy()) markSelection(); // a command is at work on what was selected
 }
 
 void ItemTree::filter(const QString& wanted) {
