@@ -226,13 +226,14 @@ void MainWindow::offerRecovered() {
 }
 
 void MainWindow::makeNew() {
-    if (!mayLeave()) return;
-    document_.makeNew();
-    pages_->setCurrentIndex(1);
+    closeFile();
+    if (document_.path().empty()) pages_->setCurrentIndex(1);
 }
 
 void MainWindow::closeFile() {
-    if (mayLeave()) document_.makeNew();
+    if (!mayLeave()) return;
+    if (const auto made = document_.makeNew(); !made)
+        QMessageBox::critical(this, tr("Error"), QString::fromStdString(made.problem().text()));
 }
 
 // The file as it is on the disk, after asking.

@@ -99,12 +99,13 @@ Result<std::vector<std::string>> Document::show(Loaded loaded, const std::filesy
     return std::move(loaded.warnings);
 }
 
-void Document::makeNew() {
+Result<> Document::makeNew() {
     Loaded nothing;
     nothing.scene = emptyScene();
-    (void)show(std::move(nothing), {});
-    news_.clear();
-    emit changed({});
+    auto shown = show(std::move(nothing), {});
+    if (!shown) return shown.problem();
+    tell("");
+    return done();
 }
 
 void Document::saved(const std::filesystem::path& path) {
@@ -350,11 +351,12 @@ void Document::tellProblems() {
 void Document::showChange(const ChangeReport& report) {
     NameList names(4);
     changedItems_.clear();
+    std::vector<bool> known(scene().itemCount());
     const auto take = [&](ChannelId channel) {
         names.add(scene().channelPath(channel));
         const ItemId item = scene().group(scene().channel(channel).group).item;
-        if (std::ranges::find(changedItems_, item) == changedItems_.end())
-            changedItems_.push_back(item);
+        if (!known[Scene::positionOf(item)]) changedItems_.push_back(item);
+        known[Scene::positionOf(item)] = true;
     };
     for (const ChannelChange& change : report.channels)
         take(change.channel);
@@ -371,11 +373,12 @@ void Document::forgetChange() {
     changedItems_.clear();
 }
 
-// What can keep any command from changing something, as far as it can be known here.
+// What can keep a command from changing something, as far as it can be known here; what may be the
+// reason stands in brackets.
 std::string Document::whyNothing() const {
     if (scene().itemCount() == 0) return ": the scene is empty";
     if (scene().keyCount() == 0) return ": the scene has no keys";
-    if (scene().selection.empty()) return ": no item is selected";
+    if (scene().selection.empty()) return " (no item is selected)";
     const auto hasKeys = [&](ItemId item) {
         bool found = false;
         visitChannels(scene(), scene().item(item).group, [&](ChannelId channel) {
@@ -383,7 +386,7 @@ std::string Document::whyNothing() const {
         });
         return found;
     };
-    return std::ranges::none_of(scene().selection, hasKeys) ? ": the selected items have no keys"
+    return std::ranges::none_of(scene().selection, hasKeys) ? " (the selected items have no keys)"
                                                             : "";
 }
 

@@ -67,8 +67,8 @@ public:
     void saved(const std::filesystem::path& path);
     void exported(const std::filesystem::path& path);
 
-    // Goes over to an empty scene without a file.
-    void makeNew();
+    // Goes over to an empty scene without a file. The Problem is of the plug-in's start on it.
+    Result<> makeNew();
 
     // Goes over to another clip of the open file. What was done to this one, and its undo, is kept
     // until the user comes back. A clip that was not open yet has to be read before, as `read`.
