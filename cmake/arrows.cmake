@@ -46,7 +46,8 @@ set(cadencora_arrows
     "stage/desktop/document: ${cadencora_scene} stage/panels stage/user stage/formats stage/formats/native stage/services stage/module stage/desktop/widgets"
     "stage/desktop/panels: ${cadencora_scene} stage/panels stage/desktop/widgets stage/desktop/document"
     "stage/desktop/views: ${cadencora_scene} stage/scene/mesh stage/plot stage/panels stage/user stage/desktop/drawing stage/desktop/canvas stage/desktop/widgets stage/desktop/document"
-    "stage/desktop/app: ${cadencora_scene} stage/formats stage/module stage/desktop/drawing stage/desktop/canvas stage/desktop/widgets stage/desktop/document stage/desktop/panels stage/desktop/views"
+    "stage/desktop/steps: ${cadencora_scene} stage/formats stage/panels stage/user stage/desktop/widgets stage/desktop/document"
+    "stage/desktop/app: ${cadencora_scene} stage/formats stage/module stage/desktop/drawing stage/desktop/canvas stage/desktop/widgets stage/desktop/document stage/desktop/panels stage/desktop/views stage/desktop/steps"
     "stage/desktop/program: stage/desktop/app")
 
 # "<header>: <the folders that it may include>". Any folder of the same half may include these,

@@ -1,6 +1,6 @@
-#include "stage/desktop/views/step_list.h"
+#include "stage/desktop/steps/step_list.h"
 
-#include "stage/desktop/views/step_rows.h"
+#include "stage/desktop/steps/step_rows.h"
 
 #include <QGridLayout>
 #include <QPushButton>

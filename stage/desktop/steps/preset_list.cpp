@@ -1,4 +1,4 @@
-#include "stage/desktop/views/preset_list.h"
+#include "stage/desktop/steps/preset_list.h"
 
 #include "stage/desktop/widgets/qt_text.h"
 #include "stage/user/recipe.h"

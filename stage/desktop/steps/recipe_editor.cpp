@@ -1,7 +1,7 @@
-#include "stage/desktop/views/recipe_editor.h"
+#include "stage/desktop/steps/recipe_editor.h"
 
-#include "stage/desktop/views/folder_run.h"
-#include "stage/desktop/views/step_rows.h"
+#include "stage/desktop/steps/folder_run.h"
+#include "stage/desktop/steps/step_rows.h"
 #include "stage/desktop/widgets/qt_text.h"
 
 #include <QFileDialog>

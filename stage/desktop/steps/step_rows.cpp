@@ -1,4 +1,4 @@
-#include "stage/desktop/views/step_rows.h"
+#include "stage/desktop/steps/step_rows.h"
 
 #include "stage/desktop/widgets/qt_text.h"
 #include "stage/scene/summary.h"

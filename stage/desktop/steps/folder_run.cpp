@@ -1,4 +1,4 @@
-#include "stage/desktop/views/folder_run.h"
+#include "stage/desktop/steps/folder_run.h"
 
 #include "stage/desktop/widgets/qt_text.h"
 
