@@ -94,6 +94,15 @@ TEST(Shaded, surfaces_hide_what_is_behind_them_and_are_picked_as_seen) {
     EXPECT_EQ(desk.picked({5, 2, -1}), "Behind");
     desk.document().goToFrame(desk.scene().lastFrame);
     EXPECT_EQ(desk.colourAt({3, 2, -1}), "blue") << "the sheet in front has gone";
+    const auto nearCorner = [&] { // where the axes of the world are drawn
+        const QImage image = desk.view.grab().toImage();
+        int coloured = 0;
+        for (int y = image.height() * 3 / 4; y < image.height(); ++y)
+            for (int x = 0; x < image.width() / 6; ++x)
+                coloured += image.pixelColor(x, y).hsvSaturation() > 100;
+        return coloured;
+    };
+    EXPECT_GT(nearCorner(), 20);
     ViewOptions options = desk.view.options();
     options.meshes = false;
     desk.view.setOptions(options);

@@ -6,6 +6,7 @@
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
+#include <QOpenGLPaintDevice>
 #include <QOpenGLWidget>
 #include <QPainter>
 
@@ -67,7 +68,10 @@ private:
         meshes_->draw(picture, size);
         flat_->draw(picture.over, size);
         gl->glDisable(GL_DEPTH_TEST);
-        QPainter painter(this);
+        // Not on the widget itself: while that is grabbed, a painter on it draws elsewhere.
+        QOpenGLPaintDevice device(size.toSize() * devicePixelRatioF());
+        device.setDevicePixelRatio(devicePixelRatioF());
+        QPainter painter(&device);
         painter.setRenderHint(QPainter::Antialiasing);
         picture.paintWords(painter);
     }
