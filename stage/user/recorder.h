@@ -12,6 +12,8 @@ namespace cadencora::stage {
 struct RecordedStep {
     Step step;
     std::string shortfall;
+
+    bool operator==(const RecordedStep&) const = default;
 };
 
 class Recorder {

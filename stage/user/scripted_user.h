@@ -19,6 +19,8 @@ struct Step {
     struct Setting {
         std::string label; // "Start", "Affected Objects/Load"
         std::string value; // as setByText takes it
+
+        bool operator==(const Setting&) const = default;
     };
     // The button's label; "LABEL=VALUE" sets another control of a floating panel.
     std::string press;
@@ -35,6 +37,8 @@ struct Step {
     // False: what it does to the scene is taken back at once, and errors do not end the run. So a
     // recipe repeats a step that was undone: the plug-in may remember what was set in it.
     bool keep = true;
+
+    bool operator==(const Step&) const = default;
 };
 
 class ScriptedUser : public FrontEnd {

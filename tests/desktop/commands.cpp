@@ -85,9 +85,7 @@ TEST(Commands, a_dialog_a_file_picker_and_a_message_nest) {
         const QString socket = desk.file("socket.lw_items");
         ASSERT_EQ(mknod(qPrintable(socket), S_IFSOCK | 0600, 0), 0);
         desk.hand.then([&](QDialog& picker) {
-            desk.hand.then([](QDialog& replaces) {
-                click(dynamic_cast<QMessageBox&>(replaces).button(QMessageBox::Yes));
-            });
+            desk.hand.then(&clickYes);
             pick(dynamic_cast<QFileDialog&>(picker), socket);
         });
         desk.hand.then([](QDialog& said) {
@@ -274,9 +272,7 @@ TEST(Commands, a_list_box_that_is_only_passed_with_tab_sets_nothing) {
         EXPECT_EQ(part<QListWidget>(dialog, "Affected Channels")->currentRow(), -1);
         clickOk(dialog);
     });
-    desk.hand.then([](QDialog& question) {
-        click(dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes));
-    });
+    desk.hand.then(&clickYes);
     desk.press("Destroy Keys");
     for (const Step& step : desk.document().recorder().steps())
         EXPECT_TRUE(step.settings.empty()) << step.settings[0].label;

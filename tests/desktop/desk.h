@@ -7,6 +7,7 @@
 #include "tests/desktop/some_scene.h"
 #include "tests/desktop/windows.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -18,6 +19,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
+#include <QWheelEvent>
 
 #include <deque>
 #include <gtest/gtest.h>
@@ -42,6 +44,37 @@ template <class Part>
 Part* part(QWidget& window, const char* label, int nth = 0) {
     const auto controls = window.findChildren<QWidget*>(QString::fromUtf8(label));
     return nth < controls.size() ? controls[nth]->findChild<Part*>() : nullptr;
+}
+
+inline void clickYes(QDialog& question) {
+    click(dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes));
+}
+
+// A drag as a hand does it. The test library's own moves hold no button down.
+inline void drag(QWidget& over, Qt::MouseButton button, const QPoint& from, const QPoint& to,
+                 Qt::KeyboardModifiers modifiers = {}) {
+    QTest::mousePress(&over, button, modifiers, from);
+    for (int step = 1; step <= 4; ++step) {
+        const QPointF at(from + (to - from) * step / 4);
+        QMouseEvent move(QEvent::MouseMove, at, over.mapToGlobal(at), Qt::NoButton, button,
+                         modifiers);
+        QApplication::sendEvent(&over, &move);
+    }
+    QTest::mouseRelease(&over, button, modifiers, to);
+}
+
+// One notch of the wheel, away from the user.
+inline void turnWheel(QWidget& over, const QPoint& at, Qt::KeyboardModifiers modifiers = {}) {
+    QWheelEvent wheel(at, over.mapToGlobal(at), {}, {0, 120}, Qt::NoButton, modifiers,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&over, &wheel);
+}
+
+// Chooses the entry of a menu that has a text, its shortcut's mark included.
+inline void trigger(QWidget& window, const char* text) {
+    for (QAction* action : window.findChildren<QAction*>())
+        if (action->text() == QString::fromUtf8(text)) return action->trigger();
+    ADD_FAILURE() << "no entry " << text;
 }
 
 inline void clickOk(QWidget& dialog) {

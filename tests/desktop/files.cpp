@@ -35,8 +35,7 @@ const QString walk = QStringLiteral(CADENCORA_SOURCE_DIR "/examples/walk.bvh");
 // Destroys all keys of what is selected.
 void destroyAll(Desk& desk) {
     desk.hand.then(&clickOk);
-    desk.hand.then(
-        [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
+    desk.hand.then(&clickYes);
     desk.press("Destroy Keys");
 }
 
@@ -181,8 +180,7 @@ TEST(Files, each_clip_keeps_its_edits_and_its_undo_until_they_are_saved_together
             type(part<QLineEdit>(dialog, "End"), QStringLiteral("1"));
             clickOk(dialog);
         });
-        desk.hand.then(
-            [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
+        desk.hand.then(&clickYes);
         desk.press("Destroy Keys");
     };
     destroyFirst("A");

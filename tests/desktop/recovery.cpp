@@ -18,8 +18,7 @@ namespace fs = std::filesystem;
 void destroyAll(Desk& desk, const char* item) {
     desk.select(item);
     desk.hand.then(&clickOk);
-    desk.hand.then(
-        [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
+    desk.hand.then(&clickYes);
     desk.press("Destroy Keys");
 }
 

@@ -126,9 +126,7 @@ TEST(Shaded, the_pose_before_a_command_shows_as_a_ghost) {
     desk.document().goToFrame(0);
     desk.select("Front");
     desk.hand.then(clickOk); // every key goes, and the sheet stays at its rest place
-    desk.hand.then([](QDialog& question) {
-        click(dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes));
-    });
+    desk.hand.then(&clickYes);
     desk.press("Destroy Keys");
     ASSERT_EQ(desk.times("Front", positionX).size(), 0u) << desk.news();
     desk.document().goToFrame(desk.scene().lastFrame);

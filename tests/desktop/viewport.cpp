@@ -4,8 +4,6 @@
 #include "tests/desktop/desk.h"
 #include "tests/stage/formats/gltf/document.h"
 
-#include <QWheelEvent>
-
 #include <cmath>
 
 namespace cadencora::stage {
@@ -29,13 +27,8 @@ Scene threeCubes() {
 struct ViewDesk : Desk {
     Viewport& view;
 
-    ViewDesk() : Desk(threeCubes()), view(viewOf(window)) {}
+    ViewDesk() : Desk(threeCubes()), view(*Desk::view<Viewport>()) {}
 
-    static Viewport& viewOf(MainWindow& window) {
-        for (QWidget* widget : window.findChildren<QWidget*>())
-            if (auto* found = dynamic_cast<Viewport*>(widget)) return *found;
-        throw std::runtime_error("the window has no viewport");
-    }
     QPoint placeOf(const char* name) {
         const Vec3 world = worldPosition(scene(), item(name), scene().currentTime);
         const auto point = View(view.camera(), view.width(), view.height()).point(world);
@@ -46,15 +39,7 @@ struct ViewDesk : Desk {
     }
     void drag(Qt::MouseButton button, QPoint way, Qt::KeyboardModifiers modifiers = {}) {
         const QPoint from(60, 60);
-        QTest::mousePress(&view, button, modifiers, from);
-        // The test library's own moves hold no button down.
-        for (int step = 1; step <= 4; ++step) {
-            const QPointF at(from + way * step / 4);
-            QMouseEvent move(QEvent::MouseMove, at, view.mapToGlobal(at), Qt::NoButton, button,
-                             modifiers);
-            QApplication::sendEvent(&view, &move);
-        }
-        QTest::mouseRelease(&view, button, modifiers, from + way);
+        stage::drag(view, button, from, from + way, modifiers);
     }
     std::vector<std::string> selected() {
         std::vector<std::string> names;
@@ -121,9 +106,7 @@ TEST(ViewportWidget, a_drag_moves_the_camera_and_selects_nothing) {
     desk.drag(Qt::RightButton, {80, 0});
     EXPECT_EQ(moves(), zoom);
     const double distance = desk.view.camera().distance;
-    QWheelEvent wheel(QPointF(50, 50), desk.view.mapToGlobal(QPointF(50, 50)), {}, {0, 120},
-                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&desk.view, &wheel);
+    turnWheel(desk.view, {50, 50});
     EXPECT_LT(desk.view.camera().distance, distance);
     EXPECT_EQ(moves(), zoom);
     EXPECT_EQ(desk.selected(), Names{"Far"});

@@ -8,7 +8,6 @@
 #include <QCheckBox>
 #include <QSpinBox>
 #include <QToolButton>
-#include <QWheelEvent>
 
 namespace cadencora::stage {
 namespace {
@@ -123,23 +122,6 @@ struct CurvesDesk : Desk {
         return {static_cast<int>(std::lround(line->xOf(where))),
                 static_cast<int>(lane.top + lane.height / 2)};
     }
-    void wheel(QWidget* over, const QPoint& place, Qt::KeyboardModifiers modifiers) {
-        QWheelEvent event(place, over->mapToGlobal(place), {}, {0, 120}, Qt::NoButton, modifiers,
-                          Qt::NoScrollPhase, false);
-        QApplication::sendEvent(over, &event);
-    }
-    // What the mouse does in several steps, as a hand does.
-    void drag(QWidget* over, Qt::MouseButton button, const QPoint& from, const QPoint& to,
-              Qt::KeyboardModifiers modifiers = {}) {
-        QTest::mousePress(over, button, modifiers, from);
-        for (int step = 1; step <= 4; ++step) {
-            const QPointF place(from + (to - from) * step / 4);
-            QMouseEvent move(QEvent::MouseMove, place, over->mapToGlobal(place), Qt::NoButton,
-                             button, modifiers);
-            QApplication::sendEvent(over, &move);
-        }
-        QTest::mouseRelease(over, button, modifiers, to);
-    }
 };
 
 TEST(Window, curves_and_timeline_share_one_axis_that_zooms_and_pans) {
@@ -150,16 +132,16 @@ TEST(Window, curves_and_timeline_share_one_axis_that_zooms_and_pans) {
     const double before = desk.line->xOf(60) - desk.line->xOf(0);
     const QPoint middle = desk.at(30);
     const Range values = desk.view->lanes()[0].values;
-    desk.wheel(desk.view, middle, {});
+    turnWheel(*desk.view, middle);
     EXPECT_NEAR(desk.line->xOf(30), middle.x(), 1) << "what is under the pointer stays";
     EXPECT_GT(desk.line->xOf(60) - desk.line->xOf(0), before);
     const double zoomed = desk.line->xOf(60) - desk.line->xOf(0);
-    desk.wheel(desk.view, middle, Qt::ShiftModifier);
+    turnWheel(*desk.view, middle, Qt::ShiftModifier);
     EXPECT_LT(desk.view->lanes()[0].values.high - desk.view->lanes()[0].values.low,
               values.high - values.low);
     EXPECT_EQ(desk.line->xOf(60) - desk.line->xOf(0), zoomed) << "with Shift only the values";
     const double high = desk.view->lanes()[0].values.high, x = desk.line->xOf(30);
-    desk.drag(desk.view, Qt::MiddleButton, middle, middle + QPoint(40, 12));
+    drag(*desk.view, Qt::MiddleButton, middle, middle + QPoint(40, 12));
     EXPECT_NEAR(desk.line->xOf(30), x + 40, 1e-6) << "the view goes along";
     EXPECT_GT(desk.view->lanes()[0].values.high, high);
     EXPECT_EQ(frame(desk), 20) << "the time does not";
@@ -172,8 +154,8 @@ TEST(Window, a_box_over_keys_marks_a_range_that_the_next_dialog_opens_with) {
     CurvesDesk desk;
     const CurveView::Lane& lane = desk.view->lanes().at(0);
     const int top = static_cast<int>(lane.top), bottom = static_cast<int>(lane.top + lane.height);
-    desk.drag(desk.view, Qt::LeftButton, QPoint(desk.at(19.6).x(), top),
-              QPoint(desk.at(40.4).x(), bottom));
+    drag(*desk.view, Qt::LeftButton, QPoint(desk.at(19.6).x(), top),
+         QPoint(desk.at(40.4).x(), bottom));
     ASSERT_TRUE(desk.document().markedRange());
     EXPECT_EQ(desk.document().markedRange()->first, 20);
     EXPECT_EQ(desk.document().markedRange()->last, 40);
@@ -189,9 +171,9 @@ TEST(Window, a_box_over_keys_marks_a_range_that_the_next_dialog_opens_with) {
         const auto over = [&](double where) {
             return QPoint(static_cast<int>(std::lround(desk.line->xOf(where))), low);
         };
-        desk.drag(desk.line, Qt::LeftButton, over(20), over(10));
+        drag(*desk.line, Qt::LeftButton, over(20), over(10));
         EXPECT_EQ(part<QLineEdit>(dialog, "Start")->text(), QStringLiteral("10"));
-        desk.drag(desk.line, Qt::LeftButton, over(25), over(50));
+        drag(*desk.line, Qt::LeftButton, over(25), over(50));
         EXPECT_EQ(frame(desk), 50);
         desk.window.playback().setPlaying(true);
         EXPECT_TRUE(desk.window.playback().isPlaying());
@@ -202,9 +184,7 @@ TEST(Window, a_box_over_keys_marks_a_range_that_the_next_dialog_opens_with) {
         part<QCheckBox>(dialog, "Use selected objects only")->setChecked(false);
         clickOk(dialog);
     });
-    desk.hand.then([](QDialog& question) {
-        click(dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes));
-    });
+    desk.hand.then(&clickYes);
     desk.press("Destroy Keys");
     EXPECT_EQ(desk.times("Hips", heading), (std::vector<double>{0, 50, 60}));
     ASSERT_TRUE(desk.document().changedRange());
@@ -246,25 +226,15 @@ TEST(Window, the_first_screen_leads_to_a_scene_and_close_leads_back) {
     click(open);
     EXPECT_FALSE(open->isVisible());
     EXPECT_NE(window.document().scene().findItem("Hips"), ItemId::none);
-    const auto trigger = [&](const char* text) {
-        for (QAction* action : window.findChildren<QAction*>())
-            if (action->text() == QString::fromUtf8(text)) return action->trigger();
-        ADD_FAILURE() << text;
-    };
-    trigger("&Close");
+    trigger(window, "&Close");
     EXPECT_TRUE(open->isVisible());
     EXPECT_EQ(window.document().scene().itemCount(), 0u);
-    trigger("&New");
+    trigger(window, "&New");
     EXPECT_FALSE(open->isVisible());
 }
 
 TEST(Window, revert_opens_the_file_again_and_rate_and_last_frame_can_be_set) {
     Desk desk;
-    const auto trigger = [&](const char* text) {
-        for (QAction* action : desk.window.findChildren<QAction*>())
-            if (action->text() == QString::fromUtf8(text)) return action->trigger();
-        ADD_FAILURE() << text;
-    };
     const auto answer = [&](const char* rate, int last) {
         desk.hand.then([rate, last](QDialog& dialog) {
             type(dialog.findChild<QLineEdit*>(), QString::fromUtf8(rate));
@@ -272,7 +242,7 @@ TEST(Window, revert_opens_the_file_again_and_rate_and_last_frame_can_be_set) {
             clickOk(dialog);
             if (dialog.isVisible()) dialog.reject();
         });
-        trigger("&Rate and Last Frame…");
+        trigger(desk.window, "&Rate and Last Frame…");
     };
     const double end = desk.scene().motion(desk.item("Hips"), heading).keys.last().time();
     answer("often", 10);
@@ -285,9 +255,8 @@ TEST(Window, revert_opens_the_file_again_and_rate_and_last_frame_can_be_set) {
     EXPECT_EQ(desk.scene().lastFrame, 200);
     EXPECT_EQ(desk.scene().previewLast, 200);
     EXPECT_TRUE(desk.window.isWindowModified());
-    desk.hand.then(
-        [](QDialog& box) { click(dynamic_cast<QMessageBox&>(box).button(QMessageBox::Yes)); });
-    trigger("Re&vert");
+    desk.hand.then(&clickYes);
+    trigger(desk.window, "Re&vert");
     EXPECT_EQ(desk.scene().rate.text(), "30");
     EXPECT_FALSE(desk.window.isWindowModified());
 }
@@ -302,7 +271,7 @@ TEST(Window, keys_of_the_selection_and_items_of_a_name_are_found) {
     EXPECT_EQ(frame(desk), 10);
     desk.document().goToFrame(60);
     desk.key(Qt::Key_Right, Qt::ControlModifier);
-    EXPECT_EQ(frame(desk), 60) << "there is none after it";
+    EXPECT_EQ(frame(desk), 60) << "no key comes after it";
 
     auto* tree = desk.window.findChild<QTreeWidget*>(QStringLiteral("tree"));
     type(tree->parentWidget()->findChild<QLineEdit*>(), QStringLiteral("spin"));

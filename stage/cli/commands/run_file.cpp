@@ -8,7 +8,7 @@
 #include "stage/cli/report/streams.h"
 #include "stage/formats/registry.h"
 #include "stage/scene/summary.h"
-#include "stage/user/step_items.h"
+#include "stage/user/step_place.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,26 +17,6 @@
 namespace cadencora::stage {
 
 namespace {
-
-// Selects items and moves the time and the preview range, as the step asks before its press.
-Result<> prepare(Host& host, const Step& step) {
-    const Scene& scene = host.scene();
-    if (step.select) {
-        auto items = itemsOf(scene, step);
-        if (!items) return items.problem();
-        host.select(std::move(*items));
-    }
-    if (step.time) {
-        host.mutableScene().currentTime = scene.rate.timeAt(*step.time);
-        host.refreshRecords();
-    }
-    if (step.preview) {
-        host.mutableScene().previewFirst = step.preview->first;
-        host.mutableScene().previewLast = step.preview->second;
-        host.refreshRecords();
-    }
-    return done();
-}
 
 // Notices whether somebody seeds or draws the C library's random numbers in the meantime.
 class RandomWatch {
@@ -57,10 +37,11 @@ bool takeStep(Session& session, const Step& step, const std::function<Result<>()
               FileOutcome& outcome) {
     Host& host = session.host;
     const ScriptedUser& user = session.user;
-    if (auto ready = prepare(host, step); !ready) {
-        outcome.fail(exitUsage, "item", ready.problem());
+    if (auto there = goToStep(host.mutableScene(), step); !there) {
+        outcome.fail(exitUsage, "item", there.problem());
         return false;
     }
+    host.refreshRecords();
     StepOutcome result;
     result.press = step.press;
     result.kept = step.keep;

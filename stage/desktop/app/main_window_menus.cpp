@@ -159,7 +159,8 @@ void MainWindow::addViewSwitches(QMenu& menu) {
     ViewOptions options = viewport_->options();
     const auto add = [&](const QString& name, const QKeySequence& key, const QString& setting,
                          bool ViewOptions::*option) {
-        QAction* action = menu.addAction(name, key, this, [] {});
+        QAction* action = menu.addAction(name);
+        action->setShortcut(key);
         action->setCheckable(true);
         options.*option = QSettings().value(setting, options.*option).toBool();
         action->setChecked(options.*option);

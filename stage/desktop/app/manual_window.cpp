@@ -3,7 +3,6 @@
 #include "stage/desktop/app/shared_files.h"
 
 #include <QDesktopServices>
-#include <QDir>
 #include <QPushButton>
 #include <QTextBrowser>
 #include <QVBoxLayout>
@@ -12,7 +11,7 @@ namespace cadencora::stage {
 
 namespace {
 
-// Pages may be large pictures' worth of text: a link out of the manual opens elsewhere.
+// Links that lead out of the manual open elsewhere; pictures are made to fit.
 class Pages : public QTextBrowser {
     void doSetSource(const QUrl& url, QTextDocument::ResourceType type) override {
         if (url.scheme().isEmpty() || url.isLocalFile())
@@ -45,8 +44,7 @@ ManualWindow::ManualWindow(QWidget* parent) : QWidget(parent, Qt::Window), text_
     auto* back = add(tr("Back"), &QTextBrowser::backward);
     back->setEnabled(false);
     connect(text_, &QTextBrowser::backwardAvailable, back, &QWidget::setEnabled);
-    connect(add(tr("Contents"), [] {}), &QPushButton::clicked, this,
-            [this] { show(QStringLiteral("README.md")); });
+    add(tr("Contents"), [this] { show(QStringLiteral("README.md")); });
     row->addStretch();
     column->addLayout(row);
     column->addWidget(text_);
@@ -59,10 +57,6 @@ void ManualWindow::show(const QString& page) {
     QWidget::show();
     raise();
     activateWindow();
-}
-
-QString ManualWindow::page() const {
-    return QDir(manualFolder()).relativeFilePath(text_->source().toLocalFile());
 }
 
 } // namespace cadencora::stage

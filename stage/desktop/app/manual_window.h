@@ -12,7 +12,6 @@ public:
     explicit ManualWindow(QWidget* parent);
 
     void show(const QString& page); // "desktop.md", within the manual
-    QString page() const;           // that is shown
 
 private:
     QTextBrowser* text_;

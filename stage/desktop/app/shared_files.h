@@ -9,8 +9,8 @@ namespace cadencora::stage {
 QString manualFolder(); // empty: it is not there
 QString exampleFile();  // a figure that walks; empty: it is not there
 
-// The page of the manual about the button of a label: "commands/destroy-keys.md", by the letters of
-// its name; empty: there is none.
+// The page of the manual about the button of a label, found by the letters of its name:
+// "commands/destroy-keys.md". Empty where the manual has no such page.
 QString pageAbout(const QString& label);
 
 } // namespace cadencora::stage

@@ -39,11 +39,9 @@ std::string Document::whyNothing() const {
     if (scene().keyCount() == 0) return ": the scene has no keys";
     if (scene().selection.empty()) return " (no item is selected)";
     const auto hasKeys = [&](ItemId item) {
-        bool found = false;
-        visitChannels(scene(), scene().item(item).group, [&](ChannelId channel) {
-            found = found || !scene().envelope(scene().channel(channel).envelope).keys.empty();
+        return visitChannels(scene(), scene().item(item).group, [&](ChannelId channel) {
+            return !scene().envelope(scene().channel(channel).envelope).keys.empty();
         });
-        return found;
     };
     return std::ranges::none_of(scene().selection, hasKeys) ? " (the selected items have no keys)"
                                                             : "";

@@ -51,10 +51,10 @@ void Document::dialogOpened(PanelModel& panel) {
     dialogs_.push_back(&panel);
     if (marked_.range && askedRange()) {
         // The end goes first where the start would otherwise come after it.
-        const auto first = std::llround(marked_.range->first);
-        const bool startIsLater = static_cast<double>(first) > askedRange()->last;
-        setAskedRange(!startIsLater, startIsLater ? std::llround(marked_.range->last) : first);
-        setAskedRange(startIsLater, startIsLater ? first : std::llround(marked_.range->last));
+        const FrameRange wanted = *marked_.range;
+        const bool endIsFirst = wanted.first > askedRange()->last;
+        for (const bool start : {!endIsFirst, endIsFirst})
+            setAskedRange(start, std::llround(start ? wanted.first : wanted.last));
     }
     emit changed(Change::marked);
 }

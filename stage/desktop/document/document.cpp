@@ -368,12 +368,10 @@ void Document::setPreview(std::int64_t first, std::int64_t last) {
 
 void Document::setTimes(FrameRate rate, std::int64_t lastFrame) {
     Scene& scene = host_.mutableScene();
-    const std::int64_t last = std::max(lastFrame, scene.frameOfLastKey());
     if (isBusy() || (rate == scene.rate && lastFrame == scene.lastFrame)) return;
     const bool previewToEnd = scene.previewLast >= scene.lastFrame;
-    const bool isOther = rate != scene.rate;
-    if (isOther) scene.setRate(rate);
-    scene.lastFrame = isOther ? std::max(lastFrame, scene.frameOfLastKey()) : last;
+    if (rate != scene.rate) scene.setRate(rate);
+    scene.lastFrame = std::max(lastFrame, scene.frameOfLastKey());
     if (previewToEnd || scene.previewLast > scene.lastFrame) scene.previewLast = scene.lastFrame;
     scene.previewFirst = std::min(scene.previewFirst, scene.previewLast);
     savedPosition_ = -1;

@@ -1,7 +1,7 @@
 // Taking the steps of a recipe on the open scene.
 
 #include "stage/desktop/document/document.h"
-#include "stage/user/step_items.h"
+#include "stage/user/step_place.h"
 
 namespace cadencora::stage {
 
@@ -30,27 +30,14 @@ Result<> Document::run(const std::vector<Step>& steps) {
 
 // One step as one edit. After a Problem the scene is as before the step.
 Result<> Document::runStep(const Step& step, ScriptedUser& script) {
-    Scene& now = host_.mutableScene();
-    if (step.select) {
-        auto items = itemsOf(scene(), step);
-        if (!items) return items.problem();
-        host_.select(std::move(*items));
-    }
-    if (step.time) now.currentTime = now.rate.timeAt(*step.time);
-    if (step.preview) std::tie(now.previewFirst, now.previewLast) = *step.preview;
+    if (auto there = goToStep(host_.mutableScene(), step); !there) return there;
     host_.refreshRecords();
     Result<> performed = done();
     command_ = step.press;
-    ++depth_;
-    clock_.start(QString::fromStdString(step.press));
-    const ChangeReport report = host_.event(
-        step.press, [&] { performed = script.perform(step); },
-        [&] {
-            return performed.ok() && !script.sawError() && step.keep && host_.problems.empty() &&
-                   host_.misuses.empty();
-        });
-    clock_.stop();
-    --depth_;
+    const ChangeReport report = edit(step.press, [&] {
+        performed = script.perform(step);
+        failed_ = !performed || script.sawError() || !step.keep;
+    });
     std::vector<Problem> problems = host_.takeProblems();
     if (!step.keep && performed) return done(); // whatever it said, it was taken back
     if (!performed) return performed;

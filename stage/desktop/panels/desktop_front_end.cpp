@@ -120,8 +120,7 @@ QWidget* DesktopFrontEnd::parent() const {
 }
 
 // A dialog leaves the main window alive, for its time and its views; what acts on the scene there
-// does nothing meanwhile. What would begin another command is out of reach, and so is a dialog
-// below another.
+// does nothing meanwhile. The panels and the dialogs below it are disabled.
 void DesktopFrontEnd::setPanelsEnabled(bool enabled) {
     for (const auto& window : floating_)
         if (window) window->setEnabled(enabled);

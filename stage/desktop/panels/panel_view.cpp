@@ -56,13 +56,10 @@ void moveToUsualPlace(QWidget& window, const PanelModel& panel, const PanelMetri
                        QPoint(metrics.toScreen(panel.x), metrics.toScreen(panel.y)));
 }
 
-// "Destroy Keys: Select Range", and wide enough that it can be read.
-void setDialogTitle(QDialog& dialog, const PanelModel& panel, const std::string& command) {
-    const QString title = qtText(panel.title), button = qtText(command);
-    const QString whole = title.startsWith(button) ? title
-                          : title.isEmpty()        ? button
-                                                   : button + QStringLiteral(": ") + title;
-    dialog.setWindowTitle(whole);
+// "Destroy Keys: Select Range"; the button that opened it is named once.
+QString dialogTitle(const QString& title, const QString& button) {
+    if (title.startsWith(button)) return title;
+    return title.isEmpty() ? button : button + QStringLiteral(": ") + title;
 }
 
 // Keys that move the time in the main window belong to the controls of a panel that has the focus.
@@ -171,7 +168,7 @@ void PanelWindow::closeEvent(QCloseEvent* event) {
 PanelDialog::PanelDialog(PanelModel& panel, const PanelContext& context, QWidget* parent,
                          const QWidget* view)
     : QDialog(parent), view_(new PanelView(panel, context)), title_(qtText(panel.title)) {
-    setDialogTitle(*this, panel, context.document.command());
+    setWindowTitle(dialogTitle(title_, qtText(context.document.command())));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &PanelDialog::accept);

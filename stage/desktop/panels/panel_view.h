@@ -15,7 +15,7 @@ public:
 
     PanelModel& panel() { return panel_; }
     bool settle();                      // enters what was typed; false: something is refused
-    ControlView* onlyTextField() const; // null where there is none, or another one
+    ControlView* onlyTextField() const; // null unless there is exactly one
 
 private:
     void refresh();

@@ -26,8 +26,6 @@ public:
     void run(); // on the open scene
     void askSave();
 
-    bool isModified() const { return isModified_; }
-
 private:
     void askOpen();
     void askFolder();

@@ -10,21 +10,6 @@
 
 namespace cadencora::stage {
 
-namespace {
-
-bool isSame(const RecordedStep& a, const RecordedStep& b) {
-    const auto settings = [](const Step::Setting& one, const Step::Setting& other) {
-        return one.label == other.label && one.value == other.value;
-    };
-    return a.shortfall == b.shortfall && a.step.press == b.step.press &&
-           a.step.keep == b.step.keep && a.step.cancel == b.step.cancel &&
-           a.step.select == b.step.select && a.step.time == b.step.time &&
-           a.step.preview == b.step.preview && a.step.answers == b.step.answers &&
-           std::ranges::equal(a.step.settings, b.step.settings, settings);
-}
-
-} // namespace
-
 StepList::StepList(Document& document, QWidget* parent)
     : QWidget(parent), document_(document), rows_(new QTreeWidget),
       save_(new QPushButton(tr("Save Recipe…"))), recipe_(new QPushButton(tr("Edit…"))),
@@ -64,8 +49,7 @@ void StepList::showSteps() {
     if (document_.recorder().revision() == revision_) return;
     revision_ = document_.recorder().revision();
     std::vector<RecordedStep> now = document_.recorder().recorded();
-    const auto same =
-        static_cast<int>(std::ranges::mismatch(shown_, now, isSame).in1 - shown_.begin());
+    const auto same = static_cast<int>(std::ranges::mismatch(shown_, now).in1 - shown_.begin());
     while (rows_->topLevelItemCount() > same)
         delete rows_->takeTopLevelItem(rows_->topLevelItemCount() - 1);
     for (auto step = now.begin() + same; step != now.end(); ++step) {

@@ -1,5 +1,6 @@
 #include "stage/desktop/views/curve_view.h"
 
+#include "stage/desktop/widgets/colours.h"
 #include "stage/desktop/widgets/item_icons.h"
 #include "stage/desktop/widgets/qt_text.h"
 #include "stage/plot/axis.h"
@@ -23,11 +24,6 @@ constexpr int keySpacing = 6;  // pixels
 constexpr double laneGap = 6;  // pixels
 constexpr double nearby = 12;  // pixels from the pointer to a curve
 constexpr double markSize = 3; // radius, pixels
-
-QColor faint(QColor colour, int alpha) {
-    colour.setAlpha(alpha);
-    return colour;
-}
 
 void drawMark(QPainter& painter, Shape shape, const QPointF& at) {
     const auto corners = markCorners(shape);

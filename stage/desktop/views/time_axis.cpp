@@ -9,11 +9,16 @@ TimeAxis::TimeAxis(Document& document) : document_(document), whole_(wholeScene(
     connect(&document, &Document::changed, this, &TimeAxis::take);
 }
 
-TimeAxis::Stretch TimeAxis::wholeScene() const {
+std::pair<std::int64_t, std::int64_t> TimeAxis::sceneFrames() const {
     const Scene& scene = document_.scene();
     const std::int64_t first = std::min<std::int64_t>(0, scene.previewFirst);
-    const std::int64_t last = std::max({scene.lastFrame, scene.previewLast, first + 1});
-    return {scene.rate.timeOf(first), scene.rate.timeOf(last)};
+    return {first, std::max({scene.lastFrame, scene.previewLast, first + 1})};
+}
+
+TimeAxis::Stretch TimeAxis::wholeScene() const {
+    const FrameRate& rate = document_.scene().rate;
+    const auto [first, last] = sceneFrames();
+    return {rate.timeOf(first), rate.timeOf(last)};
 }
 
 TimeAxis::Stretch TimeAxis::preview() const {

@@ -23,7 +23,11 @@ public:
     double timeOf(double x, int width) const { return window(width).timeOf(x - left); }
     double frameOf(double x, int width) const; // with its fraction
 
-    // `share` of the time on show, or a factor of it, around what is at x.
+    // The first and the last frame of the scene, its preview range included.
+    std::pair<std::int64_t, std::int64_t> sceneFrames() const;
+
+    // Moves what is on show by pixels; makes it longer by a factor, while the time at x stays
+    // there.
     void pan(double pixels, int width);
     void zoom(double factor, double x, int width);
 

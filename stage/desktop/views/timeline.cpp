@@ -1,6 +1,6 @@
 #include "stage/desktop/views/timeline.h"
 
-#include "stage/desktop/widgets/item_icons.h"
+#include "stage/desktop/widgets/colours.h"
 #include "stage/plot/axis.h"
 #include "stage/scene/summary.h"
 
@@ -41,9 +41,7 @@ double Timeline::xOf(double frame) const {
 
 // Scrubbing stays within the scene.
 std::int64_t Timeline::frameAt(double x) const {
-    const Scene& scene = document_.scene();
-    const std::int64_t first = std::min<std::int64_t>(0, scene.previewFirst);
-    const std::int64_t last = std::max({scene.lastFrame, scene.previewLast, first + 1});
+    const auto [first, last] = axis_.sceneFrames();
     return std::clamp<std::int64_t>(std::llround(axis_.frameOf(x, width())), first, last);
 }
 
@@ -97,14 +95,13 @@ void Timeline::paintRuler(QPainter& painter) const {
     const int wide =
         fontMetrics().horizontalAdvance(QString::number(static_cast<qlonglong>(last))) + 24;
     const double step = std::max(1.0, niceStep(last - first, shown.columns / wide));
-    QColor line = palette().color(QPalette::Text);
+    const QColor ink = palette().color(QPalette::Text);
     const int top = rangeHeight();
     for (double i = std::ceil(first / step - 1e-9); i * step <= last + 1e-9; ++i) {
         const double frame = i * step, x = xOf(frame);
-        line.setAlpha(90);
-        painter.setPen(line);
+        painter.setPen(faint(ink, 90));
         painter.drawLine(QPointF(x, top + fontMetrics().height() + 3), QPointF(x, height()));
-        painter.setPen(palette().color(QPalette::Text));
+        painter.setPen(ink);
         painter.drawText(QRectF(x - wide, top + 1, 2 * wide, fontMetrics().height()),
                          Qt::AlignCenter, QString::number(static_cast<qlonglong>(frame)));
     }
@@ -116,10 +113,8 @@ void Timeline::paintRange(QPainter& painter) const {
     const double from = xOf(static_cast<double>(scene.previewFirst));
     const double to = xOf(static_cast<double>(scene.previewLast));
     painter.fillRect(0, 0, width(), rangeHeight(), palette().color(QPalette::AlternateBase));
-    QColor bar = palette().color(QPalette::Highlight);
-    bar.setAlpha(90);
-    painter.fillRect(QRectF(from, 2, to - from, rangeHeight() - 4), bar);
-    bar.setAlpha(255);
+    const QColor bar = palette().color(QPalette::Highlight);
+    painter.fillRect(QRectF(from, 2, to - from, rangeHeight() - 4), faint(bar, 90));
     painter.fillRect(QRectF(from - 3, 1, 5, rangeHeight() - 2), bar);
     painter.fillRect(QRectF(to - 2, 1, 5, rangeHeight() - 2), bar);
 }
@@ -127,20 +122,20 @@ void Timeline::paintRange(QPainter& painter) const {
 // What an open dialog asks for has grips over the whole height.
 void Timeline::paintStretches(QPainter& painter) const {
     const int top = rangeHeight();
-    const auto fill = [&](const std::optional<FrameRange>& range, QColor colour, int alpha) {
+    const auto fill = [&](const std::optional<FrameRange>& range, const QColor& colour) {
         if (!range) return;
-        colour.setAlpha(alpha);
         const double from = xOf(range->first) - 1, to = xOf(range->last) + 1;
         painter.fillRect(QRectF(from, top, std::max(to - from, 2.0), height() - top), colour);
     };
-    fill(document_.changedRange(), changedColour(), 50);
-    const QColor mark = palette().color(QPalette::Highlight);
+    fill(document_.changedRange(), faint(changedColour(), 50));
     const auto asked = document_.askedRange();
-    if (!asked) return fill(document_.markedRange(), mark, 70);
-    fill(FrameRange{std::min(asked->first, asked->last), std::max(asked->first, asked->last)},
-         QColor(60, 160, 90), 80);
-    for (const double frame : {asked->first, asked->last})
-        painter.fillRect(QRectF(xOf(frame) - 2, top, 4, height() - top), QColor(60, 160, 90));
+    if (!asked)
+        return fill(document_.markedRange(), faint(palette().color(QPalette::Highlight), 70));
+    const QColor green(60, 160, 90);
+    const auto [low, high] = std::minmax(asked->first, asked->last);
+    fill(FrameRange{low, high}, faint(green, 80));
+    for (const double frame : {low, high})
+        painter.fillRect(QRectF(xOf(frame) - 2, top, 4, height() - top), green);
 }
 
 Timeline::Drag Timeline::gripAt(const QPointF& at) const {

@@ -2,6 +2,7 @@
 
 #include "stage/desktop/canvas/viewport_canvas.h"
 #include "stage/desktop/drawing/selection_order.h"
+#include "stage/desktop/widgets/colours.h"
 #include "stage/desktop/widgets/item_icons.h"
 #include "stage/desktop/widgets/qt_text.h"
 #include "stage/plot/axis.h"
@@ -20,9 +21,15 @@ namespace {
 const QColor selectedColour(245, 160, 40), xColour(210, 70, 70), yColour(80, 160, 60),
     zColour(70, 110, 220);
 
-QColor faint(QColor colour, int alpha) {
-    colour.setAlpha(alpha);
-    return colour;
+FlatShape flatLine(const ScreenLine& line, const QColor& colour, float width) {
+    return {{QPointF(line.x1, line.y1), QPointF(line.x2, line.y2)}, 2, colour, width};
+}
+
+FlatShape flatShape(const ScreenShape& shape, const QColor& colour) {
+    FlatShape flat{{}, shape.corners, colour};
+    for (std::size_t i = 0; i < shape.points.size(); ++i)
+        flat.points[i] = {shape.points[i].x, shape.points[i].y};
+    return flat;
 }
 
 } // namespace
@@ -149,9 +156,7 @@ void Viewport::addLine(std::vector<FlatShape>& to, const View& view, const Vec3&
     if (!line) return;
     const auto shown = clippedLine({line->first.x, line->first.y, line->second.x, line->second.y},
                                    width(), height());
-    if (shown)
-        to.push_back(
-            {{QPointF(shown->x1, shown->y1), QPointF(shown->x2, shown->y2)}, 2, colour, thick});
+    if (shown) to.push_back(flatLine(*shown, colour, thick));
 }
 
 // On the ground below the scene, lines on whole steps.
@@ -190,15 +195,9 @@ void Viewport::addGhost(ViewportPicture& picture, const SceneShapes& now) {
                                        kind_ == Canvas::lines ? MeshLines::all : MeshLines::none);
     for (const ScreenMesh& mesh : drawn.meshes)
         for (const ScreenLine& line : mesh.facing)
-            picture.over.push_back(
-                {{QPointF(line.x1, line.y1), QPointF(line.x2, line.y2)}, 2, faint(colour, 60), 1});
-    for (const ScreenShape& shape : drawn.shapes) {
-        FlatShape& flat = picture.over.emplace_back();
-        flat.corners = shape.corners;
-        flat.colour = colour;
-        for (std::size_t i = 0; i < shape.points.size(); ++i)
-            flat.points[i] = {shape.points[i].x, shape.points[i].y};
-    }
+            picture.over.push_back(flatLine(line, faint(colour, 60), 1));
+    for (const ScreenShape& shape : drawn.shapes)
+        picture.over.push_back(flatShape(shape, colour));
     picture.ghosts = std::move(shapes.surfaces);
 }
 
@@ -211,20 +210,16 @@ void Viewport::addShapes(ViewportPicture& picture, const ScreenPicture& drawn) c
         colours[static_cast<std::size_t>(type)] = itemColour(type, isDark(palette()));
     for (const ScreenMesh& mesh : drawn.meshes)
         for (const ScreenLine& line : mesh.outline)
-            picture.over.push_back(
-                {{QPointF(line.x1, line.y1), QPointF(line.x2, line.y2)}, 2, selectedColour, 2});
+            picture.over.push_back(flatLine(line, selectedColour, 2));
     picture.over.reserve(picture.over.size() + drawn.shapes.size());
     for (const ScreenShape& shape : drawn.shapes) {
-        FlatShape& flat = picture.over.emplace_back();
-        flat.corners = shape.corners;
-        flat.colour = shape.isSelected
-                          ? selectedColour
-                          : colours[static_cast<std::size_t>(scene.item(shape.item).type)];
+        FlatShape& flat = picture.over.emplace_back(
+            flatShape(shape, shape.isSelected
+                                 ? selectedColour
+                                 : colours[static_cast<std::size_t>(scene.item(shape.item).type)]));
         flat.width = shape.isSelected ? 2 : 1.2f;
         if (edged || shape.isSelected)
             flat.edge = shape.isSelected ? QColor(60, 35, 0) : flat.colour.darker(190);
-        for (std::size_t i = 0; i < shape.points.size(); ++i)
-            flat.points[i] = {shape.points[i].x, shape.points[i].y};
     }
 }
 

@@ -15,11 +15,6 @@ QIcon itemIcon(ItemType type, const QPalette& palette);
 // The colour by which a kind of item is known in lists and in the viewport.
 QColor itemColour(ItemType type, bool dark);
 
-// The colour of the range that the last command touched.
-inline QColor changedColour() {
-    return {225, 150, 30};
-}
-
 // Whether a palette is light on dark.
 bool isDark(const QPalette& palette);
 

@@ -1,11 +1,15 @@
-#include "stage/user/step_items.h"
+#include "stage/user/step_place.h"
 
 #include "stage/base/text.h"
 
+#include <tuple>
 #include <unordered_set>
 
 namespace cadencora::stage {
 
+namespace {
+
+// Of the names and patterns of a step that selects, each item once.
 Result<std::vector<ItemId>> itemsOf(const Scene& scene, const Step& step) {
     std::vector<ItemId> items;
     std::unordered_set<ItemId> known;
@@ -29,6 +33,19 @@ Result<std::vector<ItemId>> itemsOf(const Scene& scene, const Step& step) {
                            inQuotes(step.press), scene.namesLike(name)};
     }
     return items;
+}
+
+} // namespace
+
+Result<> goToStep(Scene& scene, const Step& step) {
+    if (step.select) {
+        auto items = itemsOf(scene, step);
+        if (!items) return items.problem();
+        scene.selection = std::move(*items);
+    }
+    if (step.time) scene.currentTime = scene.rate.timeAt(*step.time);
+    if (step.preview) std::tie(scene.previewFirst, scene.previewLast) = *step.preview;
+    return done();
 }
 
 } // namespace cadencora::stage
