@@ -1,25 +1,34 @@
 // Draws the windows of the desktop program into PNG files, for the manual:
 //
-//   make_screenshots SCENE ITEM FRAME FOLDER
+//   make_screenshots SCENE ITEM FRAME FOLDER [dark]
 //
 // first.png is the first screen; main.png is the window with the item selected, at the frame, and
 // labelled.png the same with the names of its parts; panel-TAB.png is each tab of the
 // plug-in's panel; dialog-BUTTON-N.png are the dialogs and messages that each button opens, all
 // accepted, and what they did undone; asking.png is the window while the first dialog of "Destroy
 // Keys" asks for a range, the dialog beside it; after.png is the window after "Destroy Keys";
-// dark-*.png are in the dark look. With OpenGL meshes are shaded, so it is best run under xvfb-run.
+// front.png has names, trail and bones without meshes, seen from the front; channels.png a curve
+// with its tangents and a hidden one; recipe.png the recipe of what was done; docked.png the panel
+// docked; clips.png the list of clips, where the file has several; manual.png, shortcuts-1.png,
+// about-1.png and rate-1.png are what the menus open. All are in the light look, or in the dark
+// one. With OpenGL meshes are shaded, so it is best run under xvfb-run.
 
 #include "stage/desktop/app/main_window.h"
 #include "stage/desktop/widgets/look.h"
 #include "tests/desktop/windows.h"
 
+#include <QAction>
 #include <QDir>
+#include <QListWidget>
 #include <QMessageBox>
 #include <QPainter>
 #include <QSettings>
 #include <QTabBar>
 #include <QTemporaryDir>
+#include <QTextBrowser>
 #include <QTimer>
+#include <QToolButton>
+#include <QTreeWidget>
 
 #include <cmath>
 #include <cstdio>
@@ -131,6 +140,58 @@ void takeTabs(DialogCamera& camera, MainWindow& window, PanelWindow& panel, QTab
     tabs.setCurrentIndex(0);
 }
 
+// What the menus call it, without the mark of the letter that opens it.
+void trigger(const MainWindow& window, const char* name) {
+    for (QAction* action : window.findChildren<QAction*>())
+        if (action->text().remove(QLatin1Char('&')) == QString::fromUtf8(name))
+            return action->trigger();
+}
+
+void takeViews(DialogCamera& camera, MainWindow& window) {
+    const auto switchAll = [&] {
+        for (const char* name : {"Names", "Meshes", "Trail of the Selected Item"})
+            trigger(window, name);
+    };
+    switchAll();
+    trigger(window, "From the Front");
+    trigger(window, "Frame the Whole Motion");
+    camera.take(window, QStringLiteral("front"));
+    switchAll();
+    if (auto* channels = window.findChild<QTreeWidget*>(QStringLiteral("channels"))) {
+        QTreeWidgetItem* group = channels->topLevelItem(0);
+        const auto row = [&](int index) {
+            return group && group->childCount() > index ? group->child(index)
+                                                        : channels->topLevelItem(index);
+        };
+        if (QTreeWidgetItem* hidden = row(1)) hidden->setCheckState(0, Qt::Unchecked);
+        if (QTreeWidgetItem* shown = row(0)) channels->setCurrentItem(shown);
+        camera.take(window, QStringLiteral("channels"));
+        if (QTreeWidgetItem* hidden = row(1)) hidden->setCheckState(0, Qt::Checked);
+    }
+    auto* clip = window.findChild<QToolButton*>(QStringLiteral("clip"));
+    if (!clip || !clip->isVisible()) return;
+    clip->click();
+    QWidget* list = clip->parentWidget()->findChild<QListWidget*>()->window();
+    camera.take(*list, QStringLiteral("clips"));
+    list->close();
+}
+
+void takeMenus(DialogCamera& camera, MainWindow& window) {
+    trigger(window, "Manual");
+    if (auto* text = window.findChild<QTextBrowser*>(QStringLiteral("manual"))) {
+        camera.take(*text->window(), QStringLiteral("manual"));
+        text->window()->close();
+    }
+    const std::pair<const char*, const char*> dialogs[] = {
+        {"Shortcuts", "shortcuts"}, {"About Cadencora", "about"}, {"Rate and Last Frame…", "rate"}};
+    for (const auto& [entry, name] : dialogs) {
+        camera.name = QString::fromUtf8(name);
+        camera.count = 0;
+        trigger(window, entry);
+    }
+    camera.name.clear();
+}
+
 int drawPictures(MainWindow& window, const QString& folder) {
     DialogCamera camera(folder);
     camera.take(window, QStringLiteral("main"));
@@ -154,12 +215,14 @@ int drawPictures(MainWindow& window, const QString& folder) {
     window.document().goToFrame(static_cast<std::int64_t>(std::round(1.5 * third)));
     camera.take(window, QStringLiteral("after"));
 
-    applyLook(Look::dark);
-    camera.take(window, QStringLiteral("dark-main"));
-    camera.take(*panel, QStringLiteral("dark-panel"));
-    camera.name = QStringLiteral("dark-dialog");
-    camera.count = 0;
-    findButton(*panel, "MoveRotateScale")->click();
+    findButton(window, "Edit…")->click();
+    camera.take(window, QStringLiteral("recipe"));
+    window.document().undo();
+    takeViews(camera, window);
+    takeMenus(camera, window);
+    window.addDockWidget(Qt::RightDockWidgetArea, panel);
+    panel->setFloating(false);
+    camera.take(window, QStringLiteral("docked"));
     return camera.failed() ? 1 : 0;
 }
 
@@ -168,17 +231,20 @@ int drawPictures(MainWindow& window, const QString& folder) {
 int makeScreenshots(int argc, char** argv) {
     QApplication application(argc, argv);
     const QStringList words = QApplication::arguments();
-    if (words.size() != 5) {
-        std::fputs("usage: make_screenshots SCENE ITEM FRAME FOLDER\n", stderr);
+    const bool isDark = words.size() == 6 && words[5] == QLatin1String("dark");
+    if (words.size() != 5 && !isDark) {
+        std::fputs("usage: make_screenshots SCENE ITEM FRAME FOLDER [dark]\n", stderr);
         return 2;
     }
     const QTemporaryDir settings; // the user's own stay as they are
     QSettings::setDefaultFormat(QSettings::IniFormat);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
+    applyLook(isDark ? Look::dark : Look::light);
 
     MainWindow window;
     window.show();
-    QTimer::singleShot(500, &application, &QApplication::quit); // until the window is there
+    // Until the window is there. To quit would close it.
+    QTimer::singleShot(500, &application, [] { QApplication::exit(); });
     QApplication::exec();
     if (QDir().mkpath(words[4]))
         window.grab().save(QDir(words[4]).filePath(QStringLiteral("first.png")));

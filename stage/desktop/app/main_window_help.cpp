@@ -57,13 +57,18 @@ void MainWindow::showManual(const QString& page) {
 
 // As the menus have them.
 void MainWindow::showShortcuts() {
+    const auto nameOf = [this](const QAction* action) { // without the command that it is about
+        if (action == undo_) return tr("Undo");
+        if (action == redo_) return tr("Redo");
+        return action->text().remove(QLatin1Char('&'));
+    };
     QString rows;
     for (const QAction* top : menuBar()->actions())
         for (const QAction* action : top->menu()->actions())
             if (!action->shortcut().isEmpty())
                 rows += QStringLiteral("<tr><td><b>%1</b>&nbsp;&nbsp;</td><td>%2</td></tr>")
                             .arg(action->shortcut().toString(QKeySequence::NativeText),
-                                 action->text().remove(QLatin1Char('&')).toHtmlEscaped());
+                                 nameOf(action).toHtmlEscaped());
     QMessageBox box(QMessageBox::NoIcon, tr("Shortcuts"),
                     QStringLiteral("<table>%1</table>").arg(rows), QMessageBox::Ok, this);
     box.exec();

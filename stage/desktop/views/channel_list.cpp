@@ -40,6 +40,7 @@ ChannelList::ChannelList(ShownChannels& channels, QWidget* parent)
 
     rows_->setObjectName(QStringLiteral("channels"));
     rows_->setHeaderHidden(true);
+    rows_->setTextElideMode(Qt::ElideLeft); // what tells channels apart is at the end
     rows_->setRootIsDecorated(false);
     rows_->setUniformRowHeights(true);
     rows_->setToolTip(tr("A click shows tangents, a double click singles a curve out"));
