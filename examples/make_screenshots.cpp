@@ -11,13 +11,12 @@
 // with its tangents and a hidden one; recipe.png the recipe of what was done; docked.png the panel
 // docked; clips.png the list of clips, where the file has several; manual.png, shortcuts-1.png,
 // about-1.png and rate-1.png are what the menus open. All are in the light look, or in the dark
-// one. With OpenGL meshes are shaded, so it is best run under xvfb-run.
+// one. With OpenGL meshes are shaded, so it is best run under xvfb-run. The scene is one file.
 
 #include "stage/desktop/app/main_window.h"
 #include "stage/desktop/widgets/look.h"
 #include "tests/desktop/windows.h"
 
-#include <QAction>
 #include <QDir>
 #include <QListWidget>
 #include <QMessageBox>
@@ -140,36 +139,26 @@ void takeTabs(DialogCamera& camera, MainWindow& window, PanelWindow& panel, QTab
     tabs.setCurrentIndex(0);
 }
 
-// What the menus call it, without the mark of the letter that opens it.
-void trigger(const MainWindow& window, const char* name) {
-    for (QAction* action : window.findChildren<QAction*>())
-        if (action->text().remove(QLatin1Char('&')) == QString::fromUtf8(name))
-            return action->trigger();
-}
-
 void takeViews(DialogCamera& camera, MainWindow& window) {
     const auto switchAll = [&] {
-        for (const char* name : {"Names", "Meshes", "Trail of the Selected Item"})
-            trigger(window, name);
+        for (const char* name : {"&Names", "M&eshes", "Tr&ail of the Selected Item"})
+            findEntry(window, name)->trigger();
     };
     switchAll();
-    trigger(window, "From the Front");
-    trigger(window, "Frame the Whole Motion");
+    findEntry(window, "From the F&ront")->trigger();
+    findEntry(window, "Frame the Whole &Motion")->trigger();
     camera.take(window, QStringLiteral("front"));
     switchAll();
-    if (auto* channels = window.findChild<QTreeWidget*>(QStringLiteral("channels"))) {
-        QTreeWidgetItem* group = channels->topLevelItem(0);
-        const auto row = [&](int index) {
-            return group && group->childCount() > index ? group->child(index)
-                                                        : channels->topLevelItem(index);
-        };
-        if (QTreeWidgetItem* hidden = row(1)) hidden->setCheckState(0, Qt::Unchecked);
-        if (QTreeWidgetItem* shown = row(0)) channels->setCurrentItem(shown);
-        camera.take(window, QStringLiteral("channels"));
-        if (QTreeWidgetItem* hidden = row(1)) hidden->setCheckState(0, Qt::Checked);
-    }
+    auto* channels = window.findChild<QTreeWidget*>(QStringLiteral("channels"));
+    channels->setCurrentItem(channels->topLevelItem(0));
+    const auto showSecond = [&](Qt::CheckState state) {
+        if (QTreeWidgetItem* second = channels->topLevelItem(1)) second->setCheckState(0, state);
+    };
+    showSecond(Qt::Unchecked);
+    camera.take(window, QStringLiteral("channels"));
+    showSecond(Qt::Checked);
     auto* clip = window.findChild<QToolButton*>(QStringLiteral("clip"));
-    if (!clip || !clip->isVisible()) return;
+    if (!clip->isVisible()) return;
     clip->click();
     QWidget* list = clip->parentWidget()->findChild<QListWidget*>()->window();
     camera.take(*list, QStringLiteral("clips"));
@@ -177,17 +166,17 @@ void takeViews(DialogCamera& camera, MainWindow& window) {
 }
 
 void takeMenus(DialogCamera& camera, MainWindow& window) {
-    trigger(window, "Manual");
-    if (auto* text = window.findChild<QTextBrowser*>(QStringLiteral("manual"))) {
-        camera.take(*text->window(), QStringLiteral("manual"));
-        text->window()->close();
-    }
-    const std::pair<const char*, const char*> dialogs[] = {
-        {"Shortcuts", "shortcuts"}, {"About Cadencora", "about"}, {"Rate and Last Frame…", "rate"}};
+    findEntry(window, "&Manual")->trigger();
+    QWidget* manual = window.findChild<QTextBrowser*>(QStringLiteral("manual"))->window();
+    camera.take(*manual, QStringLiteral("manual"));
+    manual->close();
+    const std::pair<const char*, const char*> dialogs[] = {{"&Shortcuts", "shortcuts"},
+                                                           {"&About Cadencora", "about"},
+                                                           {"&Rate and Last Frame…", "rate"}};
     for (const auto& [entry, name] : dialogs) {
         camera.name = QString::fromUtf8(name);
         camera.count = 0;
-        trigger(window, entry);
+        findEntry(window, entry)->trigger();
     }
     camera.name.clear();
 }
@@ -236,9 +225,9 @@ int makeScreenshots(int argc, char** argv) {
         std::fputs("usage: make_screenshots SCENE ITEM FRAME FOLDER [dark]\n", stderr);
         return 2;
     }
-    const QTemporaryDir settings; // the user's own stay as they are
+    const QTemporaryDir scratch; // the user's settings stay as they are
     QSettings::setDefaultFormat(QSettings::IniFormat);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, scratch.path());
     applyLook(isDark ? Look::dark : Look::light);
 
     MainWindow window;
@@ -248,7 +237,11 @@ int makeScreenshots(int argc, char** argv) {
     QApplication::exec();
     if (QDir().mkpath(words[4]))
         window.grab().save(QDir(words[4]).filePath(QStringLiteral("first.png")));
-    if (!QDir().mkpath(words[4]) || !window.openFile(words[1]) || !window.startPlugin()) return 1;
+    // A copy, since clips are saved beside the scene.
+    const QString scene = scratch.filePath(QFileInfo(words[1]).fileName());
+    if (!QDir().mkpath(words[4]) || !QFile::copy(words[1], scene) || !window.openFile(scene) ||
+        !window.startPlugin())
+        return 1;
     Document& document = window.document();
     const ItemId item = document.scene().findItem(words[2].toStdString());
     if (item == ItemId::none) {

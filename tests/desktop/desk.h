@@ -7,7 +7,6 @@
 #include "tests/desktop/some_scene.h"
 #include "tests/desktop/windows.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -70,10 +69,8 @@ inline void turnWheel(QWidget& over, const QPoint& at, Qt::KeyboardModifiers mod
     QApplication::sendEvent(&over, &wheel);
 }
 
-// Chooses the entry of a menu that has a text, its shortcut's mark included.
-inline void trigger(QWidget& window, const char* text) {
-    for (QAction* action : window.findChildren<QAction*>())
-        if (action->text() == QString::fromUtf8(text)) return action->trigger();
+inline void trigger(const QWidget& window, const char* text) {
+    if (QAction* entry = findEntry(window, text)) return entry->trigger();
     ADD_FAILURE() << "no entry " << text;
 }
 

@@ -4,6 +4,7 @@
 
 #include "stage/desktop/panels/panel_view.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QEvent>
@@ -22,6 +23,13 @@ inline PanelWindow* findPanelWindow() {
 inline QPushButton* findButton(QWidget& window, const char* text, int nth = 0) {
     for (QPushButton* found : window.findChildren<QPushButton*>())
         if (found->text() == QString::fromUtf8(text) && nth-- == 0) return found;
+    return nullptr;
+}
+
+// The entry of a window's menus that has a text, its shortcut's mark included; null: there is none.
+inline QAction* findEntry(const QWidget& window, const char* text) {
+    for (QAction* found : window.findChildren<QAction*>())
+        if (found->text() == QString::fromUtf8(text)) return found;
     return nullptr;
 }
 
