@@ -189,6 +189,16 @@ bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHa
     if (!in) [[unlikely]]
         return refuse<manner>(nullAttribute);
     result = 1;
+    if (isParameter(attribute)) { // first: most of what copies of keys set
+        const double number = read<double>(in);
+        const Parameter which = parameterOf(attribute);
+        if (isQuick && keys.staysZero(key, which, number)) return true;
+        result = std::isfinite(number) ? 1 : 0;
+        if (result == 0) return true;
+        if constexpr (isQuick) return keys.setParameterInPlace(key, which, number);
+        keys.setParameter(key, which, number);
+        return true;
+    }
     if (attribute == host::keyShape) {
         const int shape = read<int>(in);
         result = isShape(shape) ? 1 : 0;
@@ -198,17 +208,11 @@ bool setAttribute(Host& host, KeyStore& keys, const KeyStore::Cursor& key, KeyHa
         return true;
     }
     const double number = read<double>(in);
-    if constexpr (isQuick) // most of what copies of keys set
-        if (isParameter(attribute) && keys.staysZero(key, parameterOf(attribute), number))
-            return true;
     result = std::isfinite(number) ? 1 : 0;
     if (result == 0) return true;
     if (attribute == host::keyValue) {
         if constexpr (isQuick) return keys.setValueInPlace(key, number);
         keys.setValue(key, number);
-    } else if (isParameter(attribute)) {
-        if constexpr (isQuick) return keys.setParameterInPlace(key, parameterOf(attribute), number);
-        keys.setParameter(key, parameterOf(attribute), number);
     } else if (attribute != host::keyTime) {
         return refuse<manner>([=] { wrongAttribute(attribute); });
     } else {
@@ -335,14 +339,17 @@ bool quickCreateKey(host::Envelope envelope, double time, double value, host::Ke
                              ? missed.settled
                              : keyTime(*Host::active(), target.keys, time);
     const KeyStore::Place place = target.keys.placeAt(keyed);
-    if (!target.placesInPlace(place, keyed)) return false;
-    const KeyStore::Cursor made = target.placeKey(place, keyed, value);
+    const bool movesKeys = !KeyStore::insertsAlone(place);
+    const KeyStore::Cursor made = target.placeInPlace(place, keyed, value);
+    if (!made) return false;
     KeyHandle handle = KeyHandle::none;
     target.keys.handleInPlace(made, handle);
     result = Wire<KeyHandle>::out(handle);
     Host::lastKeys.written = {envelope, result, of->envelope, made};
-    Host::lastKeys.walked.lookAgain(of->envelope);
-    Host::lastKeys.passed.lookAgain(of->envelope);
+    if (movesKeys) {
+        Host::lastKeys.walked.lookAgain(of->envelope);
+        Host::lastKeys.passed.lookAgain(of->envelope);
+    }
     return true;
 }
 

@@ -162,10 +162,11 @@ KeyStore::Cursor Envelope::placeKey(KeyStore::Place place, double time, double v
     return key;
 }
 
-bool Envelope::placesInPlace(KeyStore::Place place, double time) const {
+KeyStore::Cursor Envelope::placeInPlace(KeyStore::Place place, double time, double value) {
+    if (!keys.insertsInPlace(place)) return {};
     const Cursor next = keys.after(place);
-    if (next && (next.time() == time || next.shape() == Shape::tangents)) return false;
-    return keys.insertsInPlace(place);
+    if (next && (next.time() == time || next.shape() == Shape::tangents)) return {};
+    return keys.insertAt(place, time, value, next ? next.shape() : keys.last().shape());
 }
 
 void assign(Envelope& to, const Envelope& from) {

@@ -38,9 +38,9 @@ struct Envelope {
         return placeKey(keys.placeAt(time), time, value);
     }
     KeyStore::Cursor placeKey(KeyStore::Place place, double time, double value); // keys.placeAt's
-    // True where no key stands at the time and placing one, with its handle, takes no memory. It
-    // may be false without need.
-    bool placesInPlace(KeyStore::Place place, double time) const;
+    // The same where that takes no memory, nor does the key's handle. Empty, and nothing was done,
+    // where it would, where a key stands at the time, or where it is no simple matter.
+    KeyStore::Cursor placeInPlace(KeyStore::Place place, double time, double value);
 };
 
 // Gives `to` the keys and behaviours of `from`; handles of its old keys end.

@@ -24,24 +24,24 @@ std::uint32_t firstSerial() {
 KeyData KeyStore::Cursor::data() const {
     KeyData key{time(), value(), shape(), {}};
     for (std::size_t p = 0; p < parameterCount; ++p)
-        key.parameters[p] = block_->columns->parameter(slot_, p);
+        key.parameters[p] = block_->arrays.parameterAt(slot_, p);
     return key;
 }
 
 bool KeyStore::Cursor::sameParameters(const Cursor& a, const Cursor& b) {
-    const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
+    const KeyArrays &x = a.block_->arrays, &y = b.block_->arrays;
     for (std::size_t p = 0; p < parameterCount; ++p)
-        if (!identical(x.parameter(a.slot_, p), y.parameter(b.slot_, p))) return false;
+        if (!identical(x.parameterAt(a.slot_, p), y.parameterAt(b.slot_, p))) return false;
     return true;
 }
 
 namespace {
 
 // How many keys of two runs are the same from the front, parameters aside. The first two are.
-int sameKeys(const KeyColumns& a, int slotA, const KeyColumns& b, int slotB, int run) {
-    const double *timeA = &a.time[KeyBlock::at(slotA)], *timeB = &b.time[KeyBlock::at(slotB)];
-    const double *valueA = &a.value[KeyBlock::at(slotA)], *valueB = &b.value[KeyBlock::at(slotB)];
-    const Shape *shapeA = &a.shape[KeyBlock::at(slotA)], *shapeB = &b.shape[KeyBlock::at(slotB)];
+int sameKeys(const KeyArrays& a, int slotA, const KeyArrays& b, int slotB, int run) {
+    const double *timeA = a.time() + slotA, *timeB = b.time() + slotB;
+    const double *valueA = a.value() + slotA, *valueB = b.value() + slotB;
+    const Shape *shapeA = a.shape() + slotA, *shapeB = b.shape() + slotB;
     constexpr int stride = 8; // whole strides are compared without a branch
     const auto sameAt = [&](int i) {
         return identical(timeA[i], timeB[i]) && identical(valueA[i], valueB[i]) &&
@@ -64,10 +64,10 @@ int sameKeys(const KeyColumns& a, int slotA, const KeyColumns& b, int slotB, int
 } // namespace
 
 void skipSameKeys(KeyStore::Cursor& a, KeyStore::Cursor& b) {
-    const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
+    const KeyArrays &x = a.block_->arrays, &y = b.block_->arrays;
     int same = std::min(a.runLength(), b.runLength());
-    if (&x != &y || a.slot_ != b.slot_)
-        same = x.parameters || y.parameters ? 1 : sameKeys(x, a.slot_, y, b.slot_, same);
+    if (!sharedKey(a, b))
+        same = x.hasParameters() || y.hasParameters() ? 1 : sameKeys(x, a.slot_, y, b.slot_, same);
     a.slot_ += same - 1;
     b.slot_ += same - 1;
     a.advance();
@@ -78,24 +78,24 @@ namespace {
 
 // A stretch of keys in one array each, as long as a block's gap lets it be.
 struct Run {
-    const KeyColumns& columns;
+    const KeyArrays& arrays;
     const double* time;
     const double* value;
     const Shape* shape;
-    int slot, length;
+    int first, length;
 
-    Run(const KeyColumns& of, int first, int keys)
-        : columns(of), time(&of.time[KeyBlock::at(first)]), value(&of.value[KeyBlock::at(first)]),
-          shape(&of.shape[KeyBlock::at(first)]), slot(first), length(keys) {}
+    Run(const KeyArrays& of, int slot, int keys)
+        : arrays(of), time(of.time() + slot), value(of.value() + slot), shape(of.shape() + slot),
+          first(slot), length(keys) {}
 };
 
 bool sameInRuns(const Run& a, int i, const Run& b, int j) {
     if (!identical(a.value[i], b.value[j]) || a.shape[i] != b.shape[j] ||
         !identical(a.time[i], b.time[j]))
         return false;
-    if (!a.columns.parameters && !b.columns.parameters) return true;
+    if (!a.arrays.hasParameters() && !b.arrays.hasParameters()) return true;
     for (std::size_t p = 0; p < parameterCount; ++p)
-        if (!identical(a.columns.parameter(a.slot + i, p), b.columns.parameter(b.slot + j, p)))
+        if (!identical(a.arrays.parameterAt(a.first + i, p), b.arrays.parameterAt(b.first + j, p)))
             return false;
     return true;
 }
@@ -115,14 +115,16 @@ KeyStore::Differences KeyStore::differencesFrom(const KeyStore& before) const {
         key.slot_ += keys - 1;
         key.advance();
     };
+    before.fetchBlocks();
+    fetchBlocks();
     Cursor old = before.begin(), now = begin();
     while (old && now) {
         if (sharedKey(old, now)) {
             skipSameKeys(old, now);
             continue;
         }
-        const Run was(*old.block_->columns, old.slot_, old.runLength());
-        const Run is(*now.block_->columns, now.slot_, now.runLength());
+        const Run was(old.block_->arrays, old.slot_, old.runLength());
+        const Run is(now.block_->arrays, now.slot_, now.runLength());
         int i = 0, j = 0;
         while (i < was.length && j < is.length) {
             const double oldTime = was.time[i], newTime = is.time[j];
@@ -149,7 +151,7 @@ KeyStore::Differences KeyStore::differencesFrom(const KeyStore& before) const {
     const auto rest = [&](Cursor key, std::size_t& count) {
         while (key) {
             const int run = key.runLength();
-            const double* times = &key.block_->columns->time[Block::at(key.slot_)];
+            const double* times = key.block_->arrays.time() + key.slot_;
             touch(times[0], times[run - 1]);
             count += static_cast<std::size_t>(run);
             pass(key, run);
@@ -193,7 +195,18 @@ void KeyStore::swap(KeyStore& other) noexcept {
     std::swap(finger_, other.finger_);
 }
 
+// Before a walk over all blocks, which lie anywhere in memory: fetched together they come much
+// sooner than one after the other.
+void KeyStore::fetchBlocks() const {
+    for (const Block* block : blocks_) {
+        constexpr std::size_t line = 64;
+        __builtin_prefetch(block);
+        __builtin_prefetch(reinterpret_cast<const char*>(block) + line);
+    }
+}
+
 void KeyStore::copyKeys(const KeyStore& other) {
+    other.fetchBlocks();
     separators_ = other.separators_;
     blocks_.reserve(other.blocks_.size());
     for (const Block* from = other.head_; from; from = from->next) {
@@ -201,12 +214,13 @@ void KeyStore::copyKeys(const KeyStore& other) {
         to->previous = tail_;
         (tail_ ? tail_->next : head_) = to;
         tail_ = to;
-        blocks_.push_back(to);
+        if (!other.blocks_.empty()) blocks_.push_back(to);
     }
     size_ = other.size_;
 }
 
 void KeyStore::clear() {
+    fetchBlocks();
     while (head_)
         delete std::exchange(head_, head_->next);
     tail_ = nullptr;
@@ -223,33 +237,33 @@ std::size_t KeyStore::bytes() const {
 }
 
 std::size_t KeyStore::bytesBeside(const KeyStore& other) const {
-    std::vector<const KeyColumns*> shared;
-    for (const Block* block = other.head_; block; block = block->next)
-        shared.push_back(&*block->columns);
-    std::ranges::sort(shared, std::less());
     std::size_t total = sizeof *this + separators_.capacity() * sizeof(double) +
                         blocks_.capacity() * sizeof(Block*) + entries_.capacity() * sizeof(Entry);
+    // What two stores share stands behind the same separator in both, or begins later in the other.
+    const Block* beside = other.head_;
+    other.fetchBlocks();
+    fetchBlocks();
     for (const Block* block = head_; block; block = block->next) {
-        const KeyColumns& columns = *block->columns;
-        total += sizeof *block + (block->links ? sizeof *block->links : 0);
-        if (std::ranges::binary_search(shared, &columns, std::less())) continue;
-        total += sizeof columns;
-        if (columns.parameters) total += sizeof *columns.parameters;
+        while (beside && beside->next && beside->next->separator <= block->separator)
+            beside = beside->next;
+        total += sizeof *block + block->links.bytes();
+        if (beside && beside->arrays.sharedWith(block->arrays)) continue;
+        std::size_t slotBytes = KeyColumns::bytesOfSlot;
         for (std::size_t p = 0; p < parameterCount; ++p)
-            total += columns.hasColumn(p) ? sizeof(KeyColumns::Column<double>) : 0;
+            slotBytes += block->arrays.parameter(p) ? sizeof(double) : 0;
+        total += sizeof(KeyColumns) + Block::at(block->room) * slotBytes;
     }
     return total;
 }
 
 void KeyStore::releaseMemory() {
-    KeyColumns::release();
-    KeyBlock::release();
-    KeyBlock::Links::release();
+    BlockMemory::release();
 }
 
 // Places
 
 KeyStore::Block* KeyStore::blockFor(double time) const {
+    if (blocks_.empty()) return head_;
     const auto above = std::upper_bound(separators_.begin() + 1, separators_.end(), time);
     return blocks_[static_cast<std::size_t>(above - separators_.begin()) - 1];
 }
@@ -330,7 +344,7 @@ KeyHandle KeyStore::next(KeyHandle key) {
     Block* block = entry.block;
     int slot = static_cast<int>(entry.slot) + 1;
     if (slot == block->gapBegin) slot = block->gapEnd();
-    if (slot >= Block::capacity) {
+    if (slot >= block->room) {
         block = block->next;
         if (!block) return KeyHandle::none;
         slot = block->firstSlot();

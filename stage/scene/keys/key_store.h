@@ -3,7 +3,8 @@
 // Keys lie in blocks of up to 128, each attribute in an array of its own, with one movable gap per
 // block: edits next to each other cost a few moves, whatever the length of the curve. Attributes 3
 // to 9 take memory only in blocks where one of them is not zero. A copy shares the arrays with its
-// original: a block's are copied when one of the two edits a key in them.
+// original: a block's are copied when one of the two edits a key in them. A key that comes alone
+// between shared ones gets a small block of its own, and nothing is copied.
 //
 // Costs: next, and find, insert or erase near the last place touched: constant. Elsewhere:
 // logarithmic, plus at most one block of moves. A copy: a few words per block. Memory: 18 bytes per
@@ -32,14 +33,14 @@ public:
     public:
         Cursor() = default;
         explicit operator bool() const { return block_ != nullptr; }
-        double time() const { return block_->columns->time[Block::at(slot_)]; }
-        double value() const { return block_->columns->value[Block::at(slot_)]; }
-        Shape shape() const { return block_->columns->shape[Block::at(slot_)]; }
-        double parameter(Parameter which) const { return block_->columns->parameter(slot_, which); }
+        double time() const { return block_->arrays.time()[slot_]; }
+        double value() const { return block_->arrays.value()[slot_]; }
+        Shape shape() const { return block_->arrays.shape()[slot_]; }
+        double parameter(Parameter which) const { return block_->arrays.parameterAt(slot_, which); }
         KeyData data() const;
         void advance() { // past the last key: none
             if (++slot_ == block_->gapBegin) slot_ = block_->gapEnd();
-            if (slot_ < Block::capacity) return;
+            if (slot_ < block_->room) return;
             block_ = block_->next;
             if (block_) slot_ = block_->firstSlot();
         }
@@ -52,17 +53,16 @@ public:
 
         // True where every attribute of the two keys has the same bits.
         friend bool sameKey(const Cursor& a, const Cursor& b) {
-            const KeyColumns &x = *a.block_->columns, &y = *b.block_->columns;
-            const auto i = KeyBlock::at(a.slot_), j = KeyBlock::at(b.slot_);
-            return identical(x.time[i], y.time[j]) && identical(x.value[i], y.value[j]) &&
-                   x.shape[i] == y.shape[j] &&
-                   ((!x.parameters && !y.parameters) || sameParameters(a, b));
+            return identical(a.time(), b.time()) && identical(a.value(), b.value()) &&
+                   a.shape() == b.shape() &&
+                   ((!a.block_->arrays.hasParameters() && !b.block_->arrays.hasParameters()) ||
+                    sameParameters(a, b));
         }
 
         // True where two stores have the key in one array: nothing need be read to tell it is the
         // same.
         friend bool sharedKey(const Cursor& a, const Cursor& b) {
-            return a.slot_ == b.slot_ && a.block_->columns == b.block_->columns;
+            return a.block_->arrays.time() + a.slot_ == b.block_->arrays.time() + b.slot_;
         }
 
         // Steps both cursors, which stand on keys that are the same to the bit, over these and the
@@ -72,7 +72,7 @@ public:
     private:
         friend class KeyStore;
         int runLength() const { // of slots with keys from here on
-            return (slot_ < block_->gapBegin ? block_->gapBegin : Block::capacity) - slot_;
+            return (slot_ < block_->gapBegin ? block_->gapBegin : block_->room) - slot_;
         }
         static bool sameParameters(const Cursor& a, const Cursor& b);
         Cursor(const Block* block, int slot) : block_(block), slot_(slot) {}
@@ -151,7 +151,7 @@ public:
     }
     bool handleInPlace(Cursor key, KeyHandle& result) { // the same; false: it would allocate
         if (!key.block_->links) return false;
-        std::uint32_t& link = (*key.block_->links)[Block::at(key.slot_)];
+        std::uint32_t& link = mutableBlock(key).links[Block::at(key.slot_)];
         if (link == 0) {
             if (freeEntry_ == 0) return false;
             link = takeEntry(&mutableBlock(key), key.slot_);
@@ -175,15 +175,20 @@ public:
     Cursor insert(double time, double value, Shape shape);
     // The same at a time where no key stands; the place must be placeAt(time).
     Cursor insertAt(Place place, double time, double value, Shape shape) {
-        const int slot = openSlot(place, time);
-        finger_.block->put(slot, time, value, shape);
-        return {finger_.block, slot};
+        if (!place.block || place.block->count == place.block->room) place = openBlock(place, time);
+        const int slot = takeSlot(place);
+        place.block->put(slot, time, value, shape);
+        return {place.block, slot};
     }
     // True where insertAt takes no memory, nor handle() for the key.
     bool insertsInPlace(Place place) const {
         const Block* block = place.block;
-        return block && block->count < Block::capacity && !block->columns.shared() &&
-               block->links && freeEntry_ != 0;
+        return block && block->count < block->room && !block->arrays.shared() && block->links &&
+               freeEntry_ != 0;
+    }
+    // True where insertAt moves no other key, so that cursors on others hold.
+    static bool insertsAlone(Place place) {
+        return place.block && place.index == place.block->gapBegin;
     }
     void erase(KeyHandle key);
     // The same for any handle, where it takes no memory.
@@ -194,31 +199,26 @@ public:
     };
     Erased eraseInPlace(KeyHandle key);
     // The cursor must be of this store and up to date.
-    void setValue(Cursor key, double value) {
-        mutableBlock(key).edit().value[Block::at(key.slot_)] = value;
-    }
-    void setShape(Cursor key, Shape shape) {
-        mutableBlock(key).edit().shape[Block::at(key.slot_)] = shape;
-    }
+    void setValue(Cursor key, double value) { mutableBlock(key).edit().value()[key.slot_] = value; }
+    void setShape(Cursor key, Shape shape) { mutableBlock(key).edit().shape()[key.slot_] = shape; }
     void setParameter(Cursor key, Parameter which, double value) {
         mutableBlock(key).setParameter(key.slot_, which, value);
     }
     // The same where it takes no memory; false: not done, as it would take some. What most edits
     // are.
     bool setValueInPlace(Cursor key, double value) {
-        return setInPlace(key, value, [](KeyColumns& own) { return &own.value; });
+        return setInPlace(key, value, [](KeyArrays& own) { return own.value(); });
     }
     bool setShapeInPlace(Cursor key, Shape shape) {
-        return setInPlace(key, shape, [](KeyColumns& own) { return &own.shape; });
+        return setInPlace(key, shape, [](KeyArrays& own) { return own.shape(); });
     }
     // True where the parameter of all keys nearby is zero, and the number is, to the bit.
     static bool staysZero(Cursor key, Parameter which, double number) {
-        return identical(number, 0) && !key.block_->columns->hasColumn(which);
+        return identical(number, 0) && !key.block_->arrays.parameter(which);
     }
     bool setParameterInPlace(Cursor key, Parameter which, double value) {
-        if (!key.block_->columns->hasColumn(which)) return identical(value, 0); // which it is
-        return setInPlace(key, value,
-                          [=](KeyColumns& own) { return own.parameters->columns[which].get(); });
+        if (!key.block_->arrays.parameter(which)) return identical(value, 0); // which it is
+        return setInPlace(key, value, [=](KeyArrays& own) { return own.parameter(which); });
     }
     // Moves a key, with its handle; refused (false) where another key stands at the time.
     bool setTime(KeyHandle key, double time);
@@ -273,21 +273,34 @@ private:
     template <class T, class Column>
     static bool setInPlace(Cursor key, T content, Column column) {
         Block& block = mutableBlock(key);
-        if (block.columns.shared()) return false;
-        (*column(block.columns.forEditing()))[Block::at(key.slot_)] = content;
+        if (block.arrays.shared()) return false;
+        column(block.arrays)[key.slot_] = content;
         return true;
     }
-    int openSlot(Place place, double time);
+    // Gives the slot for a key before the place, whose block has one free; the caller fills it.
+    int takeSlot(Place place) {
+        Block& block = *place.block;
+        if (place.index != block.gapBegin) moveGap(block, place.index);
+        ++block.count;
+        ++block.gapBegin;
+        ++size_;
+        finger_ = place;
+        return place.index;
+    }
+    Place openBlock(Place place, double time);
     void moveWithin(Block& block, int fromSlot, int toSlot, int count);
     void moveGap(Block& block, int index);
     void moveKeys(Block& from, int fromSlot, Block& to, int toSlot, int count);
     void eraseSlot(Block& block, int slot);
-    Block* addBlockAfter(Block* block, double separator);
+    Block* addBlockAfter(Block* block, double separator, int room);
+    void addAfter(Block* block, std::initializer_list<Block*> added);
+    Block* splitShared(Block* block, int index, double time);
+    void grow(Block& block, int needed);
     void removeBlock(Block* block);
     void mergeSparse(Block* block);
     // Its key has no handle from now on.
     void releaseEntry(Entry& entry) {
-        (*entry.block->links)[entry.slot] = 0;
+        entry.block->links[entry.slot] = 0;
         entry = {
             nullptr, 0,
             std::exchange(freeEntry_, static_cast<std::uint32_t>(&entry - entries_.data() + 1))};
@@ -295,12 +308,14 @@ private:
     void eraseEntry(Entry& entry);
     std::size_t indexOf(const Block* block) const;
     void copyKeys(const KeyStore& other);
+    void fetchBlocks() const;
 
     std::size_t size_ = 0;
     Block* head_ = nullptr;
     Block* tail_ = nullptr;
     // The directory: separators_[i] is at or before every key of blocks_[i] and after every key of
-    // blocks_[i - 1]; the first one counts as minus infinity.
+    // blocks_[i - 1]; the first one counts as minus infinity. It may be empty where there is one
+    // block.
     std::vector<double> separators_;
     std::vector<Block*> blocks_;
     std::vector<Entry> entries_;

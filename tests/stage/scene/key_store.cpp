@@ -46,10 +46,16 @@ TEST(KeyStore, agrees_with_a_plain_map_over_random_edits) {
     for (unsigned seed = 1; seed <= 6; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
-        KeyStore store;
-        Model model;
+        KeyStore store, copy; // which share arrays
+        Model model, copied;
         std::vector<KeyHandle> gone;
         for (int round = 0; round < 8000; ++round) {
+            if (round % 150 == 0) {
+                ASSERT_NO_FATAL_FAILURE(expectSame(copy, copied));
+                EXPECT_LE(store.bytesBeside(copy), store.bytes());
+                copy = store;
+                copied.keys = model.keys;
+            }
             // Phases of growing and shrinking reach splits, merges and the empty store.
             const bool growing = (round / 2000) % 2 == 0;
             const auto action = random() % 10;
@@ -97,7 +103,7 @@ TEST(KeyStore, agrees_with_a_plain_map_over_random_edits) {
         for (const KeyHandle handle : gone)
             ASSERT_FALSE(store.valid(handle));
 
-        KeyStore copy = store;
+        copy = store;
         EXPECT_FALSE(copy.valid(store.first())) << "a handle belongs to one store";
         while (!store.empty())
             store.erase(store.first());
@@ -202,6 +208,32 @@ TEST(KeyStore, keys_that_split_a_block_in_its_middle_stay_in_order) {
     EXPECT_NE(store.find(63.75), KeyHandle::none);
 }
 
+TEST(KeyStore, a_key_between_shared_ones_copies_none_of_them) {
+    KeyStore store;
+    for (int i = 0; i < 12800; ++i)
+        store.append(i, i, Shape::linear);
+    std::vector<KeyHandle> handles;
+    for (KeyHandle key = store.first(); key != KeyHandle::none; key = store.next(key))
+        handles.push_back(key);
+    const KeyStore before = store;
+    const std::size_t shared = store.bytesBeside(before);
+    for (int block = 0; block < 100; ++block)
+        store.insert(128 * block + 63.5, -1, Shape::hold);
+    EXPECT_LT(store.bytesBeside(before) - shared, 100u * 1500) << "handles of half a block";
+    EXPECT_LT(before.bytesBeside(store), 12'800u * 3);
+    for (std::size_t i = 0; i < handles.size(); ++i)
+        ASSERT_EQ(store.find(static_cast<double>(i)), handles[i]);
+    const KeyStore::Differences found = store.differencesFrom(before);
+    EXPECT_EQ(found.added, 100u);
+    EXPECT_EQ(found.count(), 100u);
+    EXPECT_EQ(found.last, 128 * 99 + 63.5);
+    // Both parts of a block may be edited, and neither the other part nor the copy knows.
+    for (const double time : {63.0, 64.0})
+        store.setValue(store.atOrAfter(time), -2);
+    EXPECT_EQ(store.differencesFrom(before).changed, 2u);
+    EXPECT_EQ(before.atOrAfter(64).value(), 64);
+}
+
 TEST(KeyStore, finds_a_key_by_its_exact_time_only) {
     KeyStore store;
     EXPECT_EQ(store.find(0), KeyHandle::none);
@@ -225,7 +257,10 @@ TEST(KeyStore, holds_its_keys_in_little_memory) {
         key.time = i;
         full.append(key);
     }
-    EXPECT_LT(lean.bytes(), 24 * lean.size());
+    EXPECT_LT(lean.bytes(), 19 * lean.size());
+    KeyStore single;
+    single.append(0, 1, Shape::linear);
+    EXPECT_LT(single.bytes(), 500u) << "as most curves of a pose";
     for (KeyHandle k = full.first(); k != KeyHandle::none; k = full.next(k)) {
     }
     EXPECT_LT(full.bytes(), 100 * full.size()) << "every attribute in use, every handle asked for";
