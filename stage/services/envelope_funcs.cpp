@@ -311,7 +311,7 @@ bool quickFindKey(host::Envelope envelope, double time, host::Key& result) {
     const LastEnvelopes::Entry* of = Host::lastEnvelopes.find(envelope);
     if (!of) return false;
     LastKeys::Entry& written = Host::lastKeys.written;
-    if (written.envelope == of->envelope && written.cursor && written.cursor.time() == time) {
+    if (written.envelope == of->envelope && written.cursor.time() == time) {
         result = written.handle;
         return true;
     }
@@ -396,7 +396,7 @@ bool quickDestroyKey(host::Envelope envelope, host::Key key) {
     if (!of || of->envelope->keptBy == 0) return false;
     LastKeys& last = Host::lastKeys;
     for (LastKeys::Entry* entry : {&last.walked, &last.passed, &last.written})
-        if (entry->handle == key) entry->cursor = {};
+        if (entry->handle == key) entry->forget();
     const KeyStore::Erased erased = of->envelope->keys.eraseInPlace(
         static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(key)));
     if (erased == KeyStore::Erased::withMoves) last.lookAgain(of->envelope);

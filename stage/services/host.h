@@ -67,19 +67,31 @@ private:
 // looks them up again.
 struct LastKeys {
     struct Entry {
-        host::Envelope envelopeHandle = nullptr;
+        // While the entry is not in use: one that no plug-in is given.
+        host::Envelope envelopeHandle = ofNone();
         host::Key handle = nullptr;
-        Envelope* envelope = nullptr;
-        KeyStore::Cursor cursor; // empty while the entry is not in use
+        Envelope* envelope = nullptr; // null while the entry is not in use
+        KeyStore::Cursor cursor;
 
         bool isOf(host::Envelope envelopeSought, host::Key key) const {
-            return handle == key && envelopeHandle == envelopeSought && cursor;
+            return handle == key && envelopeHandle == envelopeSought;
+        }
+        void forget() {
+            envelopeHandle = ofNone();
+            envelope = nullptr;
         }
         // Finds the key again after keys of the envelope have moved.
         void lookAgain(const Envelope* changed) {
-            if (envelope == changed && cursor)
-                cursor = changed->keys.at(
-                    static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(handle)));
+            if (envelope != changed) return;
+            cursor =
+                changed->keys.at(static_cast<KeyHandle>(reinterpret_cast<std::uintptr_t>(handle)));
+            if (!cursor) forget();
+        }
+
+    private:
+        static host::Envelope ofNone() {
+            static char none;
+            return reinterpret_cast<host::Envelope>(&none);
         }
     };
     Entry walked, passed, written;
@@ -92,7 +104,8 @@ struct LastKeys {
     Missed missed;
 
     void forget() {
-        walked.cursor = passed.cursor = written.cursor = {};
+        for (Entry* entry : {&walked, &passed, &written})
+            entry->forget();
         missed.envelope = nullptr;
     }
     void lookAgain(const Envelope* changed) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cassert>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace cadencora::stage {
@@ -104,11 +105,11 @@ bool sameInRuns(const Run& a, int i, const Run& b, int j) {
 
 KeyStore::Differences KeyStore::differencesFrom(const KeyStore& before) const {
     Differences found;
-    bool any = false;
-    const auto touch = [&](double first, double last) {
-        if (!any) found.first = first;
-        any = true;
-        found.last = last;
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    double first = infinite, last = -infinite;
+    const auto touch = [&](double from, double to) {
+        first = std::min(first, from);
+        last = std::max(last, to);
     };
     const auto pass = [](Cursor& key, int keys) {
         if (keys == 0) return;
@@ -159,6 +160,10 @@ KeyStore::Differences KeyStore::differencesFrom(const KeyStore& before) const {
     };
     rest(old, found.removed);
     rest(now, found.added);
+    if (found.count() > 0) {
+        found.first = first;
+        found.last = last;
+    }
     return found;
 }
 
