@@ -12,6 +12,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QSlider>
+#include <QTabBar>
 
 #include <sys/stat.h>
 
@@ -103,7 +104,7 @@ TEST(Commands, a_dialog_a_file_picker_and_a_message_nest) {
     });
     desk.hand.then([](QDialog& question) { question.reject(); });
     desk.press("Destroy Keys");
-    EXPECT_EQ(desk.news(), "Destroy Keys: nothing changed");
+    EXPECT_EQ(desk.news(), "Destroy Keys: nothing changed: cancelled");
     EXPECT_FALSE(desk.document().isBusy());
     EXPECT_FALSE(desk.window.isWindowModified());
 }
@@ -190,8 +191,25 @@ TEST(Commands, steps_are_saved_as_a_recipe_and_go_with_an_undo) {
     EXPECT_FALSE(findButton(desk.window, "Save Recipe…")->isEnabled());
     desk.document().redo();
     EXPECT_EQ(list->topLevelItemCount(), 1);
-    desk.document().clearRecording();
+    auto* clear = findButton(desk.window, "Clear");
+    clear->setFocus();
+    click(clear);
     EXPECT_EQ(list->topLevelItemCount(), 0);
+    // Undo is still the scene's: neither the next button's field has the keys, nor an empty one.
+    for (const bool isInField : {false, true}) {
+        if (isInField) {
+            desk.document().redo();
+            for (QLineEdit* field : desk.window.findChildren<QLineEdit*>())
+                if (field->placeholderText() == QStringLiteral("Search channels"))
+                    field->setFocus();
+        }
+        auto* focus = desk.window.focusWidget();
+        ASSERT_EQ(qobject_cast<QLineEdit*>(focus) != nullptr, isInField);
+        desk.window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&desk.window));
+        QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier);
+        EXPECT_EQ(desk.times("Hips", heading).size(), 7u) << isInField;
+    }
 }
 
 TEST(Commands, a_recipe_is_edited_and_run_on_the_scene_step_by_step) {
@@ -302,6 +320,8 @@ TEST(Commands, another_file_closes_the_panel_of_the_first_and_opens_its_own) {
     Desk desk;
     desk.select("Hips");
     destroySome(desk);
+    auto* tabs = desk.panel().findChild<QTabBar*>();
+    click(tabs, tabs->tabRect(1).center());
     desk.panel().close();
     desk.document().setTime(0.5);
     ASSERT_TRUE(desk.window.openFile(desk.file("scene.stage")));
@@ -310,6 +330,10 @@ TEST(Commands, another_file_closes_the_panel_of_the_first_and_opens_its_own) {
         panels += dynamic_cast<PanelWindow*>(widget) != nullptr;
     EXPECT_EQ(panels, 1);
     EXPECT_TRUE(desk.panel().isVisible());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&desk.window)) << "the keys belong to the time";
+    tabs = desk.panel().findChild<QTabBar*>();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return tabs->currentIndex() == 1; })) << "as it was left";
+    click(tabs, tabs->tabRect(0).center());
     EXPECT_EQ(desk.times("Hips", heading).size(), 7u);
     EXPECT_FALSE(desk.window.isWindowModified());
     desk.select("Hips");

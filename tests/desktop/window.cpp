@@ -161,16 +161,20 @@ TEST(Window, a_box_over_keys_marks_a_range_that_the_next_dialog_opens_with) {
     EXPECT_EQ(desk.document().markedRange()->last, 40);
     EXPECT_EQ(desk.news(), "marked frames 20 to 40 for the next dialog: 3 keys of "
                            "Hips/Rotation.H (3)");
+    const auto over = [&](double where) {
+        return QPoint(static_cast<int>(std::lround(desk.line->xOf(where))),
+                      desk.line->height() - 3);
+    };
+    drag(*desk.line, Qt::LeftButton, over(35), over(15), Qt::ShiftModifier);
+    EXPECT_EQ(desk.document().markedRange()->first, 15);
+    EXPECT_EQ(desk.document().markedRange()->last, 35);
+    drag(*desk.line, Qt::LeftButton, over(20), over(40), Qt::ShiftModifier);
     desk.hand.then([&](QDialog& dialog) {
         EXPECT_TRUE(dialog.windowTitle().startsWith(QStringLiteral("Destroy Keys")));
         ASSERT_TRUE(desk.document().askedRange());
         EXPECT_EQ(desk.document().askedRange()->first, 20);
         EXPECT_EQ(part<QLineEdit>(dialog, "End")->text(), QStringLiteral("40"));
         // The grips of the range are on the timeline, which scrubs as well.
-        const int low = desk.line->height() - 3;
-        const auto over = [&](double where) {
-            return QPoint(static_cast<int>(std::lround(desk.line->xOf(where))), low);
-        };
         drag(*desk.line, Qt::LeftButton, over(20), over(10));
         EXPECT_EQ(part<QLineEdit>(dialog, "Start")->text(), QStringLiteral("10"));
         drag(*desk.line, Qt::LeftButton, over(25), over(50));
@@ -238,7 +242,7 @@ TEST(Window, revert_opens_the_file_again_and_rate_and_last_frame_can_be_set) {
     const auto answer = [&](const char* rate, int last) {
         desk.hand.then([rate, last](QDialog& dialog) {
             type(dialog.findChild<QLineEdit*>(), QString::fromUtf8(rate));
-            dialog.findChild<QSpinBox*>()->setValue(last);
+            if (last > 0) dialog.findChild<QSpinBox*>()->setValue(last);
             clickOk(dialog);
             if (dialog.isVisible()) dialog.reject();
         });
@@ -254,6 +258,8 @@ TEST(Window, revert_opens_the_file_again_and_rate_and_last_frame_can_be_set) {
     answer("60", 200);
     EXPECT_EQ(desk.scene().lastFrame, 200);
     EXPECT_EQ(desk.scene().previewLast, 200);
+    answer("120", 0);
+    EXPECT_EQ(desk.scene().lastFrame, 400) << "as long as before";
     EXPECT_TRUE(desk.window.isWindowModified());
     desk.hand.then(&clickYes);
     trigger(desk.window, "Re&vert");
@@ -297,8 +303,11 @@ TEST(Window, every_button_of_the_plug_in_has_a_page_of_the_manual) {
         for (const ControlModel* control : panel.controls) {
             if (control->type != ControlType::button) continue;
             ++buttons;
-            EXPECT_FALSE(pageAbout(QString::fromStdString(control->label)).isEmpty())
-                << control->label;
+            const QString page = pageAbout(QString::fromStdString(control->label));
+            EXPECT_FALSE(page.isEmpty()) << control->label;
+            const QString about = beginningOf(page);
+            EXPECT_TRUE(about.size() > 40 && about.size() < 500 && about.endsWith(QChar(u'.')))
+                << control->label << ": " << about.toStdString();
         }
     EXPECT_EQ(buttons, 17u);
     EXPECT_EQ(pageAbout(QStringLiteral("Undissolve")), QStringLiteral("commands/dissolve.md"));

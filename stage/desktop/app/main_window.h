@@ -66,7 +66,8 @@ private:
     void addLookMenu(QMenu& menu);
     void addPluginMenu();
     void addHelpMenu();
-    QString pageUnderPointer() const; // of the manual; empty: none
+    QString pageUnderPointer() const;                          // of the manual; empty: none
+    bool eventFilter(QObject* object, QEvent* event) override; // tells what buttons do
     void showManual(const QString& page);
     void showShortcuts();
     void showWelcome();

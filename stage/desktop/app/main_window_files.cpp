@@ -5,6 +5,7 @@
 #include "stage/desktop/app/long_work.h"
 #include "stage/desktop/app/main_window.h"
 #include "stage/desktop/app/recent_files.h"
+#include "stage/desktop/views/viewport.h"
 #include "stage/desktop/widgets/qt_text.h"
 #include "stage/formats/registry.h"
 
@@ -130,6 +131,8 @@ bool MainWindow::openFile(const QString& path, const QString& clip, Document::Or
     const auto shown = whileBusy(
         [&] { return document_.show(std::move(loaded->value()), path.toStdString(), origin); });
     rememberFile(path);
+    activateWindow(); // before a panel that has opened anew
+    viewport_->setFocus();
     if (recovery_.isOpenElsewhere(document_.path()))
         QMessageBox::warning(
             this, tr("Open twice"),

@@ -6,14 +6,17 @@
 #include "stage/desktop/app/shared_files.h"
 #include "stage/desktop/widgets/look.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
 #include <QCursor>
+#include <QHelpEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QSettings>
+#include <QToolTip>
 
 namespace cadencora::stage {
 
@@ -24,6 +27,7 @@ void MainWindow::addHelpMenu() {
         showManual(page.isEmpty() ? QStringLiteral("README.md") : page);
     });
     manual->setShortcutContext(Qt::ApplicationShortcut); // over panels and dialogs, too
+    qApp->installEventFilter(this);
     menu->addAction(tr("The &Desktop Program"), this,
                     [this] { showManual(QStringLiteral("desktop.md")); });
     menu->addAction(tr("&Shortcuts"), this, &MainWindow::showShortcuts);
@@ -43,6 +47,18 @@ QString MainWindow::pageUnderPointer() const {
     for (QWidget* at = QApplication::widgetAt(QCursor::pos()); at; at = at->parentWidget())
         if (const QString page = pageAbout(at->objectName()); !page.isEmpty()) return page;
     return {};
+}
+
+// A button that the manual has a page about says what the page begins with.
+bool MainWindow::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() != QEvent::ToolTip) return false;
+    const auto* button = qobject_cast<QAbstractButton*>(object);
+    if (!button || !button->toolTip().isEmpty()) return false;
+    const QString about = beginningOf(pageAbout(button->text().remove(QLatin1Char('&'))));
+    if (about.isEmpty()) return false;
+    QToolTip::showText(static_cast<const QHelpEvent*>(event)->globalPos(),
+                       QStringLiteral("<qt>%1</qt>").arg(tr("%1 F1 tells more.").arg(about)));
+    return true;
 }
 
 void MainWindow::showManual(const QString& page) {

@@ -20,6 +20,8 @@
 #include <QSettings>
 #include <QSpinBox>
 
+#include <cmath>
+
 namespace cadencora::stage {
 
 static const QString undoMegabytes = QStringLiteral("undoMegabytes");
@@ -113,6 +115,12 @@ void MainWindow::askTimes() {
     last->setRange(0, 9'999'999);
     last->setValue(static_cast<int>(scene.lastFrame));
     auto* note = new QLabel(tr("Keys keep their times. 24, 29.97 or 30000/1001, say."));
+    connect(rate, &QLineEdit::textEdited, last, [&scene, last](const QString& text) {
+        if (const auto wanted = FrameRate::parse(text.toStdString())) // as long as before
+            last->setValue(
+                static_cast<int>(std::llround(static_cast<double>(scene.lastFrame) *
+                                              wanted->perSecond() / scene.rate.perSecond())));
+    });
     form->addRow(tr("Frames per second"), rate);
     form->addRow(tr("Last frame"), last);
     form->addRow(note);

@@ -2,7 +2,9 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QTextDocument>
 
 namespace cadencora::stage {
 
@@ -50,6 +52,18 @@ QString pageAbout(const QString& label) {
         best = QStringLiteral("commands/") + page;
     }
     return best;
+}
+
+QString beginningOf(const QString& page) {
+    QFile file(manualFolder() + QLatin1Char('/') + page);
+    if (page.isEmpty() || !file.open(QIODevice::ReadOnly)) return {};
+    // The first is the title.
+    const QStringList paragraphs =
+        QString::fromUtf8(file.readAll()).split(QStringLiteral("\n\n"), Qt::SkipEmptyParts);
+    if (paragraphs.size() < 2) return {};
+    QTextDocument text;
+    text.setMarkdown(paragraphs[1]);
+    return text.toPlainText().toHtmlEscaped();
 }
 
 } // namespace cadencora::stage

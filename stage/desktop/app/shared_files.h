@@ -13,4 +13,7 @@ QString exampleFile();  // a figure that walks; empty: it is not there
 // "commands/destroy-keys.md". Empty where the manual has no such page.
 QString pageAbout(const QString& label);
 
+// The first paragraph of a page of the manual, as rich text; empty where there is no such page.
+QString beginningOf(const QString& page);
+
 } // namespace cadencora::stage

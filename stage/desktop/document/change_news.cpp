@@ -35,6 +35,7 @@ void Document::forgetChange() {
 // What can keep a command from changing something, as far as it can be known here; what may be the
 // reason stands in brackets.
 std::string Document::whyNothing() const {
+    if (refusals_ > 0) return ": cancelled";
     if (scene().itemCount() == 0) return ": the scene is empty";
     if (scene().keyCount() == 0) return ": the scene has no keys";
     if (scene().selection.empty()) return " (no item is selected)";

@@ -207,6 +207,7 @@ Result<> Document::startPlugin(Module& module) {
 // Runs something of the plug-in's as one edit. After an error there is none, and failed_ is set.
 ChangeReport Document::edit(const std::string& name, const std::function<void()>& action) {
     failed_ = false;
+    refusals_ = 0;
     ++depth_;
     clock_.start(qtText(name));
     ChangeReport report = host_.event(name, action, [&] {

@@ -121,6 +121,8 @@ public:
     // it others may open. What the dialog may still be filled with goes through use().
     void dialogOpened(PanelModel& panel);
     void dialogClosed();
+    // The user has cancelled a dialog, or said no to a question.
+    void countRefusal() { ++refusals_; }
     bool isWaiting() const { return !dialogs_.empty(); }
     // The label of the control that began the command under way.
     const std::string& command() const { return command_; }
@@ -188,6 +190,7 @@ private:
     std::string command_;
     int depth_ = 0; // of events
     int errors_ = 0;
+    int refusals_ = 0;                     // by the user, of the command under way
     bool failed_ = false;                  // the command under way has shown an error of its own
     int position_ = 0, savedPosition_ = 0; // in the history of edits; -1: no longer reachable
 };

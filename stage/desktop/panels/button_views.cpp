@@ -7,8 +7,10 @@
 #include <QCheckBox>
 #include <QProxyStyle>
 #include <QPushButton>
+#include <QSettings>
 #include <QSignalBlocker>
 #include <QTabBar>
+#include <QTimer>
 
 namespace cadencora::stage {
 
@@ -137,11 +139,24 @@ public:
             tabs_->addTab(withoutShortcut(qtText(choice)));
         setFocusProxy(tabs_);
         connect(tabs_, &QTabBar::currentChanged, this, [this](int tab) {
+            QSettings().setValue(placeKey(), tab);
             (void)use([tab](ControlModel& control) { return setInteger(control, tab); });
         });
+        // A panel that is opened anew, as for another scene, shows the tab that the user left. Its
+        // opening is over then.
+        const QVariant left = QSettings().value(placeKey());
+        if (left.isValid()) QTimer::singleShot(0, this, [this, left] { restore(left.toInt()); });
     }
 
 private:
+    QString placeKey() const {
+        return QStringLiteral("tabs/%1").arg(
+            qtText(model_.panel->title).replace(QLatin1Char('/'), QLatin1Char(' ')));
+    }
+    void restore(int tab) {
+        if (model_.panel->state != PanelState::floating || document().isBusy()) return;
+        if (tab < tabs_->count()) tabs_->setCurrentIndex(tab); // as by a click
+    }
     void showValue() override {
         const QSignalBlocker quiet(tabs_);
         tabs_->setCurrentIndex(model_.integer);

@@ -62,6 +62,7 @@ bool DesktopFrontEnd::runModal(PanelModel& panel) {
     dialogs_.pop_back();
     setPanelsEnabled(dialogs_.empty());
     document_->dialogClosed();
+    if (!accepted) document_->countRefusal();
     recorder.dialogClosed(panel, accepted, document_->scene());
     return accepted;
 }
@@ -96,6 +97,7 @@ bool DesktopFrontEnd::ask(const Message& question) {
     const int answer = askUser(QMessageBox::Question, line(question, 0), line(question, 1),
                                line(question, 2), QMessageBox::Yes | QMessageBox::No);
     document_->recorder().answered(answer == QMessageBox::Yes);
+    if (answer != QMessageBox::Yes) document_->countRefusal();
     return answer == QMessageBox::Yes;
 }
 

@@ -58,8 +58,11 @@ void StepList::showSteps() {
         row->setExpanded(true);
     }
     shown_ = std::move(now);
-    for (QPushButton* button : {save_, recipe_, preset_, clear_})
+    for (QPushButton* button : {save_, recipe_, preset_, clear_}) {
+        if (shown_.empty() && button == window()->focusWidget())
+            rows_->setFocus(); // no field gets the keys
         button->setEnabled(!shown_.empty());
+    }
     rows_->scrollToBottom();
 }
 

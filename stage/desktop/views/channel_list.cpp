@@ -2,11 +2,11 @@
 
 #include "stage/desktop/widgets/item_icons.h"
 #include "stage/desktop/widgets/qt_text.h"
+#include "stage/desktop/widgets/search_field.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPainter>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -28,10 +28,8 @@ QIcon swatch(const QColor& colour) {
 } // namespace
 
 ChannelList::ChannelList(ShownChannels& channels, QWidget* parent)
-    : QWidget(parent), channels_(channels), search_(new QLineEdit), rows_(new QTreeWidget),
-      more_(new QLabel) {
-    search_->setPlaceholderText(tr("Search channels"));
-    search_->setClearButtonEnabled(true);
+    : QWidget(parent), channels_(channels), search_(new SearchField(tr("Search channels"))),
+      rows_(new QTreeWidget), more_(new QLabel) {
     connect(search_, &QLineEdit::textChanged, this, &ChannelList::filter);
     auto* all = new QPushButton(tr("All"));
     all->setToolTip(tr("Show all curves"));

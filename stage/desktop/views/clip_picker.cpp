@@ -1,11 +1,11 @@
 #include "stage/desktop/views/clip_picker.h"
 
 #include "stage/desktop/widgets/qt_text.h"
+#include "stage/desktop/widgets/search_field.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QListWidget>
 #include <QScreen>
 #include <QToolButton>
@@ -17,7 +17,8 @@ namespace cadencora::stage {
 
 ClipPicker::ClipPicker(Document& document, QWidget* parent)
     : QWidget(parent), document_(document), open_(new QToolButton),
-      popup_(new QWidget(this, Qt::Popup)), search_(new QLineEdit), clips_(new QListWidget) {
+      popup_(new QWidget(this, Qt::Popup)), search_(new SearchField(tr("Search clips"))),
+      clips_(new QListWidget) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(4, 2, 4, 2);
     row->addWidget(new QLabel(tr("Clip")));
@@ -30,7 +31,6 @@ ClipPicker::ClipPicker(Document& document, QWidget* parent)
     open_->setFocusPolicy(Qt::NoFocus); // the keys belong to the time
     connect(open_, &QToolButton::clicked, this, &ClipPicker::openList);
 
-    search_->setPlaceholderText(tr("Search clips"));
     search_->installEventFilter(this);
     clips_->setUniformItemSizes(true);
     auto* column = new QVBoxLayout(popup_);

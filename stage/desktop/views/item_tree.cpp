@@ -2,11 +2,11 @@
 
 #include "stage/desktop/drawing/selection_order.h"
 #include "stage/desktop/widgets/item_icons.h"
+#include "stage/desktop/widgets/search_field.h"
 
 #include <QEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QLineEdit>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
@@ -142,9 +142,7 @@ bool ItemTree::event(QEvent* event) {
 
 QWidget* withSearch(ItemTree* tree) {
     auto* box = new QWidget;
-    auto* search = new QLineEdit;
-    search->setPlaceholderText(ItemTree::tr("Search items"));
-    search->setClearButtonEnabled(true);
+    auto* search = new SearchField(ItemTree::tr("Search items"));
     QObject::connect(search, &QLineEdit::textChanged, tree, &ItemTree::filter);
     auto* column = new QVBoxLayout(box);
     column->setContentsMargins(2, 2, 2, 2);

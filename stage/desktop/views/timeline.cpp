@@ -15,6 +15,8 @@ namespace cadencora::stage {
 Timeline::Timeline(Document& document, TimeAxis& axis, QWidget* parent)
     : QWidget(parent), document_(document), axis_(axis) {
     setMouseTracking(true);
+    setToolTip(tr("Drag to move the time, with Shift to mark frames for the next dialog; the bar "
+                  "above is the preview range"));
     setFocusPolicy(Qt::ClickFocus); // takes the keys away from fields
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(&document, &Document::changed, this, [this](Changes what) {
@@ -199,7 +201,7 @@ void Timeline::drag(double x) {
 // All keys of the selected items from where the mouse was pressed.
 void Timeline::markTo(double x) {
     const Scene& scene = document_.scene();
-    const auto [first, last] = std::minmax(frameAt(pressed_), frameAt(x));
+    const auto [first, last] = std::minmax({frameAt(pressed_), frameAt(x)});
     Marked marked;
     marked.range = FrameRange{static_cast<double>(first), static_cast<double>(last)};
     for (const ItemId item : scene.selection)

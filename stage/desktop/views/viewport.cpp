@@ -55,7 +55,10 @@ void Viewport::take(Changes what) {
         const bool isSame = document_.path() == path_ && scene.itemCount() == items_;
         path_ = document_.path();
         items_ = scene.itemCount();
-        if (!isSame) frameMotion();
+        if (!isSame) {
+            camera_ = {};
+            frameMotion();
+        }
     }
     follow();
     redraw();
