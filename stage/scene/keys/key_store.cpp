@@ -244,12 +244,13 @@ std::size_t KeyStore::bytes() const {
 std::size_t KeyStore::bytesBeside(const KeyStore& other) const {
     std::size_t total = sizeof *this + separators_.capacity() * sizeof(double) +
                         blocks_.capacity() * sizeof(Block*) + entries_.capacity() * sizeof(Entry);
-    // What two stores share stands behind the same separator in both, or begins later in the other.
+    // The block of the other store that has the same arrays is where the first of these keys is.
     const Block* beside = other.head_;
     other.fetchBlocks();
     fetchBlocks();
     for (const Block* block = head_; block; block = block->next) {
-        while (beside && beside->next && beside->next->separator <= block->separator)
+        const bool isFirst = block == head_; // its separator counts as minus infinity
+        while (!isFirst && beside && beside->next && beside->next->separator <= block->separator)
             beside = beside->next;
         total += sizeof *block + block->links.bytes();
         if (beside && beside->arrays.sharedWith(block->arrays)) continue;

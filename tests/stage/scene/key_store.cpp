@@ -227,6 +227,12 @@ TEST(KeyStore, a_key_between_shared_ones_copies_none_of_them) {
     EXPECT_EQ(found.added, 100u);
     EXPECT_EQ(found.count(), 100u);
     EXPECT_EQ(found.last, 128 * 99 + 63.5);
+    // Nor does it where keys came before the first one, whose block was split then.
+    KeyStore early;
+    for (int i = 0; i < 600; ++i)
+        early.insert(1000 - i, i, Shape::linear);
+    const KeyStore copy = early;
+    EXPECT_LT(early.bytesBeside(copy), 600u * 8);
     // Both parts of a block may be edited, and neither the other part nor the copy knows.
     for (const double time : {63.0, 64.0})
         store.setValue(store.atOrAfter(time), -2);
