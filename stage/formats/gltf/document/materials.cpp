@@ -36,6 +36,8 @@ public:
     }
 
 private:
+    static constexpr std::string_view notShown = "only PNG and JPEG images are shown";
+
     bool one(const Value& from, Material& to) {
         if (!from.json.is_object()) return expected(from, "an object");
         return object(from, "pbrMetallicRoughness", [&](const Value& surface) {
@@ -60,6 +62,8 @@ private:
         if (!from.json.is_object()) return expected(from, "an object");
         if (!takeIndex(from, "source", tableOf("images"), source)) return false;
         if (source != none) to.image = image(source);
+        if (source == none && from.member("extensions"))
+            return fail(from.place(), std::string(notShown));
         return source == none || to.image;
     }
 
@@ -69,6 +73,11 @@ private:
         const Value images{whole_.json["images"], &whole_, "images"};
         std::string bytes;
         if (!readImage({images.json[index], &images, {}, index}, bytes)) return nullptr;
+        const std::string_view start = bytes;
+        if (!start.starts_with("\x89PNG") && !start.starts_with("\xff\xd8\xff")) {
+            fail("images[" + std::to_string(index) + "]", std::string(notShown));
+            return nullptr;
+        }
         if (bytes.size() > left_) {
             fail("images[" + std::to_string(index) + "]", "the images are too large");
             return nullptr;

@@ -360,7 +360,8 @@ TEST(Mesh, surfaces_have_normals_colours_and_images_and_are_seen_without) {
         R"([{"pbrMetallicRoughness": {"baseColorFactor": [1, 0, 0.5, 1],
                                       "baseColorTexture": {"index": 0}}}])");
     document.json["textures"] = Json::parse(R"([{"source": 0}])");
-    document.json["images"] = Json::array({{{"uri", dataUri("not looked at")}}});
+    const std::string picture = "\x89PNG, and not looked at further";
+    document.json["images"] = Json::array({{{"uri", dataUri(picture)}}});
     document.node(R"({"name": "Sheet", "mesh": 0, "scale": [1, 2, 1],
                       "rotation": [0, 0.7071067811865476, 0, 0.7071067811865476]})");
     const Loaded file = loadedMeshes(document);
@@ -373,7 +374,7 @@ TEST(Mesh, surfaces_have_normals_colours_and_images_and_are_seen_without) {
     EXPECT_EQ(material.colour[0], 1);
     EXPECT_NEAR(material.colour[2], 0.73, 0.01) << "as screens have it";
     ASSERT_TRUE(material.image);
-    EXPECT_EQ(*material.image, "not looked at");
+    EXPECT_EQ(*material.image, picture);
     const auto normals =
         meshNormals(file.scene, itemNamed(file.scene, "Sheet"), worldOf(file.scene, 0));
     ASSERT_EQ(normals.size(), 4u);
@@ -395,6 +396,12 @@ TEST(Mesh, surfaces_have_normals_colours_and_images_and_are_seen_without) {
     plainAfter("images[0].uri",
                [](Document& d) { d.json["images"][0]["uri"] = "data:image/png;base64,???"; });
     plainAfter("images[0].uri", [](Document& d) { d.json["images"][0]["uri"] = "../up.png"; });
+    plainAfter("images[0]: only PNG and JPEG",
+               [](Document& d) { d.json["images"][0]["uri"] = dataUri("RIFF1234WEBP"); });
+    plainAfter("textures[0]: only PNG and JPEG", [](Document& d) {
+        d.json["textures"] =
+            Json::parse(R"([{"extensions": {"EXT_texture_webp": {"source": 0}}}])");
+    });
     plainAfter("images[0]", [](Document& d) {
         d.json["images"][0] = {{"bufferView", d.json["bufferViews"].size()}};
         d.json["bufferViews"].push_back({{"buffer", 0}, {"byteLength", 1'000'000}});
