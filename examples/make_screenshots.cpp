@@ -14,6 +14,7 @@
 // one. With OpenGL meshes are shaded, so it is best run under xvfb-run. The scene is one file.
 
 #include "stage/desktop/app/main_window.h"
+#include "stage/desktop/views/timeline.h"
 #include "stage/desktop/widgets/look.h"
 #include "tests/desktop/windows.h"
 
@@ -29,7 +30,6 @@
 #include <QToolButton>
 #include <QTreeWidget>
 
-#include <cmath>
 #include <cstdio>
 
 namespace cadencora::stage {
@@ -196,12 +196,13 @@ int drawPictures(MainWindow& window, const QString& folder) {
     window.document().select(selection); // some commands select
     window.document().clearRecording();
     const Scene& scene = window.document().scene();
-    const double third = static_cast<double>(scene.lastFrame) / 3;
-    window.document().mark({FrameRange{std::round(third), std::round(2 * third)}, {}});
+    const auto third = scene.lastFrame / 3;
+    dynamic_cast<Timeline&>(*window.findChild<QWidget*>(QStringLiteral("timeline")))
+        .markFrames(third, 2 * third);
     camera.beside = &window;
     findButton(*panel, "Destroy Keys")->click();
     camera.beside = nullptr;
-    window.document().goToFrame(static_cast<std::int64_t>(std::round(1.5 * third)));
+    window.document().goToFrame(third * 3 / 2);
     camera.take(window, QStringLiteral("after"));
 
     findButton(window, "Edit…")->click();

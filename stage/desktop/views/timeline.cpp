@@ -193,15 +193,16 @@ void Timeline::drag(double x) {
     if (drag_ == Drag::last) document_.setPreview(scene.previewFirst, frame);
     if (drag_ == Drag::start || drag_ == Drag::end)
         document_.setAskedRange(drag_ == Drag::start, frame);
-    if (drag_ == Drag::mark) markTo(x);
+    if (drag_ == Drag::mark) { // from where the mouse was pressed
+        const auto [first, last] = std::minmax({frameAt(pressed_), frame});
+        markFrames(first, last);
+    }
     if (drag_ == Drag::view) axis_.pan(x - dragged_, width());
     dragged_ = x;
 }
 
-// All keys of the selected items from where the mouse was pressed.
-void Timeline::markTo(double x) {
+void Timeline::markFrames(std::int64_t first, std::int64_t last) {
     const Scene& scene = document_.scene();
-    const auto [first, last] = std::minmax({frameAt(pressed_), frameAt(x)});
     Marked marked;
     marked.range = FrameRange{static_cast<double>(first), static_cast<double>(last)};
     for (const ItemId item : scene.selection)

@@ -16,6 +16,8 @@ public:
 
     // Where a frame lies, in pixels from the left edge.
     double xOf(double frame) const;
+    // Marks a range for the next dialog, with all keys of the selected items in it.
+    void markFrames(std::int64_t first, std::int64_t last);
 
 protected:
     QSize sizeHint() const override;
@@ -32,7 +34,6 @@ private:
     std::int64_t frameAt(double x) const; // the nearest whole one
     Drag gripAt(const QPointF& at) const;
     void drag(double x);
-    void markTo(double x);
     void findKeys();
     int rangeHeight() const;
     void paintRuler(QPainter& painter) const;
