@@ -238,6 +238,7 @@ TEST(KeyStore, a_key_between_shared_ones_copies_none_of_them) {
         store.setValue(store.atOrAfter(time), -2);
     EXPECT_EQ(store.differencesFrom(before).changed, 2u);
     EXPECT_EQ(before.atOrAfter(64).value(), 64);
+    EXPECT_EQ(store.at(handles[64]).value(), -2) << "a handle goes along with its key";
 }
 
 TEST(KeyStore, finds_a_key_by_its_exact_time_only) {

@@ -11,6 +11,8 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <map>
+#include <random>
 
 namespace cadencora::stage {
 namespace {
@@ -137,6 +139,57 @@ TEST_F(Services, read_and_write_every_key_attribute) {
         EXPECT_FALSE(envelopes.keySet(envelope, key, host::keyValue, &taken));
         host.mutableFaults() = {};
     });
+}
+
+// Calls about the keys of the last calls take a short way, and must not notice.
+TEST_F(Services, keys_are_themselves_whatever_was_made_and_destroyed_around_them) {
+    const auto envelope = envelopeOf("Prop", "Position.Y");
+    struct Known {
+        host::Key key;
+        double value;
+    };
+    std::map<int, Known> known; // by frame
+    std::mt19937 random(5);
+    const auto check = [&](int frame) {
+        double time = 0, value = 0;
+        ASSERT_TRUE(envelopes.keyGet(envelope, known[frame].key, host::keyTime, &time));
+        ASSERT_TRUE(envelopes.keyGet(envelope, known[frame].key, host::keyValue, &value));
+        ASSERT_EQ(time, host.scene().rate.timeOf(frame));
+        ASSERT_EQ(value, known[frame].value);
+    };
+    host.event("edit", [&] {
+        int last = 0; // what a walk has come to
+        for (int round = 0; round < 6000; ++round) {
+            const int frame = static_cast<int>(random() % 200);
+            const double time = host.scene().rate.timeOf(frame), value = round;
+            const auto at = known.find(frame);
+            if (at == known.end()) {
+                ASSERT_EQ(envelopes.findKey(envelope, time), nullptr);
+                known[frame] = {envelopes.createKey(envelope, time, value), value};
+                check(frame);
+            } else if (round % 3 == 0) {
+                const host::Key gone = at->second.key;
+                known.erase(at);
+                envelopes.destroyKey(envelope, gone);
+                double none = 0;
+                ASSERT_FALSE(envelopes.keyGet(envelope, gone, host::keyValue, &none));
+                ASSERT_FALSE(envelopes.keySet(envelope, gone, host::keyValue, &value));
+                ASSERT_EQ(std::exchange(host.misuses, {}).size(), 2u);
+            } else {
+                ASSERT_EQ(envelopes.findKey(envelope, time), at->second.key);
+                ASSERT_TRUE(envelopes.keySet(envelope, at->second.key, host::keyValue, &value));
+                at->second.value = value;
+                const auto next = std::next(at);
+                const host::Key there = next == known.end() ? nullptr : next->second.key;
+                ASSERT_EQ(envelopes.nextKey(envelope, at->second.key), there);
+                if (there) last = next->first;
+            }
+            if (known.contains(last)) {
+                ASSERT_NO_FATAL_FAILURE(check(last));
+            }
+        }
+    });
+    EXPECT_EQ(host.scene().keyCount(), known.size());
 }
 
 TEST_F(Services, envelopes_of_the_plug_in_s_live_until_they_are_destroyed_or_undone) {
